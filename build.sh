@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# The newcomer's entry point. Installs what the build needs (Debian 12 packages), then:
+#   ./build.sh run    builds and runs the example host
+#   ./build.sh test   builds every preset (native debug and release, Win32 under Wine,
+#                     AddressSanitizer + UndefinedBehaviorSanitizer, ThreadSanitizer) and runs
+#                     every test in each
+set -euo pipefail
+cd "$(dirname "$0")"
+
+NATIVE_PACKAGES=(cmake ninja-build g++ pkg-config libboost-dev googletest libbenchmark-dev)
+CROSS_PACKAGES=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 mingw-w64-tools wine wine64)
+CHECK_PACKAGES=(clang-format)
+JOBS=${JOBS:-$(nproc)}
+
+install_packages() {
+    local missing=()
+    for package in "$@"; do
+        dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    echo "Installing: ${missing[*]}"
+    local sudo=()
+    [ "$(id -u)" -eq 0 ] || sudo=(sudo)
+    "${sudo[@]}" apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive "${sudo[@]}" apt-get install -y -qq --no-install-recommends \
+        "${missing[@]}" >/dev/null
+}
+
+build_preset() {
+    cmake --preset "$1" >/dev/null
+    cmake --build --preset "$1" -j "$JOBS"
+}
+
+test_preset() {
+    local preset=$1 runner=()
+    # ThreadSanitizer needs a fixed address layout on kernels with wide mmap randomisation.
+    if [ "$preset" = tsan ] && setarch "$(uname -m)" -R true 2>/dev/null; then
+        runner=(setarch "$(uname -m)" -R)
+    fi
+    echo "=== $preset: build"
+    build_preset "$preset"
+    echo "=== $preset: test"
+    "${runner[@]}" ctest --preset "$preset" -j "$JOBS"
+}
+
+check_format() {
+    echo "=== clang-format"
+    git ls-files -- '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
+}
+
+case "${1:-}" in
+run)
+    install_packages "${NATIVE_PACKAGES[@]}"
+    build_preset debug
+    ./build/debug/bin/log-demo
+    ;;
+test)
+    install_packages "${NATIVE_PACKAGES[@]}" "${CROSS_PACKAGES[@]}" "${CHECK_PACKAGES[@]}"
+    check_format
+    for preset in ${PRESETS:-debug mingw asan tsan release}; do
+        test_preset "$preset"
+    done
+    echo "=== all presets passed"
+    ;;
+*)
+    echo "usage: $0 run | test" >&2
+    exit 2
+    ;;
+esac

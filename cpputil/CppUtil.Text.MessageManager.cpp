@@ -1,0 +1,255 @@
+#include "CppUtil.Text.MessageManager.h"
+
+#include "CppUtil.Settings.VerboseLogging.h"
+#include "CppUtil.Text.Output.h"
+
+#include <condition_variable>
+#include <mutex>
+#include <vector>
+
+namespace CppUtil
+{
+namespace Text
+{
+namespace
+{
+
+// One lock for the set of managers and their broadcast counts; the condition wakes a manager's
+// destructor when the last broadcast writer leaves it.
+struct SRegistry
+{
+    std::mutex m_oMutex;
+    std::condition_variable m_oReleased;
+    std::set<CMessageManager*> m_oManagers;
+};
+
+SRegistry& Registry()
+{
+    // Never destroyed: managers with static storage may unregister after it would have gone.
+    static SRegistry* s_poRegistry = new SRegistry;
+    return *s_poRegistry;
+}
+
+} // namespace
+
+CMessageManager::CMessageManager()
+    : m_poOutput(nullptr), m_poLoggingEventHandler(nullptr), m_bTraceLogging(false),
+      m_bPrintLogging(true), m_uBroadcastUsers(0)
+{
+    SRegistry& registry = Registry();
+    std::lock_guard<std::mutex> lock(registry.m_oMutex);
+    registry.m_oManagers.insert(this);
+}
+
+CMessageManager::CMessageManager(const CMessageManager& other)
+    : m_poOutput(other.m_poOutput.load()), m_poLoggingEventHandler(nullptr),
+      m_bTraceLogging(other.m_bTraceLogging.load()), m_bPrintLogging(other.m_bPrintLogging.load()),
+      m_uBroadcastUsers(0)
+{
+    if (const TLoggingEventHandler* handler = other.m_poLoggingEventHandler.load())
+        SetLoggingEventHandler(*handler);
+    SRegistry& registry = Registry();
+    std::lock_guard<std::mutex> lock(registry.m_oMutex);
+    registry.m_oManagers.insert(this);
+}
+
+CMessageManager& CMessageManager::operator=(const CMessageManager& other)
+{
+    if (this != &other)
+    {
+        m_poOutput = other.m_poOutput.load();
+        std::atomic_store(&m_poLoggingEventHandler,
+                          std::atomic_load(&other.m_poLoggingEventHandler));
+        m_bTraceLogging = other.m_bTraceLogging.load();
+        m_bPrintLogging = other.m_bPrintLogging.load();
+    }
+    return *this;
+}
+
+CMessageManager::~CMessageManager()
+{
+    SRegistry& registry = Registry();
+    std::unique_lock<std::mutex> lock(registry.m_oMutex);
+    registry.m_oManagers.erase(this);
+    registry.m_oReleased.wait(lock, [this] { return m_uBroadcastUsers == 0; });
+}
+
+std::set<CMessageManager*>& CMessageManager::GetMessageManagers()
+{
+    return Registry().m_oManagers;
+}
+
+void CMessageManager::ForEachManager(const boost::function<void(CMessageManager&)>& action)
+{
+    SRegistry& registry = Registry();
+    std::vector<CMessageManager*> managers;
+    {
+        std::lock_guard<std::mutex> lock(registry.m_oMutex);
+        const std::set<CMessageManager*>& live = GetMessageManagers();
+        managers.assign(live.begin(), live.end());
+        for (CMessageManager* manager : managers)
+            ++manager->m_uBroadcastUsers;
+    }
+
+    // Each manager is given back after its action; the guard gives back the rest when an action
+    // throws.
+    std::size_t next = 0;
+    struct SGiveBack
+    {
+        SRegistry& m_oRegistry;
+        std::vector<CMessageManager*>& m_oManagers;
+        std::size_t& m_nNext;
+        ~SGiveBack()
+        {
+            std::lock_guard<std::mutex> lock(m_oRegistry.m_oMutex);
+            for (std::size_t i = m_nNext; i < m_oManagers.size(); ++i)
+                --m_oManagers[i]->m_uBroadcastUsers;
+            m_oRegistry.m_oReleased.notify_all();
+        }
+    } giveBack{registry, managers, next};
+
+    while (next < managers.size())
+    {
+        CMessageManager* manager = managers[next];
+        action(*manager);
+        std::lock_guard<std::mutex> lock(registry.m_oMutex);
+        --manager->m_uBroadcastUsers;
+        ++next;
+        registry.m_oReleased.notify_all();
+    }
+}
+
+void CMessageManager::SetOutput(COutput& output)
+{
+    m_poOutput = &output;
+}
+
+void CMessageManager::SetLoggingEventHandler(TLoggingEventHandler handler)
+{
+    std::lock_guard<std::mutex> lock(m_oHandlersMutex);
+    if (!handler)
+    {
+        m_poLoggingEventHandler = nullptr;
+        return;
+    }
+    m_oInstalledHandlers.push_back(
+        std::make_unique<const TLoggingEventHandler>(std::move(handler)));
+    m_poLoggingEventHandler = m_oInstalledHandlers.back().get();
+}
+
+void CMessageManager::SetTraceLogging(bool enabled)
+{
+    m_bTraceLogging = enabled;
+}
+
+void CMessageManager::SetPrintLogging(bool enabled)
+{
+    m_bPrintLogging = enabled;
+}
+
+void CMessageManager::WriteMessage(const CTextOutputBase<TLogF>& text)
+{
+    WriteMessageToLogHelper(text.GetString(), false, text.GetSecondText(), text.GetMessageId(),
+                            Log);
+}
+
+void CMessageManager::WriteMessage(const CTextOutputBase<TJobLogF>& text)
+{
+    WriteMessageToLogHelper(text.GetString(), false, text.GetSecondText(), text.GetMessageId(),
+                            JobLog);
+}
+
+void CMessageManager::WriteMessage(const CTextOutputBase<TLegacyLogF>& text)
+{
+    WriteMessageToLogHelper(text.GetString(), false, text.GetSecondText(), text.GetMessageId(),
+                            LegacyLog);
+}
+
+void CMessageManager::WriteMessage(const CTextOutputBase<TApsLogF>& text)
+{
+    WriteMessageToLogHelper(text.GetString(), false, text.GetSecondText(), text.GetMessageId(),
+                            ApsLog);
+}
+
+void CMessageManager::WriteMessage(const CTextOutputBase<THtmlLogF>& text)
+{
+    WriteMessageToLogHelper(text.GetString(), true, text.GetSecondText(), text.GetMessageId(), Log);
+}
+
+void CMessageManager::WriteMessage(const CTextOutputBase<THtmlJobLogF>& text)
+{
+    WriteMessageToLogHelper(text.GetString(), true, text.GetSecondText(), text.GetMessageId(),
+                            JobLog);
+}
+
+void CMessageManager::WriteMessage(const CTextOutputBase<THtmlLegacyLogF>& text)
+{
+    WriteMessageToLogHelper(text.GetString(), true, text.GetSecondText(), text.GetMessageId(),
+                            LegacyLog);
+}
+
+void CMessageManager::WriteMessage(const CTextOutputBase<THtmlApsLogF>& text)
+{
+    WriteMessageToLogHelper(text.GetString(), true, text.GetSecondText(), text.GetMessageId(),
+                            ApsLog);
+}
+
+void CMessageManager::WriteMessage(const CTextOutputBase<TPrintF>& text)
+{
+    WriteMessageToPrint(text.GetString(), text.GetSecondText());
+}
+
+void CMessageManager::WriteMessage(const CTextOutputBase<TTraceF>& text)
+{
+    WriteMessageToTrace(text.GetString());
+}
+
+void CMessageManager::WriteMessageToLogHelper(const CString& text, bool html,
+                                              const CString& secondText, unsigned int messageId,
+                                              ELogEntryDestination destination)
+{
+    CString prefix;
+    if (!Settings::CVerboseLogging::IsMessageEnabled(messageId, prefix))
+        return;
+    if (prefix.IsEmpty())
+        WriteMessageToLog(text, html, secondText, false, destination);
+    else
+        WriteMessageToLog(prefix + text, html, secondText, false, destination);
+}
+
+void CMessageManager::WriteMessageToLog(const CString& text, bool html, const CString& secondText,
+                                        bool splitLines, ELogEntryDestination destination)
+{
+    const TLoggingEventHandler* handler = m_poLoggingEventHandler.load();
+    if (!handler)
+        return;
+    if (!splitLines)
+    {
+        (*handler)(text, html, secondText, destination);
+        return;
+    }
+    int start = 0;
+    for (CString piece = text.Tokenize("\r\n", start); start != -1;
+         piece = text.Tokenize("\r\n", start))
+    {
+        if (!piece.IsEmpty())
+            (*handler)(piece, html, secondText, destination);
+    }
+}
+
+void CMessageManager::WriteMessageToTrace(const CString& text)
+{
+    if (m_bTraceLogging)
+        WriteMessageToLog(text, false, CString(), false, Log);
+}
+
+void CMessageManager::WriteMessageToPrint(const CString& text, const CString& secondText)
+{
+    if (COutput* output = m_poOutput.load())
+        output->AddText(text);
+    if (m_bPrintLogging)
+        WriteMessageToLog(text, false, secondText, true, Log);
+}
+
+} // namespace Text
+} // namespace CppUtil

@@ -1,0 +1,95 @@
+// Routes finished texts to the host's logging delegate and to the output window.
+#pragma once
+
+#include "CppUtil.Api.h"
+#include "CppUtil.Text.TextOutputBase.h"
+#include "Platform/CString.h"
+
+#include <atomic>
+#include <boost/function.hpp>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <vector>
+
+namespace CppUtil
+{
+namespace Text
+{
+
+class COutput;
+
+// Where the host writes a log line.
+enum ELogEntryDestination
+{
+    Log = 0,
+    JobLog = 1,
+    LegacyLog = 2,
+    ApsLog = 3
+};
+
+class CPPUTIL_API CMessageManager
+{
+public:
+    typedef boost::function<void(const char* text, bool html, const char* secondText,
+                                 ELogEntryDestination destination)>
+        TLoggingEventHandler;
+
+    CMessageManager();
+    // A copy takes the original's output, handler and switches and joins the set of live
+    // managers as a manager of its own.
+    CMessageManager(const CMessageManager& other);
+    CMessageManager& operator=(const CMessageManager& other);
+    ~CMessageManager();
+
+    void SetOutput(COutput& output);
+    void SetLoggingEventHandler(TLoggingEventHandler handler);
+    void SetTraceLogging(bool enabled);
+    void SetPrintLogging(bool enabled);
+
+    void WriteMessage(const CTextOutputBase<TLogF>& text);
+    void WriteMessage(const CTextOutputBase<TJobLogF>& text);
+    void WriteMessage(const CTextOutputBase<TLegacyLogF>& text);
+    void WriteMessage(const CTextOutputBase<TApsLogF>& text);
+    void WriteMessage(const CTextOutputBase<THtmlLogF>& text);
+    void WriteMessage(const CTextOutputBase<THtmlJobLogF>& text);
+    void WriteMessage(const CTextOutputBase<THtmlLegacyLogF>& text);
+    void WriteMessage(const CTextOutputBase<THtmlApsLogF>& text);
+    void WriteMessage(const CTextOutputBase<TPrintF>& text);
+    void WriteMessage(const CTextOutputBase<TTraceF>& text);
+
+private:
+    friend class COutput;
+
+    // The live managers, ordered by address. Guarded by a lock of the set's own; use
+    // ForEachManager rather than walking it.
+    static std::set<CMessageManager*>& GetMessageManagers();
+
+    // Calls action for every live manager in the set's order. A manager stays alive while the
+    // action runs on it: its destructor waits until no writer uses it. The set's lock is not held
+    // while the action runs, so a handler may itself log or create managers.
+    static void ForEachManager(const boost::function<void(CMessageManager&)>& action);
+
+    void WriteMessageToLogHelper(const CString& text, bool html, const CString& secondText,
+                                 unsigned int messageId, ELogEntryDestination destination);
+    void WriteMessageToLog(const CString& text, bool html, const CString& secondText,
+                           bool splitLines, ELogEntryDestination destination);
+    void WriteMessageToTrace(const CString& text);
+    void WriteMessageToPrint(const CString& text, const CString& secondText);
+
+    // The handler and the switches may be changed while other threads write. A writer reads the
+    // current handler with one atomic load; a replaced handler stays alive (owned below) until the
+    // manager dies, since a writer that started with it may still be calling it. Handlers are
+    // installed a few times in a manager's life, so keeping them costs next to nothing.
+    std::atomic<COutput*> m_poOutput;
+    std::atomic<const TLoggingEventHandler*> m_poLoggingEventHandler;
+    std::mutex m_oHandlersMutex;
+    std::vector<std::unique_ptr<const TLoggingEventHandler>> m_oInstalledHandlers;
+    std::atomic<bool> m_bTraceLogging;
+    std::atomic<bool> m_bPrintLogging;
+    // Writers inside ForEachManager using this manager; guarded by the set's lock.
+    unsigned int m_uBroadcastUsers;
+};
+
+} // namespace Text
+} // namespace CppUtil

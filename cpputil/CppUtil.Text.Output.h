@@ -1,0 +1,138 @@
+// The output hub: every text the library and its host emit goes through a COutput.
+#pragma once
+
+#include "CppUtil.Api.h"
+#include "CppUtil.Text.MessageManager.h"
+#include "CppUtil.Text.TextOutputBase.h"
+#include "Platform/CString.h"
+
+#include <boost/function.hpp>
+#include <map>
+#include <memory>
+
+namespace CppUtil
+{
+namespace Text
+{
+
+class COutputWndThrottler;
+
+class CPPUTIL_API COutput
+{
+public:
+    typedef boost::function<COutput&()> TActiveOutputGetter;
+    typedef boost::function<void(COutput& output, const CString& text, unsigned int flags)>
+        TWriteOutputWndDelegate;
+
+    // Takes the manager into shared ownership (it may be null) and tells it of this output.
+    explicit COutput(CMessageManager* messageManager);
+    COutput(const COutput& other);
+    COutput& operator=(const COutput& other);
+    ~COutput();
+
+    // Throws CQlException when the output has no manager.
+    CMessageManager& MessageManager();
+
+    // Used when this output has no manager: texts go to the output the getter returns.
+    void SetActiveOutputGetter(const TActiveOutputGetter& getter);
+
+    // The host's output-window writer, shared by all outputs.
+    static void SetWriteOutputWndDelegate(const TWriteOutputWndDelegate& writer);
+    // Calls the output-window writer now, on the calling thread.
+    void WriteToOutputWnd(const CString& text, unsigned int flags);
+
+    // Queues text for the output window with flags 0 (AddText) or 1 (AddDevelopmentText).
+    void AddText(const CString& text);
+    void AddDevelopmentText(const CString& text);
+
+    void RegisterMessage(const CString& name, int value);
+    bool IsMessageRegistered(const CString& name) const;
+    // Throws CQlException when name is not registered.
+    int GetValue(const CString& name) const;
+
+    bool DialogsEnabled() const { return m_bDialogsEnabled; }
+    void DialogsEnabled(bool enabled) { m_bDialogsEnabled = enabled; }
+
+    // Text builders. (format, text): second text; (format, unsigned) of the log, legacy and
+    // HTML legacy builders: verbose-logging message id. The job and APS builders ignore the
+    // number and set the flag word to 1 instead.
+    CTextOutputBase<TLogF> LogF(const CString& format, const CString& secondText);
+    CTextOutputBase<TLogF> LogF(const CString& format, unsigned int messageId);
+    CTextOutputBase<TLegacyLogF> LegacyLogF(const CString& format, const CString& secondText);
+    CTextOutputBase<TLegacyLogF> LegacyLogF(const CString& format, unsigned int messageId);
+    CTextOutputBase<TJobLogF> JobLogF(const CString& format, const CString& secondText);
+    CTextOutputBase<TJobLogF> JobLogF(const CString& format, unsigned int ignored);
+    CTextOutputBase<TApsLogF> ApsLogF(const CString& format, const CString& secondText);
+    CTextOutputBase<TApsLogF> ApsLogF(const CString& format, unsigned int ignored);
+    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CString& format,
+                                                    const CString& secondText);
+    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CString& format, unsigned int messageId);
+    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CString& format, const CString& secondText);
+    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CString& format, unsigned int ignored);
+    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CString& format, const CString& secondText);
+    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CString& format, unsigned int ignored);
+    CTextOutputBase<THtmlLogF> HtmlLogF(const CString& format, const CString& secondText);
+    CTextOutputBase<TPrintF> PrintF(const CString& format, const CString& secondText);
+    CTextOutputBase<TTraceF> TraceF(const CString& format);
+
+    // Hands a finished builder to the manager, the active output, or every live manager.
+    template <class Tag>
+    void Write(const CTextOutputBase<Tag>& text);
+
+private:
+    std::shared_ptr<CMessageManager> m_poMessageManager;
+    TActiveOutputGetter m_oActiveOutputGetter;
+    std::map<CString, int> m_oRegisteredMessages;
+    bool m_bDialogsEnabled;
+    std::shared_ptr<COutputWndThrottler> m_poOutputWndThrottler;
+};
+
+// The library's process-wide output, made without a manager: its texts go to the active output
+// or to every live manager.
+CPPUTIL_API COutput& DefaultOutput();
+
+template <class Tag>
+void COutput::Write(const CTextOutputBase<Tag>& text)
+{
+    if (m_poMessageManager)
+    {
+        m_poMessageManager->WriteMessage(text);
+        return;
+    }
+    if (m_oActiveOutputGetter)
+    {
+        COutput& active = m_oActiveOutputGetter();
+        // An output that names itself as the active one would forward for ever.
+        if (&active != this)
+        {
+            active.Write(text);
+            return;
+        }
+    }
+    CMessageManager::ForEachManager([&text](CMessageManager& manager)
+                                    { manager.WriteMessage(text); });
+}
+
+template <class Tag>
+CTextOutputBase<Tag>::~CTextOutputBase() noexcept(false)
+{
+    if (!m_poOutput)
+        return;
+    // Checked here rather than at construction: a builder made inside a destructor that runs
+    // during unwinding must not throw into it either.
+    if (std::uncaught_exceptions() > 0)
+    {
+        try
+        {
+            m_poOutput->Write(*this);
+        }
+        catch (...)
+        {
+        }
+        return;
+    }
+    m_poOutput->Write(*this);
+}
+
+} // namespace Text
+} // namespace CppUtil

@@ -1,0 +1,63 @@
+// A host logging delegate and output-window writer that remember what reached them.
+#pragma once
+
+#include <cpputil/CppUtil.Text.Output.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+struct SLogLine
+{
+    std::string m_sText;
+    bool m_bHtml;
+    std::string m_sSecondText;
+    CppUtil::Text::ELogEntryDestination m_eDestination;
+};
+
+struct SWindowLine
+{
+    const CppUtil::Text::COutput* m_poOutput;
+    std::string m_sText;
+    unsigned int m_uFlags;
+};
+
+class CLogRecorder
+{
+public:
+    CppUtil::Text::CMessageManager::TLoggingEventHandler Handler()
+    {
+        return [this](const char* text, bool html, const char* secondText,
+                      CppUtil::Text::ELogEntryDestination destination)
+        {
+            std::lock_guard<std::mutex> lock(m_oMutex);
+            m_oLines.push_back({text, html, secondText, destination});
+        };
+    }
+
+    CppUtil::Text::COutput::TWriteOutputWndDelegate Window()
+    {
+        return [this](CppUtil::Text::COutput& output, const CString& text, unsigned int flags)
+        {
+            std::lock_guard<std::mutex> lock(m_oMutex);
+            m_oWindow.push_back({&output, text.GetString(), flags});
+        };
+    }
+
+    std::vector<SLogLine> Lines()
+    {
+        std::lock_guard<std::mutex> lock(m_oMutex);
+        return m_oLines;
+    }
+
+    std::vector<SWindowLine> WindowLines()
+    {
+        std::lock_guard<std::mutex> lock(m_oMutex);
+        return m_oWindow;
+    }
+
+private:
+    std::mutex m_oMutex;
+    std::vector<SLogLine> m_oLines;
+    std::vector<SWindowLine> m_oWindow;
+};

@@ -1,0 +1,202 @@
+#include "LogRecorder.h"
+
+#include <cpputil/CppUtil.Settings.VerboseLogging.h>
+#include <cpputil/CppUtil.Text.Output.h>
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <future>
+#include <gtest/gtest.h>
+#include <thread>
+
+using namespace CppUtil::Text;
+
+namespace
+{
+
+class MessageManagerTest : public ::testing::Test
+{
+protected:
+    MessageManagerTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
+    {
+        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
+        COutput::SetWriteOutputWndDelegate(m_oRecorder.Window());
+    }
+    ~MessageManagerTest() override
+    {
+        COutput::SetWriteOutputWndDelegate(COutput::TWriteOutputWndDelegate());
+    }
+
+    CLogRecorder m_oRecorder;
+    CMessageManager* m_poManager;
+    COutput m_oOut;
+};
+
+} // namespace
+
+TEST_F(MessageManagerTest, PrintedTextIsLoggedLineByLine)
+{
+    m_oOut.PrintF("a\r\n\r\nb", "second");
+    m_oOut.PrintF("\n\rc\r", "");
+    const std::vector<SLogLine> lines = m_oRecorder.Lines();
+    ASSERT_EQ(3u, lines.size());
+    EXPECT_EQ("a", lines[0].m_sText);
+    EXPECT_EQ("second", lines[0].m_sSecondText);
+    EXPECT_EQ("b", lines[1].m_sText);
+    EXPECT_EQ("second", lines[1].m_sSecondText);
+    EXPECT_EQ("c", lines[2].m_sText);
+    // The output window gets the text whole.
+    ASSERT_EQ(2u, m_oRecorder.WindowLines().size());
+    EXPECT_EQ("a\r\n\r\nb", m_oRecorder.WindowLines()[0].m_sText);
+
+    // Log and trace texts keep their line breaks.
+    m_poManager->SetTraceLogging(true);
+    m_oOut.LogF("x\r\ny", 0u);
+    m_oOut.TraceF("p\nq");
+    ASSERT_EQ(5u, m_oRecorder.Lines().size());
+    EXPECT_EQ("x\r\ny", m_oRecorder.Lines()[3].m_sText);
+    EXPECT_EQ("p\nq", m_oRecorder.Lines()[4].m_sText);
+}
+
+TEST_F(MessageManagerTest, SwitchesAndHandler)
+{
+    m_oOut.TraceF("trace off by default");
+    m_poManager->SetPrintLogging(false);
+    m_oOut.PrintF("window only", "");
+    EXPECT_TRUE(m_oRecorder.Lines().empty());
+    EXPECT_EQ(1u, m_oRecorder.WindowLines().size());
+
+    m_poManager->SetPrintLogging(true);
+    m_poManager->SetLoggingEventHandler(CMessageManager::TLoggingEventHandler());
+    m_oOut.PrintF("no handler", "");
+    m_oOut.LogF("no handler", 0u);
+    EXPECT_TRUE(m_oRecorder.Lines().empty());
+    EXPECT_EQ(2u, m_oRecorder.WindowLines().size());
+
+    CLogRecorder replacement;
+    m_poManager->SetLoggingEventHandler(replacement.Handler());
+    m_oOut.LogF("new handler", 0u);
+    EXPECT_EQ(1u, replacement.Lines().size());
+}
+
+TEST_F(MessageManagerTest, VerboseGateAppliesToLogFamilyOnly)
+{
+    CString prefix("unchanged");
+    EXPECT_TRUE(CppUtil::Settings::CVerboseLogging::IsMessageEnabled(0, prefix));
+    EXPECT_FALSE(CppUtil::Settings::CVerboseLogging::IsMessageEnabled(0xFFFFFFFF, prefix));
+    EXPECT_EQ(CString("unchanged"), prefix);
+    EXPECT_FALSE(CppUtil::Settings::CVerboseLogging::IsApsLoggingEnabled());
+
+    // With every area off, lines naming an area are dropped, HTML ones too; print and trace
+    // texts are never gated.
+    m_poManager->SetTraceLogging(true);
+    m_oOut.LogF("gated", 0x8u);
+    m_oOut.HtmlLegacyLogF("gated", 0x10000u);
+    m_oOut.PrintF("printed", "");
+    m_oOut.TraceF("traced");
+    ASSERT_EQ(2u, m_oRecorder.Lines().size());
+    EXPECT_EQ("printed", m_oRecorder.Lines()[0].m_sText);
+    EXPECT_EQ("traced", m_oRecorder.Lines()[1].m_sText);
+}
+
+TEST_F(MessageManagerTest, BroadcastReachesEveryLiveManagerInAddressOrder)
+{
+    std::vector<const CMessageManager*> order;
+    auto recordOrder = [&order](const CMessageManager* manager)
+    {
+        return [&order, manager](const char*, bool, const char*, ELogEntryDestination)
+        { order.push_back(manager); };
+    };
+    m_poManager->SetLoggingEventHandler(recordOrder(m_poManager));
+    CMessageManager second;
+    second.SetLoggingEventHandler(recordOrder(&second));
+    // A copy is a live manager of its own, with the original's handler.
+    CMessageManager copy(second);
+    copy.SetLoggingEventHandler(recordOrder(&copy));
+
+    COutput orphan(nullptr);
+    orphan.LogF("to all", 0u);
+    std::vector<const CMessageManager*> expected{m_poManager, &second, &copy};
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(expected, order);
+}
+
+TEST_F(MessageManagerTest, ManagerDestructionWaitsForABroadcastInProgress)
+{
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool inHandler = false;
+    bool release = false;
+    std::atomic<bool> handlerDone(false);
+
+    auto* blocking = new CMessageManager;
+    blocking->SetLoggingEventHandler(
+        [&](const char*, bool, const char*, ELogEntryDestination)
+        {
+            std::unique_lock<std::mutex> lock(mutex);
+            inHandler = true;
+            changed.notify_all();
+            changed.wait(lock, [&] { return release; });
+            handlerDone = true;
+        });
+    m_poManager->SetLoggingEventHandler(CMessageManager::TLoggingEventHandler());
+
+    std::thread writer([] { DefaultOutput().LogF("broadcast", 0u); });
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [&] { return inHandler; });
+    }
+    std::future<bool> destroyed = std::async(std::launch::async,
+                                             [&]
+                                             {
+                                                 delete blocking;
+                                                 return handlerDone.load();
+                                             });
+    EXPECT_EQ(std::future_status::timeout, destroyed.wait_for(std::chrono::milliseconds(100)));
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        release = true;
+        changed.notify_all();
+    }
+    EXPECT_TRUE(destroyed.get());
+    writer.join();
+}
+
+TEST_F(MessageManagerTest, WritingWhileManagersComeAndGoIsRaceFree)
+{
+    m_poManager->SetLoggingEventHandler(CMessageManager::TLoggingEventHandler());
+    std::atomic<bool> stop(false);
+    std::atomic<int> received(0);
+    auto counting = [&received](const char*, bool, const char*, ELogEntryDestination)
+    { ++received; };
+
+    std::thread churn(
+        [&]
+        {
+            while (!stop)
+            {
+                CMessageManager transient;
+                transient.SetLoggingEventHandler(counting);
+                transient.SetTraceLogging(true);
+                CMessageManager copy(transient);
+            }
+        });
+    CMessageManager steady;
+    steady.SetLoggingEventHandler(counting);
+    std::thread writers[2];
+    for (std::thread& writer : writers)
+        writer = std::thread(
+            [&]
+            {
+                COutput orphan(nullptr);
+                for (int i = 0; i < 2000; ++i)
+                    orphan.LogF("line %d", 0u) % i;
+            });
+    for (std::thread& writer : writers)
+        writer.join();
+    stop = true;
+    churn.join();
+    // The steady manager sees every line; the transient ones add whatever they caught.
+    EXPECT_GE(received.load(), 4000);
+}

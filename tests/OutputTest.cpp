@@ -1,0 +1,268 @@
+#include "LogRecorder.h"
+
+#include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/CppUtil.Text.Output.h>
+
+#include <boost/format/group.hpp>
+#include <functional>
+#include <gtest/gtest.h>
+
+using namespace CppUtil::Text;
+
+namespace
+{
+
+class OutputTest : public ::testing::Test
+{
+protected:
+    OutputTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
+    {
+        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
+        COutput::SetWriteOutputWndDelegate(m_oRecorder.Window());
+    }
+    ~OutputTest() override
+    {
+        COutput::SetWriteOutputWndDelegate(COutput::TWriteOutputWndDelegate());
+    }
+
+    CLogRecorder m_oRecorder;
+    CMessageManager* m_poManager;
+    COutput m_oOut;
+};
+
+struct SRoute
+{
+    const char* m_szName;
+    std::function<void(COutput&)> m_oWrite;
+    ELogEntryDestination m_eDestination;
+    bool m_bHtml;
+    const char* m_szSecondText;
+};
+
+} // namespace
+
+TEST_F(OutputTest, EveryBuilderReachesItsDestination)
+{
+    const SRoute routes[] = {
+        {"LogF", [](COutput& o) { o.LogF("n=%d", "s") % 1; }, Log, false, "s"},
+        {"LegacyLogF", [](COutput& o) { o.LegacyLogF("n=%d", "s") % 1; }, LegacyLog, false, "s"},
+        {"JobLogF", [](COutput& o) { o.JobLogF("n=%d", "s") % 1; }, JobLog, false, "s"},
+        {"ApsLogF", [](COutput& o) { o.ApsLogF("n=%d", "s") % 1; }, ApsLog, false, "s"},
+        {"HtmlLogF", [](COutput& o) { o.HtmlLogF("n=%d", "s") % 1; }, Log, true, "s"},
+        {"HtmlLegacyLogF", [](COutput& o) { o.HtmlLegacyLogF("n=%d", "s") % 1; }, LegacyLog, true,
+         "s"},
+        {"HtmlJobLogF", [](COutput& o) { o.HtmlJobLogF("n=%d", "s") % 1; }, JobLog, true, "s"},
+        {"HtmlApsLogF", [](COutput& o) { o.HtmlApsLogF("n=%d", "s") % 1; }, ApsLog, true, "s"},
+        {"PrintF", [](COutput& o) { o.PrintF("n=%d", "s") % 1; }, Log, false, "s"},
+        {"LogF id 0", [](COutput& o) { o.LogF("n=%d", 0u) % 1; }, Log, false, ""},
+        {"JobLogF 7", [](COutput& o) { o.JobLogF("n=%d", 7u) % 1; }, JobLog, false, ""},
+        {"ApsLogF 7", [](COutput& o) { o.ApsLogF("n=%d", 7u) % 1; }, ApsLog, false, ""},
+        {"HtmlJobLogF 7", [](COutput& o) { o.HtmlJobLogF("n=%d", 7u) % 1; }, JobLog, true, ""},
+        {"HtmlApsLogF 7", [](COutput& o) { o.HtmlApsLogF("n=%d", 7u) % 1; }, ApsLog, true, ""},
+    };
+    m_poManager->SetTraceLogging(true);
+    for (const SRoute& route : routes)
+    {
+        SCOPED_TRACE(route.m_szName);
+        const std::size_t before = m_oRecorder.Lines().size();
+        route.m_oWrite(m_oOut);
+        const std::vector<SLogLine> lines = m_oRecorder.Lines();
+        ASSERT_EQ(before + 1, lines.size());
+        EXPECT_EQ("n=1", lines.back().m_sText);
+        EXPECT_EQ(route.m_eDestination, lines.back().m_eDestination);
+        EXPECT_EQ(route.m_bHtml, lines.back().m_bHtml);
+        EXPECT_EQ(route.m_szSecondText, lines.back().m_sSecondText);
+    }
+    m_oOut.TraceF("trace %s") % "on";
+    EXPECT_EQ("trace on", m_oRecorder.Lines().back().m_sText);
+    EXPECT_EQ(Log, m_oRecorder.Lines().back().m_eDestination);
+}
+
+TEST_F(OutputTest, NumberIsMessageIdForLogButDroppedForJobAndAps)
+{
+    {
+        auto job = m_oOut.JobLogF("job", 7u);
+        EXPECT_EQ(0u, job.GetMessageId());
+        EXPECT_EQ(1u, job.GetFlags());
+        EXPECT_TRUE(job.GetSecondText().IsEmpty());
+        auto jobText = m_oOut.JobLogF("job", CString());
+        EXPECT_EQ(0u, jobText.GetFlags());
+        auto log = m_oOut.LogF("log", 7u);
+        EXPECT_EQ(7u, log.GetMessageId());
+        EXPECT_EQ(0u, log.GetFlags());
+        EXPECT_EQ(0u, m_oOut.HtmlApsLogF("aps", 7u).GetMessageId());
+        EXPECT_EQ(7u, m_oOut.HtmlLegacyLogF("legacy", 7u).GetMessageId());
+    }
+    // Message ids are verbose-logging areas, all off here: only the job and APS lines remain.
+    std::vector<std::string> texts;
+    for (const SLogLine& line : m_oRecorder.Lines())
+        texts.push_back(line.m_sText);
+    EXPECT_EQ((std::vector<std::string>{"aps", "job", "job"}), texts);
+    m_oOut.LegacyLogF("legacy %d", 0x10000u) % 1;
+    EXPECT_EQ(3u, m_oRecorder.Lines().size());
+}
+
+TEST_F(OutputTest, ArgumentsFollowBoostFormat)
+{
+    const CString lot("A-17");
+    m_oOut.LogF("Lot %s: %d devices, yield %.2f%%", 0u) % lot % 1200 % 99.254;
+    m_oOut.LogF("%2%-%1%|%1%", 0u) % "a" % 'b';
+    m_oOut.LogF("[%s]", 0u) % boost::io::group(std::hex, std::showbase, 255);
+    const std::vector<SLogLine> lines = m_oRecorder.Lines();
+    ASSERT_EQ(3u, lines.size());
+    EXPECT_EQ("Lot A-17: 1200 devices, yield 99.25%", lines[0].m_sText);
+    EXPECT_EQ("b-a|a", lines[1].m_sText);
+    EXPECT_EQ("[0xff]", lines[2].m_sText);
+
+    // A missing argument is reported when the line is written, an extra one when it is fed.
+    EXPECT_THROW(m_oOut.LogF("%d and %d", 0u) % 1, boost::io::too_few_args);
+    EXPECT_THROW(m_oOut.LogF("%d", 0u) % 1 % 2, boost::io::too_many_args);
+}
+
+TEST_F(OutputTest, ReusedFormatsStartClean)
+{
+    // The same text in quick succession, nested, and after a failed feed: each line must see
+    // only its own arguments.
+    for (int i = 0; i < 3; ++i)
+        m_oOut.LogF("value %d of %s", 0u) % i % "run";
+    EXPECT_THROW(m_oOut.LogF("value %d of %s", 0u) % 1 % "x" % "extra", boost::io::too_many_args);
+    m_oOut.LogF("value %d of %s", 0u) % 9 % "after";
+    {
+        auto outer = m_oOut.LogF("value %d of %s", 0u);
+        outer % 1;
+        m_oOut.LogF("value %d of %s", 0u) % 2 % "inner";
+        outer % "outer";
+    }
+    std::vector<std::string> texts;
+    for (const SLogLine& line : m_oRecorder.Lines())
+        texts.push_back(line.m_sText);
+    EXPECT_EQ((std::vector<std::string>{"value 0 of run", "value 1 of run", "value 2 of run",
+                                        "value 1 of x", "value 9 of after", "value 2 of inner",
+                                        "value 1 of outer"}),
+              texts);
+    EXPECT_GT(CFormatCache::GetPooledCount(), 0u);
+}
+
+TEST_F(OutputTest, WriteFailureEscapesOnlyWhenNothingElsePropagates)
+{
+    int calls = 0;
+    m_poManager->SetLoggingEventHandler(
+        [&calls](const char*, bool, const char*, ELogEntryDestination)
+        {
+            ++calls;
+            throw std::runtime_error("disk full");
+        });
+    EXPECT_THROW(m_oOut.LogF("plain", CString()), std::runtime_error);
+
+    try
+    {
+        auto line = m_oOut.LogF("unwinding", CString());
+        throw std::logic_error("first");
+    }
+    catch (const std::logic_error& e)
+    {
+        EXPECT_STREQ("first", e.what());
+    }
+
+    // A line written from a destructor that runs during unwinding must not throw into it.
+    struct SLogsOnExit
+    {
+        COutput& m_oOut;
+        ~SLogsOnExit() { m_oOut.LogF("leaving", CString()); }
+    };
+    try
+    {
+        SLogsOnExit guard{m_oOut};
+        throw 42;
+    }
+    catch (int value)
+    {
+        EXPECT_EQ(42, value);
+    }
+    EXPECT_EQ(3, calls);
+}
+
+TEST_F(OutputTest, RegisteredMessages)
+{
+    EXPECT_FALSE(m_oOut.IsMessageRegistered("Box A"));
+    m_oOut.RegisterMessage("Box A", 6);
+    m_oOut.RegisterMessage("Box A", 7);
+    EXPECT_TRUE(m_oOut.IsMessageRegistered("Box A"));
+    EXPECT_EQ(7, m_oOut.GetValue("Box A"));
+    try
+    {
+        m_oOut.GetValue("Box B");
+        FAIL() << "no exception";
+    }
+    catch (const CppUtil::Exception::CQlException& e)
+    {
+        EXPECT_STREQ("CMessageManager::GetValue: Could not find message \nBox B\n"
+                     "Message is has not been registered.",
+                     e.what());
+        EXPECT_EQ(CString("CppUtil::Text::COutput::GetValue"), e.GetFunction());
+        EXPECT_EQ(CString("CppUtil.Text.Output"), e.GetFile());
+    }
+    EXPECT_TRUE(m_oOut.DialogsEnabled());
+    m_oOut.DialogsEnabled(false);
+    EXPECT_FALSE(m_oOut.DialogsEnabled());
+}
+
+TEST_F(OutputTest, OutputWindowGetsTextAndFlags)
+{
+    m_oOut.WriteToOutputWnd("direct", 5);
+    m_oOut.AddText("text");
+    m_oOut.AddDevelopmentText("development");
+    m_oOut.PrintF("printed %d", CString()) % 3;
+    const std::vector<SWindowLine> window = m_oRecorder.WindowLines();
+    ASSERT_EQ(4u, window.size());
+    EXPECT_EQ(&m_oOut, window[0].m_poOutput);
+    EXPECT_EQ("direct", window[0].m_sText);
+    EXPECT_EQ(5u, window[0].m_uFlags);
+    EXPECT_EQ(0u, window[1].m_uFlags);
+    EXPECT_EQ("development", window[2].m_sText);
+    EXPECT_EQ(1u, window[2].m_uFlags);
+    EXPECT_EQ("printed 3", window[3].m_sText);
+}
+
+TEST_F(OutputTest, OutputWithoutManagerForwards)
+{
+    COutput orphan(nullptr);
+    EXPECT_THROW(orphan.MessageManager(), CppUtil::Exception::CQlException);
+
+    // No getter: every live manager (here the fixture's and a second one) gets the line once.
+    CLogRecorder second;
+    {
+        CMessageManager other;
+        other.SetLoggingEventHandler(second.Handler());
+        orphan.LogF("to all", CString());
+        DefaultOutput().JobLogF("default", CString());
+    }
+    EXPECT_EQ(2u, second.Lines().size());
+    EXPECT_EQ(2u, m_oRecorder.Lines().size());
+
+    // With a getter: only the active output's manager.
+    orphan.SetActiveOutputGetter([this]() -> COutput& { return m_oOut; });
+    orphan.LogF("to active", CString());
+    EXPECT_EQ(3u, m_oRecorder.Lines().size());
+    EXPECT_EQ("to active", m_oRecorder.Lines().back().m_sText);
+
+    // A getter that answers with the output itself falls back to every manager.
+    orphan.SetActiveOutputGetter([&orphan]() -> COutput& { return orphan; });
+    orphan.LogF("self", CString());
+    EXPECT_EQ("self", m_oRecorder.Lines().back().m_sText);
+}
+
+TEST_F(OutputTest, CopiesShareTheManager)
+{
+    std::unique_ptr<COutput> original(new COutput(new CMessageManager));
+    CLogRecorder recorder;
+    original->MessageManager().SetLoggingEventHandler(recorder.Handler());
+    COutput copy(*original);
+    EXPECT_EQ(&original->MessageManager(), &copy.MessageManager());
+    copy.LogF("from copy", CString());
+    original.reset();
+    // The manager outlives the output it printed through; printing must not touch it.
+    copy.PrintF("after", CString());
+    ASSERT_EQ(2u, recorder.Lines().size());
+    EXPECT_EQ("after", recorder.Lines()[1].m_sText);
+}

@@ -1,0 +1,57 @@
+# Installs the built package into a fresh prefix and builds a program against it the way a user
+# would: find_package(CppUtil CONFIG REQUIRED) and, on the native build, pkg-config too.
+
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "Failed (${result}): ${ARGN}\n${out}\n${err}")
+    endif()
+    set(RUN_OUTPUT "${out}" PARENT_SCOPE)
+endfunction()
+
+set(prefix ${WORK_DIR}/prefix)
+file(REMOVE_RECURSE ${WORK_DIR})
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+
+set(configure ${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build -G ${GENERATOR}
+    -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_BUILD_TYPE=Release
+    # A sanitized library needs a sanitized program.
+    "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" "-DCMAKE_EXE_LINKER_FLAGS=${EXE_LINKER_FLAGS}")
+if(TOOLCHAIN_FILE)
+    list(APPEND configure -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN_FILE}
+        -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=BOTH)
+endif()
+run(${configure})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+
+if(EMULATOR)
+    # Windows finds DLLs next to the program: give it the installed ones.
+    file(GLOB dlls ${prefix}/bin/*.dll)
+    file(COPY ${dlls} DESTINATION ${WORK_DIR}/build)
+    run(${CMAKE_COMMAND} -E env CPPUTIL_WINEPREFIX=${WINEPREFIX_DIR}
+        ${EMULATOR} ${WORK_DIR}/build/consumer.exe)
+else()
+    run(${WORK_DIR}/build/consumer)
+endif()
+if(NOT RUN_OUTPUT MATCHES "consumer: Lot A-17 logged through CppUtil")
+    message(FATAL_ERROR "Unexpected consumer output: ${RUN_OUTPUT}")
+endif()
+
+if(NOT EMULATOR)
+    find_program(PKG_CONFIG pkg-config REQUIRED)
+    file(GLOB_RECURSE pcfile ${prefix}/cpputil.pc)
+    get_filename_component(pcdir ${pcfile} DIRECTORY)
+    execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${pcdir}
+        ${PKG_CONFIG} --cflags --libs cpputil
+        OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE result)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "pkg-config does not know cpputil")
+    endif()
+    separate_arguments(flags UNIX_COMMAND "${CXX_FLAGS} ${flags}")
+    run(c++ -std=c++17 ${CONSUMER_SOURCE_DIR}/main.cpp ${flags} -o ${WORK_DIR}/consumer-pc
+        -Wl,-rpath,${prefix}/lib)
+    run(${WORK_DIR}/consumer-pc)
+    if(NOT RUN_OUTPUT MATCHES "consumer: Lot A-17 logged through CppUtil")
+        message(FATAL_ERROR "Unexpected output of the pkg-config build: ${RUN_OUTPUT}")
+    endif()
+endif()
