@@ -3,13 +3,16 @@
 #   ./build.sh run    builds and runs the example host
 #   ./build.sh test   builds every preset (native debug and release, Win32 under Wine,
 #                     AddressSanitizer + UndefinedBehaviorSanitizer, ThreadSanitizer) and runs
-#                     every test in each
+#                     every test in each, then fuzzes the .mc parser for FUZZ_SECONDS (20)
 set -euo pipefail
 cd "$(dirname "$0")"
 
 NATIVE_PACKAGES=(cmake ninja-build g++ pkg-config libboost-dev googletest libbenchmark-dev)
 CROSS_PACKAGES=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 mingw-w64-tools wine wine64)
 CHECK_PACKAGES=(clang-format)
+# libFuzzer comes with clang's runtime libraries, which clang only recommends.
+FUZZ_PACKAGES=(clang libclang-rt-14-dev)
+FUZZ_SECONDS=${FUZZ_SECONDS:-20}
 JOBS=${JOBS:-$(nproc)}
 
 install_packages() {
@@ -44,6 +47,21 @@ test_preset() {
     "${runner[@]}" ctest --preset "$preset" -j "$JOBS"
 }
 
+fuzz_preset() {
+    echo "=== fuzz: build"
+    build_preset fuzz
+    echo "=== fuzz: McFileFuzz for ${FUZZ_SECONDS}s"
+    # fuzz/corpus/mc only seeds the run: what libFuzzer finds goes to the build tree.
+    local dir=build/fuzz
+    rm -rf "$dir/corpus" && mkdir -p "$dir/corpus"
+    if ! "$dir/bin/McFileFuzz" -max_total_time="$FUZZ_SECONDS" -dict=fuzz/mc.dict \
+        -artifact_prefix="$dir/" "$dir/corpus" fuzz/corpus/mc >"$dir/McFileFuzz.log" 2>&1; then
+        tail -n 40 "$dir/McFileFuzz.log"
+        return 1
+    fi
+    tail -n 1 "$dir/McFileFuzz.log"
+}
+
 check_format() {
     echo "=== clang-format"
     git ls-files -- '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
@@ -56,10 +74,15 @@ run)
     ./build/debug/bin/log-demo
     ;;
 test)
-    install_packages "${NATIVE_PACKAGES[@]}" "${CROSS_PACKAGES[@]}" "${CHECK_PACKAGES[@]}"
+    install_packages "${NATIVE_PACKAGES[@]}" "${CROSS_PACKAGES[@]}" "${CHECK_PACKAGES[@]}" \
+        "${FUZZ_PACKAGES[@]}"
     check_format
-    for preset in ${PRESETS:-debug mingw asan tsan release}; do
-        test_preset "$preset"
+    for preset in ${PRESETS:-debug mingw asan tsan release fuzz}; do
+        if [ "$preset" = fuzz ]; then
+            fuzz_preset
+        else
+            test_preset "$preset"
+        fi
     done
     echo "=== all presets passed"
     ;;

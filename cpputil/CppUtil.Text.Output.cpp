@@ -1,5 +1,6 @@
 #include "CppUtil.Text.Output.h"
 
+#include "CppUtil.CompiledMsg.h"
 #include "CppUtil.Exception.QlException.h"
 
 #include <mutex>
@@ -195,6 +196,124 @@ CTextOutputBase<TPrintF> COutput::PrintF(const CString& format, const CString& s
 CTextOutputBase<TTraceF> COutput::TraceF(const CString& format)
 {
     return CTextOutputBase<TTraceF>(this, format, CString(), 0, 0);
+}
+
+CTextOutputBase<TLogF> COutput::LogF(const CCompiledMsgBase& format, const CString& secondText)
+{
+    return LogF(format.LoadCStr(), secondText);
+}
+
+CTextOutputBase<TLogF> COutput::LogF(const CCompiledMsgBase& format, unsigned int messageId)
+{
+    return LogF(format.LoadCStr(), messageId);
+}
+
+CTextOutputBase<TLegacyLogF> COutput::LegacyLogF(const CCompiledMsgBase& format,
+                                                 const CString& secondText)
+{
+    return LegacyLogF(format.LoadCStr(), secondText);
+}
+
+CTextOutputBase<TLegacyLogF> COutput::LegacyLogF(const CCompiledMsgBase& format,
+                                                 unsigned int messageId)
+{
+    return LegacyLogF(format.LoadCStr(), messageId);
+}
+
+CTextOutputBase<TJobLogF> COutput::JobLogF(const CCompiledMsgBase& format,
+                                           const CString& secondText)
+{
+    return JobLogF(format.LoadCStr(), secondText);
+}
+
+CTextOutputBase<TJobLogF> COutput::JobLogF(const CCompiledMsgBase& format, unsigned int ignored)
+{
+    return JobLogF(format.LoadCStr(), ignored);
+}
+
+CTextOutputBase<TApsLogF> COutput::ApsLogF(const CCompiledMsgBase& format,
+                                           const CString& secondText)
+{
+    return ApsLogF(format.LoadCStr(), secondText);
+}
+
+CTextOutputBase<TApsLogF> COutput::ApsLogF(const CCompiledMsgBase& format, unsigned int ignored)
+{
+    return ApsLogF(format.LoadCStr(), ignored);
+}
+
+CTextOutputBase<THtmlLegacyLogF> COutput::HtmlLegacyLogF(const CCompiledMsgBase& format,
+                                                         const CString& secondText)
+{
+    return HtmlLegacyLogF(format.LoadCStr(), secondText);
+}
+
+CTextOutputBase<THtmlLegacyLogF> COutput::HtmlLegacyLogF(const CCompiledMsgBase& format,
+                                                         unsigned int messageId)
+{
+    return HtmlLegacyLogF(format.LoadCStr(), messageId);
+}
+
+CTextOutputBase<THtmlJobLogF> COutput::HtmlJobLogF(const CCompiledMsgBase& format,
+                                                   const CString& secondText)
+{
+    return HtmlJobLogF(format.LoadCStr(), secondText);
+}
+
+CTextOutputBase<THtmlJobLogF> COutput::HtmlJobLogF(const CCompiledMsgBase& format,
+                                                   unsigned int ignored)
+{
+    return HtmlJobLogF(format.LoadCStr(), ignored);
+}
+
+CTextOutputBase<THtmlApsLogF> COutput::HtmlApsLogF(const CCompiledMsgBase& format,
+                                                   const CString& secondText)
+{
+    return HtmlApsLogF(format.LoadCStr(), secondText);
+}
+
+CTextOutputBase<THtmlApsLogF> COutput::HtmlApsLogF(const CCompiledMsgBase& format,
+                                                   unsigned int ignored)
+{
+    return HtmlApsLogF(format.LoadCStr(), ignored);
+}
+
+CTextOutputBase<THtmlLogF> COutput::HtmlLogF(const CCompiledMsgBase& format,
+                                             const CString& secondText)
+{
+    return HtmlLogF(format.LoadCStr(), secondText);
+}
+
+CTextOutputBase<TPrintF> COutput::PrintF(const CCompiledMsgBase& format, const CString& secondText)
+{
+    return PrintF(format.LoadCStr(), secondText);
+}
+
+CTextOutputBase<TTraceF> COutput::TraceF(const CCompiledMsgBase& format)
+{
+    return TraceF(format.LoadCStr());
+}
+
+CMsgBoxF COutput::MsgBoxF(const char* format, unsigned int type, unsigned int extra)
+{
+    return CMsgBoxF(*this, format, type, extra);
+}
+
+CMsgBoxF COutput::MsgBoxF(const char* format, const CString& title, unsigned int type,
+                          unsigned int extra)
+{
+    return CMsgBoxF(*this, format, title, type, extra);
+}
+
+CMsgBoxF COutput::MsgBoxF(const CCompiledMsgBase& format, unsigned int type, unsigned int extra)
+{
+    return CMsgBoxF(*this, format, type, extra);
+}
+
+CMsgBoxF COutput::MsgBoxF(const CCompiledMsgBase& format, const CString& title, unsigned int type,
+                          unsigned int extra)
+{
+    return CMsgBoxF(*this, format, title, type, extra);
 }
 
 COutput& DefaultOutput()

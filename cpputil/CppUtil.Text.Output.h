@@ -3,6 +3,7 @@
 
 #include "CppUtil.Api.h"
 #include "CppUtil.Text.MessageManager.h"
+#include "CppUtil.Text.MsgBoxF.h"
 #include "CppUtil.Text.TextOutputBase.h"
 #include "Platform/CString.h"
 
@@ -12,6 +13,9 @@
 
 namespace CppUtil
 {
+
+class CCompiledMsgBase;
+
 namespace Text
 {
 
@@ -74,6 +78,39 @@ public:
     CTextOutputBase<THtmlLogF> HtmlLogF(const CString& format, const CString& secondText);
     CTextOutputBase<TPrintF> PrintF(const CString& format, const CString& secondText);
     CTextOutputBase<TTraceF> TraceF(const CString& format);
+
+    // The same builders with a compiled message as the format.
+    CTextOutputBase<TLogF> LogF(const CCompiledMsgBase& format, const CString& secondText);
+    CTextOutputBase<TLogF> LogF(const CCompiledMsgBase& format, unsigned int messageId);
+    CTextOutputBase<TLegacyLogF> LegacyLogF(const CCompiledMsgBase& format,
+                                            const CString& secondText);
+    CTextOutputBase<TLegacyLogF> LegacyLogF(const CCompiledMsgBase& format, unsigned int messageId);
+    CTextOutputBase<TJobLogF> JobLogF(const CCompiledMsgBase& format, const CString& secondText);
+    CTextOutputBase<TJobLogF> JobLogF(const CCompiledMsgBase& format, unsigned int ignored);
+    CTextOutputBase<TApsLogF> ApsLogF(const CCompiledMsgBase& format, const CString& secondText);
+    CTextOutputBase<TApsLogF> ApsLogF(const CCompiledMsgBase& format, unsigned int ignored);
+    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CCompiledMsgBase& format,
+                                                    const CString& secondText);
+    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CCompiledMsgBase& format,
+                                                    unsigned int messageId);
+    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CCompiledMsgBase& format,
+                                              const CString& secondText);
+    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CCompiledMsgBase& format, unsigned int ignored);
+    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CCompiledMsgBase& format,
+                                              const CString& secondText);
+    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CCompiledMsgBase& format, unsigned int ignored);
+    CTextOutputBase<THtmlLogF> HtmlLogF(const CCompiledMsgBase& format, const CString& secondText);
+    CTextOutputBase<TPrintF> PrintF(const CCompiledMsgBase& format, const CString& secondText);
+    CTextOutputBase<TTraceF> TraceF(const CCompiledMsgBase& format);
+
+    // Message boxes of this output: type holds MB_* style bits (0x04000000 marks HTML text),
+    // extra is passed through to the box.
+    CMsgBoxF MsgBoxF(const char* format, unsigned int type, unsigned int extra);
+    CMsgBoxF MsgBoxF(const char* format, const CString& title, unsigned int type,
+                     unsigned int extra);
+    CMsgBoxF MsgBoxF(const CCompiledMsgBase& format, unsigned int type, unsigned int extra);
+    CMsgBoxF MsgBoxF(const CCompiledMsgBase& format, const CString& title, unsigned int type,
+                     unsigned int extra);
 
     // Hands a finished builder to the manager, the active output, or every live manager.
     template <class Tag>

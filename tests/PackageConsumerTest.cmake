@@ -1,5 +1,6 @@
 # Installs the built package into a fresh prefix and builds a program against it the way a user
-# would: find_package(CppUtil CONFIG REQUIRED) and, on the native build, pkg-config too.
+# would: find_package(CppUtil CONFIG REQUIRED) and, on the native build, pkg-config too. The
+# program has a message table of its own.
 
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
@@ -36,6 +37,11 @@ endif()
 if(NOT RUN_OUTPUT MATCHES "consumer: Lot A-17 logged through CppUtil")
     message(FATAL_ERROR "Unexpected consumer output: ${RUN_OUTPUT}")
 endif()
+# Its own table, compiled with the installed cpputil_add_message_table.
+set(table_line "consumer: table message 1 read through FormatMessageA")
+if(NOT RUN_OUTPUT MATCHES "${table_line}")
+    message(FATAL_ERROR "The consumer did not read its message table: ${RUN_OUTPUT}")
+endif()
 
 if(NOT EMULATOR)
     find_program(PKG_CONFIG pkg-config REQUIRED)
@@ -48,10 +54,16 @@ if(NOT EMULATOR)
         message(FATAL_ERROR "pkg-config does not know cpputil")
     endif()
     separate_arguments(flags UNIX_COMMAND "${CXX_FLAGS} ${flags}")
-    run(c++ -std=c++17 ${CONSUMER_SOURCE_DIR}/main.cpp ${flags} -o ${WORK_DIR}/consumer-pc
-        -Wl,-rpath,${prefix}/lib)
+    # Without CMake the installed message compiler makes the table's header and source.
+    set(tables ${WORK_DIR}/consumer-pc-messages)
+    file(MAKE_DIRECTORY ${tables})
+    run(${prefix}/bin/cpputil-mc --module consumer-pc --executable --header ${tables}/Consumer.h
+        --source ${tables}/Consumer.mc.cpp ${CONSUMER_SOURCE_DIR}/Consumer.mc)
+    run(c++ -std=c++17 ${CONSUMER_SOURCE_DIR}/main.cpp ${tables}/Consumer.mc.cpp -I${tables}
+        ${flags} -o ${WORK_DIR}/consumer-pc -Wl,-rpath,${prefix}/lib)
     run(${WORK_DIR}/consumer-pc)
-    if(NOT RUN_OUTPUT MATCHES "consumer: Lot A-17 logged through CppUtil")
+    if(NOT RUN_OUTPUT MATCHES "consumer: Lot A-17 logged through CppUtil" OR
+       NOT RUN_OUTPUT MATCHES "${table_line}")
         message(FATAL_ERROR "Unexpected output of the pkg-config build: ${RUN_OUTPUT}")
     endif()
 endif()

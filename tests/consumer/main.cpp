@@ -1,7 +1,11 @@
-// A program outside the tree that logs one line through an installed CppUtil.
+// A program outside the tree that logs one line through an installed CppUtil and reads a message
+// of its own message table.
+#include "Consumer.h"
+
 #include <cpputil/CppUtil.h>
 
 #include <iostream>
+#include <string>
 
 int main()
 {
@@ -11,5 +15,13 @@ int main()
     manager->SetLoggingEventHandler([](const char* text, bool, const char*, ELogEntryDestination)
                                     { std::cout << "consumer: " << text << std::endl; });
     out.LogF("Lot %s logged through %s", 0u) % "A-17" % "CppUtil";
-    return 0;
+
+    const DWORD_PTR inserts[] = {MSG_CONSUMER_TABLE, reinterpret_cast<DWORD_PTR>("FormatMessageA")};
+    char text[256];
+    const DWORD length =
+        FormatMessageA(FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_ARGUMENT_ARRAY,
+                       GetModuleHandleA(nullptr), MSG_CONSUMER_TABLE, 0, text, sizeof text,
+                       reinterpret_cast<va_list*>(const_cast<DWORD_PTR*>(inserts)));
+    std::cout << std::string(text, length);
+    return length != 0 ? 0 : 1;
 }

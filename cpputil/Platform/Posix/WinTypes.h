@@ -71,8 +71,13 @@ typedef _EXCEPTION_POINTERS EXCEPTION_POINTERS;
 
 #define ERROR_SUCCESS 0L
 
-// The calling thread's last error. On POSIX the codes are errno values.
+// The calling thread's last error. On POSIX the codes are errno values, or the Win32 codes of
+// WinError.h where the layer itself fails the way Windows does.
 CPPUTIL_API DWORD GetLastError();
 CPPUTIL_API void SetLastError(DWORD code);
 CPPUTIL_API DWORD GetCurrentThreadId();
 CPPUTIL_API void Sleep(DWORD milliseconds);
+
+// Built on the types above.
+#include "WinBase.h"
+#include "WinError.h"

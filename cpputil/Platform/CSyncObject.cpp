@@ -1,0 +1,14 @@
+#include "CSyncObject.h"
+
+CSyncObject::CSyncObject(LPCSTR) : m_hObject(nullptr) {}
+
+CSyncObject::~CSyncObject()
+{
+    if (m_hObject)
+        ::CloseHandle(m_hObject);
+}
+
+BOOL CSyncObject::Lock(DWORD dwTimeout)
+{
+    return ::WaitForSingleObject(m_hObject, dwTimeout) == WAIT_OBJECT_0 ? TRUE : FALSE;
+}

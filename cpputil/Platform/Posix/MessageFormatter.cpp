@@ -1,0 +1,384 @@
+#include "MessageFormatter.h"
+
+#include <cstdio>
+#include <cstring>
+#include <cwchar>
+
+namespace CppUtil
+{
+namespace Platform
+{
+
+namespace
+{
+
+bool IsDigit(char ch)
+{
+    return ch >= '0' && ch <= '9';
+}
+
+template <typename T>
+std::string Printf(const std::string& format, T value)
+{
+    const int length = std::snprintf(nullptr, 0, format.c_str(), value);
+    if (length <= 0)
+        return std::string();
+    std::string text(static_cast<size_t>(length), '\0');
+    std::snprintf(&text[0], text.size() + 1, format.c_str(), value);
+    return text;
+}
+
+void AppendUtf8(std::uint32_t codePoint, std::string& out)
+{
+    if (codePoint > 0x10FFFF || (codePoint >= 0xD800 && codePoint <= 0xDFFF))
+        codePoint = '?';
+    if (codePoint < 0x80)
+    {
+        out += static_cast<char>(codePoint);
+        return;
+    }
+    char bytes[4];
+    int count = codePoint < 0x800 ? 2 : (codePoint < 0x10000 ? 3 : 4);
+    for (int i = count - 1; i > 0; --i)
+    {
+        bytes[i] = static_cast<char>(0x80 | (codePoint & 0x3F));
+        codePoint >>= 6;
+    }
+    bytes[0] = static_cast<char>((0xF00 >> count) | codePoint);
+    out.append(bytes, static_cast<size_t>(count));
+}
+
+} // namespace
+
+CMessageFormatter::CMessageFormatter(DWORD flags, va_list* arguments)
+    : m_bIgnoreInserts((flags & FORMAT_MESSAGE_IGNORE_INSERTS) != 0),
+      m_bArgumentArray((flags & FORMAT_MESSAGE_ARGUMENT_ARRAY) != 0),
+      m_bJoinLines((flags & FORMAT_MESSAGE_MAX_WIDTH_MASK) == FORMAT_MESSAGE_MAX_WIDTH_MASK),
+      m_poArguments(arguments)
+{
+}
+
+// text points at the insert's first digit. Returns where the insert ends, or NULL when its
+// format has no closing '!'.
+const char* CMessageFormatter::ParseInsert(const char* text, SInsert& insert)
+{
+    insert = SInsert{};
+    insert.m_uNumber = static_cast<unsigned int>(*text++ - '0');
+    if (IsDigit(*text))
+        insert.m_uNumber = insert.m_uNumber * 10 + static_cast<unsigned int>(*text++ - '0');
+    insert.m_uBits = 32;
+    insert.m_cConversion = 's';
+    if (*text != '!')
+        return text;
+    const char* end = std::strchr(text + 1, '!');
+    if (!end)
+        return nullptr;
+
+    const std::string format(text + 1, end);
+    size_t i = 0;
+    while (i < format.size() && std::strchr("-+ #0", format[i]))
+        insert.m_sFlags += format[i++];
+    if (i < format.size() && format[i] == '*')
+    {
+        insert.m_bWidthStar = true;
+        ++insert.m_iStars;
+        ++i;
+    }
+    while (i < format.size() && IsDigit(format[i]))
+        insert.m_sWidth += format[i++];
+    if (i < format.size() && format[i] == '.')
+    {
+        insert.m_sPrecision = ".";
+        ++i;
+        if (i < format.size() && format[i] == '*')
+        {
+            insert.m_bPrecisionStar = true;
+            ++insert.m_iStars;
+            ++i;
+        }
+        while (i < format.size() && IsDigit(format[i]))
+            insert.m_sPrecision += format[i++];
+    }
+
+    // Windows' sizes: long is 32 bits, I and the C99 size prefixes are pointer-sized.
+    const unsigned int pointerBits = sizeof(void*) * 8;
+    bool narrow = false;
+    const std::string rest = format.substr(i);
+    struct SLength
+    {
+        const char* m_szPrefix;
+        unsigned int m_uBits;
+    };
+    const SLength lengths[] = {{"I64", 64}, {"I32", 32},        {"ll", 64},
+                               {"hh", 8},   {"I", pointerBits}, {"z", pointerBits},
+                               {"j", 64},   {"t", pointerBits}, {"h", 16},
+                               {"l", 32},   {"w", 32}};
+    for (const SLength& length : lengths)
+    {
+        const size_t size = std::strlen(length.m_szPrefix);
+        if (rest.compare(0, size, length.m_szPrefix) == 0)
+        {
+            insert.m_uBits = length.m_uBits;
+            insert.m_bWide = rest[0] == 'l' || rest[0] == 'w';
+            narrow = rest[0] == 'h';
+            i += size;
+            break;
+        }
+    }
+    const char conversion = i < format.size() ? format[i] : '\0';
+    if (conversion != '\0' && std::strchr("diouxXcCsSp", conversion))
+    {
+        insert.m_cConversion = conversion;
+        insert.m_bWide = (insert.m_bWide || conversion == 'C' || conversion == 'S') && !narrow;
+        ++i;
+    }
+    else
+    {
+        insert.m_cConversion = 0;
+    }
+    insert.m_sTrailing = format.substr(i);
+    return end + 1;
+}
+
+CMessageFormatter::EArgument CMessageFormatter::ArgumentOf(const SInsert& insert)
+{
+    switch (insert.m_cConversion)
+    {
+    case 0:
+        return EArgument::Unknown;
+    case 's':
+    case 'S':
+    case 'p':
+        return EArgument::Pointer;
+    case 'c':
+    case 'C':
+        return EArgument::Int32;
+    default:
+        return insert.m_uBits > 32 ? EArgument::Int64 : EArgument::Int32;
+    }
+}
+
+// A va_list cannot be indexed, so every argument up to the highest insert is fetched first, each
+// with the type its first insert gives it.
+void CMessageFormatter::FetchArguments(const char* text)
+{
+    std::vector<EArgument> kinds;
+    auto note = [&kinds](unsigned int number, EArgument kind)
+    {
+        if (kinds.size() < number)
+            kinds.resize(number, EArgument::Unknown);
+        if (kinds[number - 1] == EArgument::Unknown)
+            kinds[number - 1] = kind;
+    };
+    for (const char* p = text; *p;)
+    {
+        if (p[0] != '%' || p[1] == '\0')
+        {
+            ++p;
+            continue;
+        }
+        if (!IsDigit(p[1]) || p[1] == '0')
+        {
+            p += 2;
+            continue;
+        }
+        SInsert insert;
+        p = ParseInsert(p + 1, insert);
+        if (!p)
+            break;
+        unsigned int number = insert.m_uNumber;
+        if (insert.m_bWidthStar)
+            note(number++, EArgument::Int32);
+        if (insert.m_bPrecisionStar)
+            note(number++, EArgument::Int32);
+        note(number, ArgumentOf(insert));
+    }
+    for (EArgument kind : kinds)
+    {
+        switch (kind)
+        {
+        case EArgument::Int32:
+            m_oValues.push_back(static_cast<std::uint32_t>(va_arg(*m_poArguments, int)));
+            break;
+        case EArgument::Int64:
+            m_oValues.push_back(va_arg(*m_poArguments, unsigned long long));
+            break;
+        default:
+            m_oValues.push_back(reinterpret_cast<std::uintptr_t>(va_arg(*m_poArguments, void*)));
+        }
+    }
+}
+
+bool CMessageFormatter::Argument(unsigned int number, std::uint64_t& value) const
+{
+    if (!m_poArguments || number == 0)
+        return false;
+    if (m_bArgumentArray)
+    {
+        value = reinterpret_cast<const DWORD_PTR*>(m_poArguments)[number - 1];
+        return true;
+    }
+    if (number > m_oValues.size())
+        return false;
+    value = m_oValues[number - 1];
+    return true;
+}
+
+bool CMessageFormatter::AppendInsert(const SInsert& insert, std::string& out) const
+{
+    if (insert.m_cConversion == 0)
+    {
+        out += insert.m_sTrailing;
+        return true;
+    }
+    unsigned int number = insert.m_uNumber;
+    std::uint64_t value = 0;
+    std::string format = "%" + insert.m_sFlags + insert.m_sWidth;
+    if (insert.m_bWidthStar)
+    {
+        if (!Argument(number++, value))
+            return false;
+        format += std::to_string(static_cast<int>(value));
+    }
+    if (insert.m_bPrecisionStar)
+    {
+        if (!Argument(number++, value))
+            return false;
+        if (static_cast<int>(value) >= 0)
+            format += "." + std::to_string(static_cast<int>(value));
+    }
+    else
+    {
+        format += insert.m_sPrecision;
+    }
+    if (!Argument(number, value))
+        return false;
+
+    const unsigned int bits = insert.m_uBits;
+    const std::uint64_t mask = bits >= 64 ? ~std::uint64_t(0) : (std::uint64_t(1) << bits) - 1;
+    switch (insert.m_cConversion)
+    {
+    case 'd':
+    case 'i':
+    {
+        std::uint64_t raw = value & mask;
+        if (bits < 64 && (raw >> (bits - 1)) != 0)
+            raw |= ~mask;
+        out += Printf(format + "lld", static_cast<long long>(raw));
+        break;
+    }
+    case 'o':
+    case 'u':
+    case 'x':
+    case 'X':
+        out += Printf(format + "ll" + insert.m_cConversion,
+                      static_cast<unsigned long long>(value & mask));
+        break;
+    case 'p':
+        out += Printf("%0" + std::to_string(sizeof(void*) * 2) + "llX",
+                      static_cast<unsigned long long>(value));
+        break;
+    case 'c':
+    case 'C':
+        if (insert.m_bWide)
+        {
+            std::string text;
+            AppendUtf8(static_cast<std::uint32_t>(value), text);
+            out += Printf(format + "s", text.c_str());
+        }
+        else
+        {
+            out += Printf(format + "c", static_cast<int>(static_cast<char>(value)));
+        }
+        break;
+    default:
+    {
+        const void* pointer = reinterpret_cast<const void*>(static_cast<std::uintptr_t>(value));
+        if (!pointer)
+        {
+            out += Printf(format + "s", "(null)");
+        }
+        else if (insert.m_bWide)
+        {
+            std::string text;
+            for (const wchar_t* wide = static_cast<const wchar_t*>(pointer); *wide; ++wide)
+                AppendUtf8(static_cast<std::uint32_t>(*wide), text);
+            out += Printf(format + "s", text.c_str());
+        }
+        else
+        {
+            out += Printf(format + "s", static_cast<const char*>(pointer));
+        }
+    }
+    }
+    out += insert.m_sTrailing;
+    return true;
+}
+
+DWORD CMessageFormatter::Format(const char* text, std::string& out)
+{
+    out.clear();
+    if (!text)
+        return ERROR_INVALID_PARAMETER;
+    if (!m_bIgnoreInserts && !m_bArgumentArray && m_poArguments)
+        FetchArguments(text);
+
+    for (const char* p = text; *p;)
+    {
+        const char ch = *p;
+        if (ch == '\r' || ch == '\n')
+        {
+            // CR LF, a lone CR and a lone LF are each one line break.
+            p += ch == '\r' && p[1] == '\n' ? 2 : 1;
+            out += m_bJoinLines ? " " : "\r\n";
+            continue;
+        }
+        if (ch != '%')
+        {
+            out += ch;
+            ++p;
+            continue;
+        }
+        const char next = p[1];
+        if (next == '\0')
+            return ERROR_INVALID_PARAMETER;
+        if (next == '0') // the end of the text, without the line break that would follow
+            break;
+        if (IsDigit(next))
+        {
+            if (m_bIgnoreInserts)
+            {
+                out += '%';
+                ++p;
+                continue;
+            }
+            SInsert insert;
+            const char* end = ParseInsert(p + 1, insert);
+            if (!end || !AppendInsert(insert, out))
+                return ERROR_INVALID_PARAMETER;
+            p = end;
+            continue;
+        }
+        p += 2;
+        switch (next)
+        {
+        case 'n': // a hard line break, kept even when the lines are joined
+            out += "\r\n";
+            break;
+        case 'r':
+            out += '\r';
+            break;
+        case 't':
+            out += '\t';
+            break;
+        default:
+            if (m_bIgnoreInserts)
+                out += '%';
+            out += next;
+        }
+    }
+    return ERROR_SUCCESS;
+}
+
+} // namespace Platform
+} // namespace CppUtil

@@ -1,0 +1,10 @@
+// Hidden windows, message queues and timers: windows.h on Windows, the layer's own per-thread
+// queues elsewhere.
+#pragma once
+
+#include "WinSync.h"
+#include "WinTypes.h"
+
+#if !defined(_WIN32)
+#include "Posix/WinMessages.h"
+#endif

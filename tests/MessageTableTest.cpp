@@ -1,0 +1,220 @@
+// Message tables compiled from .mc files, read through GetModuleHandleA and FormatMessageA: the
+// library's own table, and this program's (MessageTableTest.mc).
+#include "MessageTableTest.h"
+
+#include <cpputil/Platform/CString.h>
+#include <cpputil/Platform/WinTypes.h>
+
+#include <cstdarg>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+const char* const k_szVerboseLogging =
+    "Verbose logging is enabled. This may affect Quillon and/or programmer performance.\r\n"
+    "\r\n"
+    "Note: To disable verbose logging set all registry values in "
+    "HKLM\\Software\\Velmora\\Quillon\\%s to zero then restart Quillon. You must have "
+    "administrative access rights to modify these registry values.\r\n";
+
+const char* const k_szVerboseLoggingWithImageCapture =
+    "Verbose logging is enabled including downward vision image capture logging. This may "
+    "affect Quillon and/or programmer performance.\r\n"
+    "\r\n"
+    "Important: Downward vision image capture logging will significantly decrease DPH.\r\n"
+    "\r\n"
+    "Note: To disable verbose logging set all registry values in "
+    "HKLM\\Software\\Velmora\\Quillon\\%s to zero then restart Quillon. You must have "
+    "administrative access rights to modify these registry values.\r\n";
+
+// The formatted text; empty on failure, with the last error left for the caller.
+std::string Load(DWORD flags, LPCVOID source, DWORD id, DWORD language = 0,
+                 const DWORD_PTR* arguments = nullptr)
+{
+    char buffer[1024];
+    if (arguments)
+        flags |= FORMAT_MESSAGE_ARGUMENT_ARRAY;
+    SetLastError(ERROR_SUCCESS);
+    const DWORD length =
+        FormatMessageA(flags, source, id, language, buffer, sizeof buffer,
+                       reinterpret_cast<va_list*>(const_cast<DWORD_PTR*>(arguments)));
+    return std::string(buffer, length);
+}
+
+std::string LoadV(HMODULE module, DWORD id, ...)
+{
+    char buffer[256];
+    va_list arguments;
+    va_start(arguments, id);
+    const DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_HMODULE, module, id, 0, buffer,
+                                        sizeof buffer, &arguments);
+    va_end(arguments);
+    return std::string(buffer, length);
+}
+
+// ERROR_NO_WORK_DONE, which MinGW's windows.h does not name: an empty result.
+const DWORD k_dwNoWorkDone = 235;
+const DWORD k_dwModule = FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS;
+const DWORD k_dwSystem = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
+
+} // namespace
+
+// Windows finds loaded modules only; this program loads the library because it uses CString.
+TEST(MessageTableTest, LibraryTableHoldsItsMessagesLetterForLetter)
+{
+    const HMODULE library = GetModuleHandleA("cpputil");
+    ASSERT_NE(nullptr, library);
+    EXPECT_EQ(library, GetModuleHandleA("CppUtil.DLL"));
+    EXPECT_NE(GetModuleHandleA(nullptr), library);
+    EXPECT_EQ(k_szVerboseLogging, Load(k_dwModule, library, 2));
+    EXPECT_EQ(k_szVerboseLoggingWithImageCapture, Load(k_dwModule, library, 11));
+
+    // The %s is left for the library, which fills in its registry key printf-style.
+    CString notice;
+    notice.Format(Load(k_dwModule, library, 2).c_str(), "VerboseLogging");
+    EXPECT_NE(-1, notice.Find("Quillon\\VerboseLogging to zero"));
+}
+
+TEST(MessageTableTest, ProgramTableIsTheExecutables)
+{
+    const HMODULE program = GetModuleHandleA(nullptr);
+    ASSERT_NE(nullptr, program);
+    EXPECT_EQ(program, GetModuleHandleA("MessageTableTest.exe"));
+    EXPECT_EQ(program, GetModuleHandleA("messagetabletest.EXE"));
+
+    // Ids as mc numbers them: the previous one plus one, plus n, and severity and facility bits.
+    EXPECT_EQ(2u, MSG_TEST_INSERTS);
+    EXPECT_EQ(5u, MSG_TEST_ESCAPES);
+    EXPECT_EQ(0xC1230030u, MSG_TEST_ERROR);
+    EXPECT_EQ(0x123u, static_cast<DWORD>(FACILITY_TEST));
+
+    EXPECT_EQ("first line\r\n\r\nthird line\r\n", Load(k_dwModule, program, MSG_TEST_LINES));
+    EXPECT_EQ("Failed.\r\n", Load(k_dwModule, program, MSG_TEST_ERROR));
+    // No module is the executable.
+    EXPECT_EQ("Failed.\r\n", Load(k_dwModule, nullptr, MSG_TEST_ERROR));
+    EXPECT_EQ("Hallo\r\n", Load(k_dwModule, program, MSG_TEST_GREETING, 0x407));
+    EXPECT_EQ("Hello\r\n", Load(k_dwModule, program, MSG_TEST_GREETING, 0x409));
+}
+
+TEST(MessageTableTest, InsertsKeptWhenIgnoredAndAppliedOtherwise)
+{
+    const HMODULE program = GetModuleHandleA(nullptr);
+    EXPECT_EQ("Lot %1!d! of %2 keeps %s as it is.\r\n",
+              Load(k_dwModule, program, MSG_TEST_INSERTS));
+
+    const DWORD_PTR arguments[] = {42, reinterpret_cast<DWORD_PTR>("A-17")};
+    EXPECT_EQ("Lot 42 of A-17 keeps s as it is.\r\n",
+              Load(FORMAT_MESSAGE_FROM_HMODULE, program, MSG_TEST_INSERTS, 0, arguments));
+    EXPECT_EQ("Lot -7 of B-2 keeps s as it is.\r\n", LoadV(program, MSG_TEST_INSERTS, -7, "B-2"));
+
+    // %0 ends the text before its line break; %n, %t and %% work even with inserts ignored.
+    EXPECT_EQ("Tab\there, 100% sure\r\nlast", LoadV(program, MSG_TEST_ESCAPES));
+    EXPECT_EQ("Tab\there, 100%% sure\r\nlast", Load(k_dwModule, program, MSG_TEST_ESCAPES));
+
+    const DWORD_PTR string[] = {reinterpret_cast<DWORD_PTR>("x"), 255};
+    EXPECT_EQ("[  x] ff%!.\r\r\n",
+              Load(FORMAT_MESSAGE_FROM_STRING, "[%1!3s!] %2!x!%%%!%.%r%n", 0, 0, string));
+}
+
+// Win32's rules for texts given as strings, arguments taken from an array.
+TEST(MessageTableTest, FormatRulesOfWin32)
+{
+    struct SCase
+    {
+        DWORD m_dwFlags;
+        const char* m_szText;
+        std::vector<DWORD_PTR> m_oArguments;
+        const char* m_szResult;
+        DWORD m_dwError;
+    };
+    const auto text = [](const char* value) { return reinterpret_cast<DWORD_PTR>(value); };
+    const DWORD ignore = FORMAT_MESSAGE_IGNORE_INSERTS;
+    const SCase cases[] = {
+        {0, "a\r\nb\nc\rd", {}, "a\r\nb\r\nc\r\nd", 0},
+        {FORMAT_MESSAGE_MAX_WIDTH_MASK, "a\r\nb c%nd", {}, "a b c\r\nd", 0},
+        {ignore, "x %1 %n %% %0 y", {}, "x %1 \r\n %% ", 0},
+        {ignore, "a%.b% c%!d%qe", {}, "a%.b% c%!d%qe", 0},
+        {0, "a%.b% c%!d%qe", {}, "a.b c!dqe", 0},
+        {0, "%1!5d!|%1!-5d!|%1!05d!|%1!+d!|%1!#x!", {42}, "   42|42   |00042|+42|0x2a", 0},
+        {0,
+         "%1!hd! %2!u! %2!d! %3!I64u!",
+         {70000, 0xFFFFFFFF, 12345678901234},
+         "4464 4294967295 -1 12345678901234",
+         0},
+        {0, "[%1!*s!] [%3!.2s!]", {6, text("ab"), text("cdef")}, "[    ab] [cd]", 0},
+        {0, "ab%", {}, "", ERROR_INVALID_PARAMETER},
+        {0, "%1!d", {5}, "", ERROR_INVALID_PARAMETER},
+        {0, "", {}, "", k_dwNoWorkDone},
+    };
+    for (const SCase& entry : cases)
+    {
+        const DWORD_PTR* arguments =
+            entry.m_oArguments.empty() ? nullptr : entry.m_oArguments.data();
+        EXPECT_EQ(entry.m_szResult, Load(FORMAT_MESSAGE_FROM_STRING | entry.m_dwFlags,
+                                         entry.m_szText, 0, 0, arguments))
+            << entry.m_szText;
+        if (entry.m_dwError != 0)
+        {
+            EXPECT_EQ(entry.m_dwError, GetLastError()) << entry.m_szText;
+        }
+    }
+    // An insert with nothing to fill it in.
+    EXPECT_EQ("", Load(FORMAT_MESSAGE_FROM_STRING, "x %1 y", 0));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_PARAMETER), GetLastError());
+}
+
+TEST(MessageTableTest, MissingMessagesModulesAndSmallBuffers)
+{
+    const HMODULE library = GetModuleHandleA("cpputil");
+    EXPECT_EQ("", Load(k_dwModule, library, 12345));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError());
+    // 1 is the program's message, not the library's.
+    EXPECT_EQ("", Load(k_dwModule, library, MSG_TEST_LINES));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError());
+
+    // The program has German texts, but not this one; it has no French at all.
+    const HMODULE program = GetModuleHandleA(nullptr);
+    EXPECT_EQ("", Load(k_dwModule, program, MSG_TEST_LINES, 0x407));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError());
+    EXPECT_EQ("", Load(k_dwModule, program, MSG_TEST_GREETING, 0x40C));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_RESOURCE_LANG_NOT_FOUND), GetLastError());
+
+    SetLastError(ERROR_SUCCESS);
+    EXPECT_EQ(nullptr, GetModuleHandleA("no-such-module"));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_MOD_NOT_FOUND), GetLastError());
+
+    char small[8];
+    SetLastError(ERROR_SUCCESS);
+    EXPECT_EQ(0u, FormatMessageA(k_dwModule, library, 2, 0, small, sizeof small, nullptr));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
+}
+
+TEST(MessageTableTest, SystemTextsOfTheErrorsTheTablesReport)
+{
+    // The texts are the system's own, so only their form is the same everywhere.
+    const std::string missing = Load(k_dwSystem, nullptr, ERROR_MR_MID_NOT_FOUND);
+    ASSERT_GE(missing.size(), 2u);
+    EXPECT_EQ("\r\n", missing.substr(missing.size() - 2));
+    EXPECT_NE(std::string::npos, missing.find("0x%1"));
+    EXPECT_NE(std::string::npos, missing.find("%2"));
+    const DWORD_PTR inserts[] = {reinterpret_cast<DWORD_PTR>("3039"),
+                                 reinterpret_cast<DWORD_PTR>("cpputil")};
+    const std::string filled =
+        Load(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, ERROR_MR_MID_NOT_FOUND, 0, inserts);
+    EXPECT_NE(std::string::npos, filled.find("0x3039"));
+    EXPECT_NE(std::string::npos, filled.find("cpputil"));
+
+    LPSTR allocated = nullptr;
+    const DWORD length =
+        FormatMessageA(k_dwSystem | FORMAT_MESSAGE_ALLOCATE_BUFFER, nullptr, ERROR_MOD_NOT_FOUND, 0,
+                       reinterpret_cast<LPSTR>(&allocated), 0, nullptr);
+    ASSERT_NE(nullptr, allocated);
+    const std::string notFound(allocated, length);
+    EXPECT_EQ(nullptr, LocalFree(allocated));
+    EXPECT_GT(notFound.size(), 2u);
+    EXPECT_EQ("\r\n", notFound.substr(notFound.size() - 2));
+    EXPECT_NE(std::string::npos, notFound.find("odule"));
+}

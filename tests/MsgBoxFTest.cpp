@@ -1,0 +1,246 @@
+#include "LogRecorder.h"
+
+#include <cpputil/CppUtil.Gui.CheckableMessageBox.h>
+#include <cpputil/CppUtil.Gui.HtmlDlg.h>
+#include <cpputil/CppUtil.Text.Output.h>
+#include <cpputil/Platform/MessageBox.h>
+
+#include <atomic>
+#include <deque>
+#include <gtest/gtest.h>
+#include <thread>
+
+using namespace CppUtil::Text;
+using CppUtil::Gui::CCheckableMessageBox;
+
+namespace
+{
+
+struct SShownBox
+{
+    std::string m_sText;
+    std::string m_sCaption;
+    unsigned int m_uType;
+    unsigned int m_uExtra;
+    bool m_bCheckBox;
+};
+
+// Stands in for the user: answers each box from a script and records what was shown.
+class CScriptedUser
+{
+public:
+    CScriptedUser()
+    {
+        CCheckableMessageBox::SetPresenter(
+            [this](const CString& text, const CString& caption, unsigned int type,
+                   unsigned int extra, bool showCheckBox, bool& checked)
+            {
+                m_oShown.push_back(
+                    {text.GetString(), caption.GetString(), type, extra, showCheckBox});
+                if (m_oAnswers.empty())
+                    return IDOK;
+                const auto answer = m_oAnswers.front();
+                m_oAnswers.pop_front();
+                checked = answer.second;
+                return answer.first;
+            });
+    }
+    ~CScriptedUser() { CCheckableMessageBox::SetPresenter(CCheckableMessageBox::TPresenter()); }
+
+    void Answer(int button, bool ticked = false) { m_oAnswers.push_back({button, ticked}); }
+
+    std::vector<SShownBox> m_oShown;
+
+private:
+    std::deque<std::pair<int, bool>> m_oAnswers;
+};
+
+class MsgBoxFTest : public ::testing::Test
+{
+protected:
+    MsgBoxFTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
+    {
+        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
+    }
+
+    CScriptedUser m_oUser;
+    CLogRecorder m_oRecorder;
+    CMessageManager* m_poManager;
+    COutput m_oOut;
+};
+
+} // namespace
+
+TEST_F(MsgBoxFTest, TemporaryShowsAtEndOfStatementAndIsLogged)
+{
+    m_oOut.MsgBoxF("Lot %s done", "Quillon", MB_OK, 77) % "A-17";
+    ASSERT_EQ(1u, m_oUser.m_oShown.size());
+    EXPECT_EQ("Lot A-17 done", m_oUser.m_oShown[0].m_sText);
+    EXPECT_EQ("Quillon", m_oUser.m_oShown[0].m_sCaption);
+    EXPECT_EQ(static_cast<unsigned int>(MB_OK | MB_SETFOREGROUND), m_oUser.m_oShown[0].m_uType);
+    EXPECT_EQ(77u, m_oUser.m_oShown[0].m_uExtra);
+    EXPECT_FALSE(m_oUser.m_oShown[0].m_bCheckBox);
+    ASSERT_EQ(1u, m_oRecorder.Lines().size());
+    EXPECT_EQ("Lot A-17 done", m_oRecorder.Lines()[0].m_sText);
+
+    // ShowOnShow: nothing until Show, and nothing at all without it.
+    m_oOut.MsgBoxF("never", MB_OK, 0) % CMsgBoxF::ShowOnShow;
+    {
+        CMsgBoxF box = m_oOut.MsgBoxF("Continue %d?", MB_YESNO, 0);
+        box % CMsgBoxF::ShowOnShow % CMsgBoxF::NoMessageLogging % 3;
+        m_oUser.Answer(IDNO);
+        EXPECT_EQ(IDNO, box.Show());
+    }
+    ASSERT_EQ(2u, m_oUser.m_oShown.size());
+    EXPECT_EQ("Continue 3?", m_oUser.m_oShown[1].m_sText);
+    EXPECT_EQ(1u, m_oRecorder.Lines().size());
+}
+
+TEST_F(MsgBoxFTest, DialogsDisabledLogsPlainBoxesOnly)
+{
+    m_oOut.DialogsEnabled(false);
+    {
+        CMsgBoxF box = m_oOut.MsgBoxF("Nobody reads %s", MB_OK | MB_ICONEXCLAMATION, 0);
+        box % "this";
+        EXPECT_EQ(0, box.Show());
+    }
+    EXPECT_TRUE(m_oUser.m_oShown.empty());
+    // Logged instead of shown, then logged as every shown box is.
+    ASSERT_EQ(2u, m_oRecorder.Lines().size());
+    EXPECT_EQ("Nobody reads this", m_oRecorder.Lines()[0].m_sText);
+
+    m_oUser.Answer(IDYES);
+    EXPECT_EQ(IDYES, (m_oOut.MsgBoxF("Really?", MB_YESNO, 0) % CMsgBoxF::ShowOnShow).Show());
+    EXPECT_EQ(1u, m_oUser.m_oShown.size());
+}
+
+TEST_F(MsgBoxFTest, TickedBoxIsRememberedUnlessCancelled)
+{
+    auto ask = [this](const char* lot)
+    {
+        return (m_oOut.MsgBoxF("Overwrite lot %s?", MB_YESNOCANCEL, 0) %
+                CMsgBoxF::SelectableShowOnlyOnce % CMsgBoxF::ShowOnShow % lot)
+            .Show();
+    };
+    m_oUser.Answer(IDCANCEL, true);
+    EXPECT_EQ(IDCANCEL, ask("A"));
+    m_oUser.Answer(IDYES, true);
+    EXPECT_EQ(IDYES, ask("A"));
+    EXPECT_EQ(IDYES, ask("A"));
+    EXPECT_EQ(2u, m_oUser.m_oShown.size());
+    EXPECT_TRUE(m_oUser.m_oShown[0].m_bCheckBox);
+    // Another finished text is another box; not ticked, it keeps being shown.
+    m_oUser.Answer(IDNO, false);
+    m_oUser.Answer(IDNO, false);
+    EXPECT_EQ(IDNO, ask("B"));
+    EXPECT_EQ(IDNO, ask("B"));
+    EXPECT_EQ(4u, m_oUser.m_oShown.size());
+    EXPECT_TRUE(m_oOut.IsMessageRegistered("Overwrite lot A?"));
+}
+
+TEST_F(MsgBoxFTest, SuppressSimilarAnswersEveryBoxOfTheFormat)
+{
+    auto warn = [this](int nozzle)
+    {
+        return (m_oOut.MsgBoxF("Nozzle %d is worn.", MB_OKCANCEL, 0) % CMsgBoxF::SuppressSimiliar %
+                CMsgBoxF::ShowOnShow % nozzle)
+            .Show();
+    };
+    m_oUser.Answer(IDCANCEL);
+    EXPECT_EQ(IDCANCEL, warn(1));
+    EXPECT_EQ(IDCANCEL, warn(2));
+    EXPECT_EQ(1u, m_oUser.m_oShown.size());
+    EXPECT_EQ(IDCANCEL, m_oOut.GetValue("Nozzle %d is worn."));
+
+    // The registered selection is remembered in place of the button.
+    CMsgBoxF box = m_oOut.MsgBoxF("Head %d is cold.", MB_OK, 0);
+    box % CMsgBoxF::SuppressSimiliar % CMsgBoxF::ShowOnShow % 4;
+    box.SetRegisteredSelection(42);
+    EXPECT_EQ(IDOK, box.Show());
+    EXPECT_EQ(42, (m_oOut.MsgBoxF("Head %d is cold.", MB_OK, 0) % CMsgBoxF::SuppressSimiliar %
+                   CMsgBoxF::ShowOnShow % 5)
+                      .Show());
+}
+
+TEST_F(MsgBoxFTest, HtmlBoxShowsPlainTextAndLogsHtml)
+{
+    m_oOut.MsgBoxF("<b>Lot %s</b> failed:<br />3 &lt; 5", MB_OK | CMsgBoxF::k_uHtmlText, 0) %
+        "A-17";
+    ASSERT_EQ(1u, m_oUser.m_oShown.size());
+    EXPECT_EQ("Lot A-17 failed:\r\n3 < 5", m_oUser.m_oShown[0].m_sText);
+    ASSERT_EQ(1u, m_oRecorder.Lines().size());
+    EXPECT_TRUE(m_oRecorder.Lines()[0].m_bHtml);
+    EXPECT_EQ("<b>Lot A-17</b> failed:<br />3 &lt; 5", m_oRecorder.Lines()[0].m_sText);
+}
+
+TEST(HtmlDlgTest, PlainTextOfAPage)
+{
+    using CppUtil::Gui::CHtmlDlg;
+    const CString page = CHtmlDlg::BaseSystemFormatHtml("Head&nbsp;&nbsp;<i>2</i>");
+    EXPECT_EQ(0, page.Find("<html>"));
+    // Style and head contents are not text; blanks fold; entities decode.
+    EXPECT_EQ(CString("Head  2"), CHtmlDlg::ToPlainText(page));
+    EXPECT_EQ(CString("a b\r\nc <d> & \"e\" A A ?"),
+              CHtmlDlg::ToPlainText("a \r\n  b<br/>c &lt;d&gt; &amp; &quot;e&quot; &#65; &#x41; "
+                                    "&#8364;<!-- note --><script>x<y</script>"));
+    // What is not markup stays as it is.
+    EXPECT_EQ(CString("1 < 2 &bogus; <"), CHtmlDlg::ToPlainText("1 < 2 &bogus; <"));
+    EXPECT_EQ(CString("title=\"a>b\""),
+              CHtmlDlg::ToPlainText("<a title=\"a>b\">title=\"a>b\"</a>"));
+}
+
+TEST(CheckableMessageBoxTest, DefaultButtonOfEachStyle)
+{
+    using CppUtil::Platform::GetDefaultButton;
+    EXPECT_EQ(IDOK, GetDefaultButton(MB_OK));
+    EXPECT_EQ(IDCANCEL, GetDefaultButton(MB_OKCANCEL | MB_DEFBUTTON2));
+    EXPECT_EQ(IDIGNORE, GetDefaultButton(MB_ABORTRETRYIGNORE | MB_DEFBUTTON3));
+    EXPECT_EQ(IDNO, GetDefaultButton(MB_YESNO | MB_DEFBUTTON2 | MB_ICONQUESTION));
+    // A default beyond the last button falls back to the first.
+    EXPECT_EQ(IDYES, GetDefaultButton(MB_YESNO | MB_DEFBUTTON3));
+    EXPECT_EQ(IDCONTINUE, GetDefaultButton(MB_CANCELTRYCONTINUE | MB_DEFBUTTON3));
+}
+
+#if defined(_WIN32)
+TEST(CheckableMessageBoxTest, RealBoxCarriesTheCheckBox)
+{
+    // Plays the user from another thread: finds the box, ticks its check box, presses No.
+    std::atomic<bool> ticked(false);
+    std::thread user(
+        [&ticked]
+        {
+            for (int attempt = 0; attempt < 500; ++attempt)
+            {
+                HWND box = FindWindowA("#32770", "CppUtil check box test");
+                HWND check =
+                    box ? FindWindowExA(box, nullptr, "Button", "Do not show this message again")
+                        : nullptr;
+                if (check)
+                {
+                    SendMessageA(check, BM_CLICK, 0, 0);
+                    ticked = true;
+                    PostMessageA(box, WM_COMMAND, IDNO, 0);
+                    return;
+                }
+                Sleep(20);
+            }
+        });
+    CCheckableMessageBox box(true);
+    const int answer = box.MessageBoxA("Keep it?", "CppUtil check box test", MB_YESNO, 0);
+    user.join();
+    ASSERT_TRUE(ticked.load());
+    EXPECT_EQ(IDNO, answer);
+    EXPECT_TRUE(box.IsChecked());
+}
+#else
+TEST(CheckableMessageBoxTest, WithoutPresenterTheDefaultButtonAnswers)
+{
+    CCheckableMessageBox box(true);
+    ::testing::internal::CaptureStderr();
+    const int answer = box.MessageBoxA("Keep it?", "Caption", MB_YESNO | MB_DEFBUTTON2, 0);
+    const std::string written = ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(IDNO, answer);
+    EXPECT_FALSE(box.IsChecked());
+    EXPECT_NE(std::string::npos, written.find("[Caption]\nKeep it?\n"));
+}
+#endif

@@ -1,0 +1,285 @@
+#include "RecorderWnd.h"
+
+#include <cpputil/CppUtil.Thread.MessageLoop.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+#include <utility>
+#include <vector>
+
+using CppUtil::Thread::PumpMessages;
+using CppUtil::Thread::RunMessageLoop;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace
+{
+
+bool Saw(const CRecorderWnd& window, UINT message)
+{
+    return std::find(window.m_oMessages.begin(), window.m_oMessages.end(), message) !=
+           window.m_oMessages.end();
+}
+
+// What PeekMessage hands out now, without waiting and without dispatching.
+std::vector<std::pair<UINT, WPARAM>> DrainQueue()
+{
+    std::vector<std::pair<UINT, WPARAM>> messages;
+    MSG message;
+    while (PeekMessage(&message, nullptr, 0, 0, PM_REMOVE))
+        messages.emplace_back(message.message, message.wParam);
+    return messages;
+}
+
+} // namespace
+
+TEST(WndTest, WindowLivesUntilDestroyed)
+{
+    OnFreshThread(
+        []
+        {
+            const char* const name = "CppUtil WndTest lifetime";
+            CRecorderWnd window(name);
+            const HWND hWnd = window.GetSafeHwnd();
+            ASSERT_NE(nullptr, hWnd);
+            EXPECT_EQ(hWnd, static_cast<HWND>(window));
+            EXPECT_TRUE(IsWindow(hWnd));
+            EXPECT_TRUE(Saw(window, WM_CREATE));
+            EXPECT_EQ(hWnd, FindWindow(nullptr, name));
+            EXPECT_EQ(GetCurrentThreadId(), GetWindowThreadProcessId(hWnd, nullptr));
+
+            // A message still queued when its window dies goes with it.
+            EXPECT_TRUE(window.PostMessage(WM_USER + 1));
+            EXPECT_TRUE(window.DestroyWindow());
+            EXPECT_EQ(nullptr, window.m_hWnd);
+            EXPECT_TRUE(Saw(window, WM_DESTROY));
+            EXPECT_EQ(static_cast<UINT>(WM_NCDESTROY), window.m_oMessages.back());
+            EXPECT_FALSE(Saw(window, WM_USER + 1));
+            EXPECT_TRUE(DrainQueue().empty());
+
+            EXPECT_FALSE(IsWindow(hWnd));
+            EXPECT_EQ(nullptr, FindWindow(nullptr, name));
+            SetLastError(0);
+            EXPECT_FALSE(PostMessage(hWnd, WM_USER, 0, 0));
+            EXPECT_EQ(1400u, GetLastError()); // ERROR_INVALID_WINDOW_HANDLE
+            SetLastError(0);
+            EXPECT_EQ(0, SendMessage(hWnd, WM_USER, 0, 0));
+            EXPECT_EQ(1400u, GetLastError());
+
+            HWND deleted = nullptr;
+            {
+                CRecorderWnd scoped;
+                deleted = scoped.m_hWnd;
+                EXPECT_TRUE(IsWindow(deleted));
+            }
+            EXPECT_FALSE(IsWindow(deleted));
+        });
+}
+
+TEST(WndTest, ForeignThreadCannotDestroyButCutsTheWindowLoose)
+{
+    OnFreshThread(
+        []
+        {
+            CRecorderWnd* window = new CRecorderWnd;
+            const HWND hWnd = window->m_hWnd;
+            std::thread(
+                [hWnd]
+                {
+                    SetLastError(0);
+                    EXPECT_FALSE(DestroyWindow(hWnd));
+                    EXPECT_EQ(5u, GetLastError()); // ERROR_ACCESS_DENIED
+                })
+                .join();
+            EXPECT_TRUE(IsWindow(hWnd));
+
+            // Deleted elsewhere, the object leaves its window behind, never to be called again.
+            std::thread([window] { delete window; }).join();
+            EXPECT_TRUE(IsWindow(hWnd));
+            EXPECT_TRUE(PostMessage(hWnd, WM_USER, 0, 0));
+            EXPECT_EQ(0, SendMessage(hWnd, WM_USER, 0, 0));
+            PumpMessages(0);
+            EXPECT_TRUE(DestroyWindow(hWnd));
+        });
+}
+
+TEST(WndTest, PostsFromSeveralThreadsKeepTheirOrder)
+{
+    OnFreshThread(
+        []
+        {
+            const int k_iSenders = 4;
+            const int k_iEach = 300;
+            CRecorderWnd window;
+            const HWND hWnd = window.m_hWnd;
+            std::vector<LPARAM> next(k_iSenders, 0);
+            int received = 0;
+            bool inOrder = true;
+            window.m_fnHandler = [&](UINT, WPARAM sender, LPARAM sequence) -> LRESULT
+            {
+                inOrder = inOrder && sequence == next[sender];
+                next[sender] = sequence + 1;
+                if (++received == k_iSenders * k_iEach)
+                    CppUtil::Thread::PostQuitMessage(3);
+                return 0;
+            };
+
+            std::vector<std::thread> senders;
+            for (int i = 0; i < k_iSenders; ++i)
+            {
+                senders.emplace_back(
+                    [hWnd, i]
+                    {
+                        for (int j = 0; j < k_iEach; ++j)
+                            EXPECT_TRUE(PostMessage(hWnd, WM_USER, i, j));
+                    });
+            }
+            EXPECT_EQ(3, RunMessageLoop());
+            for (std::thread& sender : senders)
+                sender.join();
+            EXPECT_TRUE(inOrder);
+            EXPECT_EQ(k_iSenders * k_iEach, received);
+        });
+}
+
+TEST(WndTest, SendFromAnotherThreadWaitsForTheOwner)
+{
+    OnFreshThread(
+        []
+        {
+            CRecorderWnd window;
+            const HWND hWnd = window.m_hWnd;
+            const DWORD owner = GetCurrentThreadId();
+            DWORD handlerThread = 0;
+            std::atomic<bool> handled(false);
+            window.m_fnHandler = [&](UINT, WPARAM wParam, LPARAM) -> LRESULT
+            {
+                handlerThread = GetCurrentThreadId();
+                Sleep(100);
+                handled = true;
+                return static_cast<LRESULT>(wParam) * 2;
+            };
+
+            LRESULT result = 0;
+            bool handledBeforeReturn = false;
+            std::thread sender(
+                [&]
+                {
+                    result = SendMessage(hWnd, WM_USER, 21, 0);
+                    handledBeforeReturn = handled;
+                    PostThreadMessage(owner, WM_QUIT, 0, 0);
+                });
+            EXPECT_EQ(0, RunMessageLoop());
+            sender.join();
+            EXPECT_EQ(42, result);
+            EXPECT_TRUE(handledBeforeReturn);
+            EXPECT_EQ(owner, handlerThread);
+
+            // On the owner's thread a send is a plain call: no loop runs, yet it is answered.
+            handled = false;
+            EXPECT_EQ(10, window.SendMessage(WM_USER, 5));
+            EXPECT_TRUE(handled);
+        });
+}
+
+TEST(WndTest, ThreadsSendingToEachOtherDoNotDeadlock)
+{
+    std::promise<HWND> windows[2];
+    std::shared_future<HWND> published[2] = {windows[0].get_future().share(),
+                                             windows[1].get_future().share()};
+    std::atomic<int> finished(0);
+    auto run = [&](int self)
+    {
+        CRecorderWnd window;
+        HWND peer = nullptr;
+        window.m_fnHandler = [&peer](UINT message, WPARAM wParam, LPARAM) -> LRESULT
+        {
+            // Calls back into the sender, which is blocked in its own SendMessage.
+            if (message == WM_USER + 1)
+                return SendMessage(peer, WM_USER, wParam, 0) + 1;
+            return static_cast<LRESULT>(wParam) + 1000;
+        };
+        windows[self].set_value(window.m_hWnd);
+        peer = published[1 - self].get();
+        for (int i = 0; i < 200; ++i)
+        {
+            EXPECT_EQ(i + 1000, SendMessage(peer, WM_USER, i, 0));
+            EXPECT_EQ(i + 1001, SendMessage(peer, WM_USER + 1, i, 0));
+        }
+        // The peer may still be sending to this window.
+        ++finished;
+        while (finished < 2)
+            PumpMessages(5);
+    };
+    std::thread first(run, 0);
+    std::thread second(run, 1);
+    first.join();
+    second.join();
+}
+
+TEST(WndTest, TimerRepeatsUntilKilledAndSameIdReplacesIt)
+{
+    OnFreshThread(
+        []
+        {
+            CRecorderWnd window;
+            EXPECT_EQ(7u, window.SetTimer(7, 20, nullptr));
+            PumpMessages(500);
+            EXPECT_GE(window.m_oTimers.size(), 3u);
+            EXPECT_TRUE(std::all_of(window.m_oTimers.begin(), window.m_oTimers.end(),
+                                    [](UINT_PTR id) { return id == 7; }));
+
+            // The same id restarts the timer with the new period.
+            window.m_oTimers.clear();
+            window.m_oTimerTimes.clear();
+            const steady_clock::time_point replaced = steady_clock::now();
+            EXPECT_EQ(7u, window.SetTimer(7, 300, nullptr));
+            PumpMessages(700);
+            ASSERT_FALSE(window.m_oTimerTimes.empty());
+            EXPECT_LE(window.m_oTimerTimes.size(), 3u);
+            EXPECT_GE(window.m_oTimerTimes.front() - replaced, milliseconds(200));
+
+            EXPECT_TRUE(window.KillTimer(7));
+            window.m_oTimers.clear();
+            PumpMessages(400);
+            EXPECT_TRUE(window.m_oTimers.empty());
+            EXPECT_FALSE(window.KillTimer(7));
+        });
+}
+
+TEST(WndTest, BusyThreadGetsOneTimerMessagePerTimerAfterItsPosts)
+{
+    OnFreshThread(
+        []
+        {
+            CRecorderWnd window;
+            window.SetTimer(1, 200, nullptr);
+            window.SetTimer(2, 200, nullptr);
+            // Several periods pass while the thread does not look at its queue.
+            Sleep(700);
+            window.PostMessage(WM_USER, 10);
+            window.PostMessage(WM_USER, 11);
+            const std::vector<std::pair<UINT, WPARAM>> messages = DrainQueue();
+            ASSERT_EQ(4u, messages.size());
+            EXPECT_EQ(std::make_pair(static_cast<UINT>(WM_USER), static_cast<WPARAM>(10)),
+                      messages[0]);
+            EXPECT_EQ(std::make_pair(static_cast<UINT>(WM_USER), static_cast<WPARAM>(11)),
+                      messages[1]);
+            EXPECT_EQ(static_cast<UINT>(WM_TIMER), messages[2].first);
+            EXPECT_EQ(static_cast<UINT>(WM_TIMER), messages[3].first);
+            EXPECT_EQ(3u, messages[2].second + messages[3].second);
+
+            // Killing a timer takes its pending WM_TIMER with it.
+            window.KillTimer(1);
+            window.KillTimer(2);
+            window.SetTimer(3, 100, nullptr);
+            Sleep(300);
+            window.KillTimer(3);
+            EXPECT_TRUE(DrainQueue().empty());
+        });
+}
