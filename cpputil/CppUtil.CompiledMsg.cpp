@@ -1,6 +1,7 @@
 #include "CppUtil.CompiledMsg.h"
 
 #include "CppUtil.Exception.QlException.h"
+#include "Platform/SystemError.h"
 #include "Platform/WinTypes.h"
 
 #include <exception>
@@ -25,23 +26,6 @@ namespace
 {
 
 const char* const k_szLoadFailure = "Could not load compiled message with ID";
-
-// The system's text for an error code, without the line break Windows ends it with.
-CString SystemErrorText(DWORD error)
-{
-    LPSTR buffer = nullptr;
-    const DWORD length = FormatMessageA(
-        FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_ALLOCATE_BUFFER,
-        nullptr, error, 0, reinterpret_cast<LPSTR>(&buffer), 0, nullptr);
-    CString text;
-    if (length != 0 && buffer)
-        text = CString(buffer, static_cast<int>(length));
-    if (buffer)
-        LocalFree(buffer);
-    if (text.IsEmpty())
-        text.Format("Error %lu.", static_cast<unsigned long>(error));
-    return text.TrimRight("\r\n");
-}
 
 } // namespace
 
@@ -97,7 +81,7 @@ CString CCompiledMsgBase::LoadCStr() const
     {
         CString message;
         message.Format("%s %d in module %s:\r\n%s", k_szLoadFailure, static_cast<int>(impl.m_ulId),
-                       impl.m_sModule.GetString(), SystemErrorText(error).GetString());
+                       impl.m_sModule.GetString(), Platform::GetSystemErrorText(error).GetString());
         Exception::ThrowQlException(message, "CppUtil::CCompiledMsgBase::LoadCStr",
                                     "CppUtil.CompiledMsg", __LINE__);
     }

@@ -1,0 +1,106 @@
+#include "CppUtil.Thread.OneShotTimer.h"
+
+#include "CppUtil.Exception.QlException.h"
+#include "Platform/SystemError.h"
+#include "Platform/WinTypes.h"
+
+namespace CppUtil
+{
+namespace Thread
+{
+
+namespace
+{
+
+const char* const k_szSource = "CppUtil.Thread.OneShotTimer";
+
+} // namespace
+
+COneShotTimer::COneShotTimer(const CString& sName) : m_uTimerId(0)
+{
+    CreateTimerWindow(sName, 24);
+}
+
+COneShotTimer::COneShotTimer(const boost::function<void()>& fnDelegate, const CString& sName)
+    : m_fnDelegate(fnDelegate), m_uTimerId(0)
+{
+    CreateTimerWindow(sName, 35);
+}
+
+COneShotTimer::~COneShotTimer()
+{
+    if (::IsWindow(m_hWnd))
+        Destroy();
+}
+
+void COneShotTimer::SetDelegate(const boost::function<void()>& fnDelegate)
+{
+    m_fnDelegate = fnDelegate;
+}
+
+void COneShotTimer::Trigger(unsigned long ulMilliseconds)
+{
+    // Not stopped first: the same id on the same window replaces the running timer, which is
+    // what postpones the call.
+    m_uTimerId = SetTimer(k_iTimerEventId, static_cast<UINT>(ulMilliseconds), nullptr);
+    if (m_uTimerId == 0)
+        Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()),
+                                    "CppUtil::Thread::COneShotTimer::Trigger", k_szSource, 61);
+}
+
+void COneShotTimer::StopTimer()
+{
+    if (m_uTimerId == 0)
+        return;
+    KillTimer(m_uTimerId);
+    m_uTimerId = 0;
+}
+
+void COneShotTimer::Destroy()
+{
+    SendMessage(WM_DESTROY_ONE_SHOT_TIMER, 0, 0);
+}
+
+LRESULT COneShotTimer::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (message == WM_DESTROY_ONE_SHOT_TIMER)
+        return OnDestroyOneShot(wParam, lParam);
+    return CWnd::WindowProc(message, wParam, lParam);
+}
+
+void COneShotTimer::CreateTimerWindow(const CString& sName, unsigned int uLine)
+{
+    CString windowName("COneShotTimer");
+    if (!sName.IsEmpty())
+        windowName += " (" + sName + ")";
+    if (!CreateEx(0, AfxRegisterWndClass(0, nullptr, nullptr, nullptr), windowName, 0, 0, 0, 0, 0,
+                  nullptr, nullptr, nullptr))
+    {
+        Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()),
+                                    "CppUtil::Thread::COneShotTimer::COneShotTimer", k_szSource,
+                                    uLine);
+    }
+}
+
+void COneShotTimer::OnTimer(UINT_PTR nIDEvent)
+{
+    if (nIDEvent != static_cast<UINT_PTR>(k_iTimerEventId))
+    {
+        CWnd::OnTimer(nIDEvent);
+        return;
+    }
+    // Off before the call, so that the delegate may trigger again.
+    StopTimer();
+    if (m_fnDelegate)
+        m_fnDelegate();
+}
+
+LRESULT COneShotTimer::OnDestroyOneShot(WPARAM, LPARAM)
+{
+    StopTimer();
+    DestroyWindow();
+    return 0;
+}
+
+} // namespace Thread
+} // namespace CppUtil

@@ -1,0 +1,81 @@
+#include "TimerWindow.h"
+
+#include "CppUtil.Exception.QlException.h"
+#include "GuiThreadCaller.h"
+#include "Platform/SystemError.h"
+#include "Platform/WinTypes.h"
+
+#include <boost/bind/bind.hpp>
+#include <boost/ref.hpp>
+
+namespace CppUtil
+{
+namespace Thread
+{
+
+namespace
+{
+
+const char* const k_szSource = "TimerWindow";
+
+} // namespace
+
+boost::shared_ptr<CTimerWindow> CTimerWindow::Create(boost::function<void()> fnDelegate,
+                                                     int iInterval)
+{
+    boost::shared_ptr<CTimerWindow> poResult;
+    CGuiThreadCaller::Invoke(
+        boost::bind(&CTimerWindow::OnCreate, boost::ref(poResult), fnDelegate, iInterval));
+    return poResult;
+}
+
+CTimerWindow::~CTimerWindow()
+{
+    if (::IsWindow(m_hWnd))
+        CGuiThreadCaller::Invoke(boost::bind(&CWnd::DestroyWindow, this));
+}
+
+void CTimerWindow::StartTimer()
+{
+    if (m_uTimerId != 0)
+        return;
+    m_uTimerId = SetTimer(k_iTimerEvent, static_cast<UINT>(m_iInterval), nullptr);
+    if (m_uTimerId == 0)
+        Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()),
+                                    "CppUtil::Thread::CTimerWindow::StartTimer", k_szSource, 59);
+}
+
+void CTimerWindow::StopTimer()
+{
+    if (m_uTimerId == 0)
+        return;
+    KillTimer(m_uTimerId);
+    m_uTimerId = 0;
+}
+
+CTimerWindow::CTimerWindow(boost::function<void()> fnDelegate, int iInterval)
+    : m_fnDelegate(fnDelegate), m_iInterval(iInterval), m_uTimerId(0)
+{
+    if (!CreateEx(0, AfxRegisterWndClass(0, nullptr, nullptr, nullptr),
+                  "CppUtil::Thread::CTimerWindow", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr))
+    {
+        Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()),
+                                    "CppUtil::Thread::CTimerWindow::CTimerWindow", k_szSource, 43);
+    }
+}
+
+void CTimerWindow::OnCreate(boost::shared_ptr<CTimerWindow>& poResult,
+                            boost::function<void()> fnDelegate, int iInterval)
+{
+    poResult.reset(new CTimerWindow(fnDelegate, iInterval));
+}
+
+void CTimerWindow::OnTimer(UINT_PTR nIDEvent)
+{
+    CWnd::OnTimer(nIDEvent);
+    if (nIDEvent == static_cast<UINT_PTR>(k_iTimerEvent) && m_fnDelegate)
+        m_fnDelegate();
+}
+
+} // namespace Thread
+} // namespace CppUtil

@@ -1,0 +1,177 @@
+#include "RecorderWnd.h"
+#include "TimerProbe.h"
+
+#include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/GuiThreadCaller.h>
+#include <cpputil/InterThreadCaller.h>
+#include <cpputil/TimerWindow.h>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+using CppUtil::Exception::CQlException;
+using CppUtil::Thread::CGuiThreadCaller;
+using CppUtil::Thread::CInterThreadCaller;
+using CppUtil::Thread::CTimerWindow;
+using CppUtil::Thread::PumpMessages;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace
+{
+
+// Hooks a caller for this thread into CGuiThreadCaller for the life of the object, so that a
+// failed test leaves nothing hooked for the next one.
+class CGuiThreadScope
+{
+public:
+    CGuiThreadScope() { CGuiThreadCaller::Hook(m_oCaller); }
+    ~CGuiThreadScope() { CGuiThreadCaller::Unhook(); }
+    CGuiThreadScope(const CGuiThreadScope&) = delete;
+    CGuiThreadScope& operator=(const CGuiThreadScope&) = delete;
+
+private:
+    CInterThreadCaller m_oCaller;
+};
+
+} // namespace
+
+TEST(TimerWindowTest, TicksOnlyBetweenStartAndStop)
+{
+    // Nothing hooked: the calling thread stands in for the user-interface thread.
+    OnFreshThread(
+        []
+        {
+            STimerProbe ticks;
+            boost::shared_ptr<CTimerWindow> window = CTimerWindow::Create(ticks.Delegate(), 50);
+            ASSERT_TRUE(window);
+            const HWND hWnd = window->m_hWnd;
+            EXPECT_EQ(GetCurrentThreadId(), GetWindowThreadProcessId(hWnd, nullptr));
+            EXPECT_EQ(hWnd, FindWindow(nullptr, "CppUtil::Thread::CTimerWindow"));
+
+            // Made stopped; other timers on the window do not tick the delegate.
+            ASSERT_NE(0u, SetTimer(hWnd, 2, 10, nullptr));
+            PumpMessages(300);
+            EXPECT_TRUE(KillTimer(hWnd, 2));
+            EXPECT_EQ(0, ticks.m_iCount.load());
+
+            window->StartTimer();
+            PumpMessages(1000);
+            EXPECT_GE(ticks.m_iCount.load(), 3);
+            EXPECT_LE(ticks.m_iCount.load(), 30);
+            EXPECT_TRUE(ticks.AllOn(GetCurrentThreadId()));
+
+            window->StopTimer();
+            window->StopTimer();
+            // A tick already under way may still arrive; none after it.
+            PumpMessages(20);
+            const int stoppedAt = ticks.m_iCount.load();
+            PumpMessages(300);
+            EXPECT_EQ(stoppedAt, ticks.m_iCount.load());
+
+            window->StartTimer();
+            EXPECT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > stoppedAt; }, 10000));
+
+            window.reset();
+            EXPECT_FALSE(IsWindow(hWnd));
+        });
+}
+
+TEST(TimerWindowTest, StartingAgainKeepsTheRunningTimer)
+{
+    OnFreshThread(
+        []
+        {
+            STimerProbe ticks;
+            boost::shared_ptr<CTimerWindow> window = CTimerWindow::Create(ticks.Delegate(), 1000);
+            ASSERT_TRUE(window);
+            window->StartTimer();
+            PumpMessages(500);
+            ASSERT_EQ(0, ticks.m_iCount.load());
+            const steady_clock::time_point again = steady_clock::now();
+            window->StartTimer();
+
+            // A restarted timer could not tick before a full period after the second start.
+            EXPECT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > 0; }, 10000));
+            ASSERT_FALSE(ticks.m_oTimes.empty());
+            EXPECT_LT(ticks.m_oTimes[0] - again, milliseconds(900));
+        });
+}
+
+TEST(TimerWindowTest, LivesOnTheUserInterfaceThread)
+{
+    CGuiThreadScope gui;
+    const DWORD dwGuiThread = GetCurrentThreadId();
+    STimerProbe ticks;
+    HWND hWnd = nullptr;
+    DWORD dwWindowThread = 0;
+    bool goneWhenReleased = false;
+    std::atomic<bool> finished(false);
+
+    std::thread worker(
+        [&]
+        {
+            boost::shared_ptr<CTimerWindow> window = CTimerWindow::Create(ticks.Delegate(), 30);
+            if (window)
+            {
+                hWnd = window->m_hWnd;
+                dwWindowThread = GetWindowThreadProcessId(hWnd, nullptr);
+                CGuiThreadCaller::Invoke([&] { window->StartTimer(); });
+                const steady_clock::time_point deadline = steady_clock::now() + milliseconds(10000);
+                while (ticks.m_iCount.load() < 3 && steady_clock::now() < deadline)
+                    std::this_thread::sleep_for(milliseconds(10));
+                CGuiThreadCaller::Invoke([&] { window->StopTimer(); });
+                // The last reference goes on this thread; the window must still die on its own.
+                window.reset();
+                goneWhenReleased = !IsWindow(hWnd);
+            }
+            finished = true;
+        });
+    const bool served = PumpUntil([&] { return finished.load(); }, 60000);
+    worker.join();
+    ASSERT_TRUE(served);
+
+    ASSERT_NE(nullptr, hWnd);
+    EXPECT_EQ(dwGuiThread, dwWindowThread);
+    EXPECT_GE(ticks.m_iCount.load(), 3);
+    EXPECT_TRUE(ticks.AllOn(dwGuiThread));
+    EXPECT_TRUE(goneWhenReleased);
+}
+
+TEST(TimerWindowTest, RefusedTimerRaisesWithItsPlace)
+{
+    OnFreshThread(
+        []
+        {
+            boost::shared_ptr<CTimerWindow> window =
+                CTimerWindow::Create(boost::function<void()>(), 10);
+            ASSERT_TRUE(window);
+            // A handle whose window is gone, as a window left behind by its thread would hold.
+            const HWND stale = window->m_hWnd;
+            EXPECT_TRUE(window->DestroyWindow());
+            window->m_hWnd = stale;
+            // The refused timer is not remembered, so a second start tries again.
+            for (int attempt = 0; attempt < 2; ++attempt)
+            {
+                try
+                {
+                    window->StartTimer();
+                    ADD_FAILURE() << "StartTimer accepted a dead window";
+                }
+                catch (const CQlException& e)
+                {
+                    // The system's text for the refusal: Windows blames the window handle, Wine the
+                    // handle.
+                    EXPECT_TRUE(CString("Invalid window handle.") == e.what() ||
+                                CString("Invalid handle.") == e.what())
+                        << e.what();
+                    EXPECT_EQ(CString("CppUtil::Thread::CTimerWindow::StartTimer"),
+                              e.GetFunction());
+                    EXPECT_EQ(CString("TimerWindow"), e.GetFile());
+                    EXPECT_EQ(59u, e.GetLine());
+                }
+            }
+            window->m_hWnd = nullptr;
+        });
+}
