@@ -11,6 +11,26 @@ CQlException::CQlException(const CString& message, const CString& function, cons
 {
 }
 
+CQlException::~CQlException() = default;
+
+CString CQlException::GetDetails() const
+{
+    CString details;
+    details.Format("Function: %s, File: %s, Line: %u", m_sFunction.GetString(), m_sFile.GetString(),
+                   m_uLine);
+    return details;
+}
+
+CQlException* CQlException::Clone() const
+{
+    return new CQlException(*this);
+}
+
+void CQlException::Rethrow() const
+{
+    throw *this;
+}
+
 void ThrowQlException(const CString& message, const CString& function, const CString& file,
                       unsigned int line)
 {

@@ -18,6 +18,14 @@ class CPPUTIL_API CQlException : public std::runtime_error
 public:
     CQlException(const CString& message, const CString& function, const CString& file,
                  unsigned int line);
+    ~CQlException() override;
+
+    // Where the failure was raised, in one line for logs that already show the message.
+    virtual CString GetDetails() const;
+    // Subclasses override both, so that an exception carried to another thread as a
+    // CQlException is thrown there again with its own type.
+    virtual CQlException* Clone() const;
+    [[noreturn]] virtual void Rethrow() const;
 
     const CString& GetFunction() const { return m_sFunction; }
     const CString& GetFile() const { return m_sFile; }

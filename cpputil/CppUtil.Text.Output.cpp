@@ -2,8 +2,10 @@
 
 #include "CppUtil.CompiledMsg.h"
 #include "CppUtil.Exception.QlException.h"
+#include "CppUtil.Text.OutputWndThrottler.h"
 
 #include <mutex>
+#include <shared_mutex>
 
 namespace CppUtil
 {
@@ -25,6 +27,15 @@ COutput::TWriteOutputWndDelegate& Writer()
 {
     static COutput::TWriteOutputWndDelegate s_oWriteOutputWndDelegate;
     return s_oWriteOutputWndDelegate;
+}
+
+// Guards each output's throttler pointer. Shared for the look-up, so that producers adding text
+// at once do not queue behind one another here. A throttler is not made under it: making one
+// waits for the user-interface thread, which may be adding text itself.
+std::shared_mutex& ThrottlerMutex()
+{
+    static std::shared_mutex s_oMutex;
+    return s_oMutex;
 }
 
 } // namespace
@@ -79,15 +90,30 @@ void COutput::WriteToOutputWnd(const CString& text, unsigned int flags)
         writer(*this, text, flags);
 }
 
-// Until the throttling thread exists, queued text is written at once on the calling thread.
 void COutput::AddText(const CString& text)
 {
-    WriteToOutputWnd(text, 0);
+    OutputWndThrottler().Add(text, 0);
 }
 
 void COutput::AddDevelopmentText(const CString& text)
 {
-    WriteToOutputWnd(text, 1);
+    OutputWndThrottler().Add(text, 1);
+}
+
+COutputWndThrottler& COutput::OutputWndThrottler()
+{
+    {
+        std::shared_lock<std::shared_mutex> lock(ThrottlerMutex());
+        if (m_poOutputWndThrottler)
+            return *m_poOutputWndThrottler;
+    }
+    // Two threads may both get here first; the one that loses drops its throttler, outside the
+    // lock.
+    std::shared_ptr<COutputWndThrottler> poThrottler = std::make_shared<COutputWndThrottler>(*this);
+    std::unique_lock<std::shared_mutex> lock(ThrottlerMutex());
+    if (!m_poOutputWndThrottler)
+        m_poOutputWndThrottler = poThrottler;
+    return *m_poOutputWndThrottler;
 }
 
 void COutput::RegisterMessage(const CString& name, int value)

@@ -45,7 +45,9 @@ public:
     // Calls the output-window writer now, on the calling thread.
     void WriteToOutputWnd(const CString& text, unsigned int flags);
 
-    // Queues text for the output window with flags 0 (AddText) or 1 (AddDevelopmentText).
+    // Queues text for the output window with flags 0 (AddText) or 1 (AddDevelopmentText); it is
+    // written on the user-interface thread within about 50 ms. The first call starts the
+    // throttler, which waits for the user-interface thread's message loop when made elsewhere.
     void AddText(const CString& text);
     void AddDevelopmentText(const CString& text);
 
@@ -117,6 +119,9 @@ public:
     void Write(const CTextOutputBase<Tag>& text);
 
 private:
+    // Made on first use; copies made after that share it.
+    COutputWndThrottler& OutputWndThrottler();
+
     std::shared_ptr<CMessageManager> m_poMessageManager;
     TActiveOutputGetter m_oActiveOutputGetter;
     std::map<CString, int> m_oRegisteredMessages;

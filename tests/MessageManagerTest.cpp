@@ -1,4 +1,5 @@
 #include "LogRecorder.h"
+#include "UiThreadStandIn.h"
 
 #include <cpputil/CppUtil.Settings.VerboseLogging.h>
 #include <cpputil/CppUtil.Text.Output.h>
@@ -37,6 +38,7 @@ protected:
 
 TEST_F(MessageManagerTest, PrintedTextIsLoggedLineByLine)
 {
+    CUiThreadStandIn ui;
     m_oOut.PrintF("a\r\n\r\nb", "second");
     m_oOut.PrintF("\n\rc\r", "");
     const std::vector<SLogLine> lines = m_oRecorder.Lines();
@@ -47,6 +49,7 @@ TEST_F(MessageManagerTest, PrintedTextIsLoggedLineByLine)
     EXPECT_EQ("second", lines[1].m_sSecondText);
     EXPECT_EQ("c", lines[2].m_sText);
     // The output window gets the text whole.
+    EXPECT_TRUE(ui.PumpUntil([this] { return m_oRecorder.WindowLines().size() >= 2; }));
     ASSERT_EQ(2u, m_oRecorder.WindowLines().size());
     EXPECT_EQ("a\r\n\r\nb", m_oRecorder.WindowLines()[0].m_sText);
 
@@ -61,10 +64,12 @@ TEST_F(MessageManagerTest, PrintedTextIsLoggedLineByLine)
 
 TEST_F(MessageManagerTest, SwitchesAndHandler)
 {
+    CUiThreadStandIn ui;
     m_oOut.TraceF("trace off by default");
     m_poManager->SetPrintLogging(false);
     m_oOut.PrintF("window only", "");
     EXPECT_TRUE(m_oRecorder.Lines().empty());
+    EXPECT_TRUE(ui.PumpUntil([this] { return m_oRecorder.WindowLines().size() >= 1; }));
     EXPECT_EQ(1u, m_oRecorder.WindowLines().size());
 
     m_poManager->SetPrintLogging(true);
@@ -72,6 +77,7 @@ TEST_F(MessageManagerTest, SwitchesAndHandler)
     m_oOut.PrintF("no handler", "");
     m_oOut.LogF("no handler", 0u);
     EXPECT_TRUE(m_oRecorder.Lines().empty());
+    EXPECT_TRUE(ui.PumpUntil([this] { return m_oRecorder.WindowLines().size() >= 2; }));
     EXPECT_EQ(2u, m_oRecorder.WindowLines().size());
 
     CLogRecorder replacement;

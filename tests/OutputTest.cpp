@@ -1,4 +1,5 @@
 #include "LogRecorder.h"
+#include "UiThreadStandIn.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Text.Output.h>
@@ -209,10 +210,12 @@ TEST_F(OutputTest, RegisteredMessages)
 
 TEST_F(OutputTest, OutputWindowGetsTextAndFlags)
 {
+    CUiThreadStandIn ui;
     m_oOut.WriteToOutputWnd("direct", 5);
     m_oOut.AddText("text");
     m_oOut.AddDevelopmentText("development");
     m_oOut.PrintF("printed %d", CString()) % 3;
+    EXPECT_TRUE(ui.PumpUntil([this] { return m_oRecorder.WindowLines().size() >= 4; }));
     const std::vector<SWindowLine> window = m_oRecorder.WindowLines();
     ASSERT_EQ(4u, window.size());
     EXPECT_EQ(&m_oOut, window[0].m_poOutput);

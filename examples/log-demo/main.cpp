@@ -40,6 +40,10 @@ void WriteOutputWindow(COutput&, const CString& text, unsigned int flags)
 
 int main()
 {
+    // This thread is the user-interface thread: output-window text is delivered to it.
+    CppUtil::Thread::CInterThreadCaller uiCaller;
+    CppUtil::Thread::CGuiThreadCaller::Hook(uiCaller);
+
     CMessageManager* manager = new CMessageManager;
     COutput out(manager);
     manager->SetLoggingEventHandler(&WriteLogLine);
@@ -69,5 +73,9 @@ int main()
     {
         out.LogF("Caught from %s: %s", CString()) % e.GetFunction() % e.what();
     }
+
+    // Lets the output window's batch (every 50 ms) arrive before the host shuts down.
+    CppUtil::Thread::PumpMessages(200);
+    CppUtil::Thread::CGuiThreadCaller::Unhook();
     return 0;
 }

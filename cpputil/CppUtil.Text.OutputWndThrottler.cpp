@@ -1,0 +1,131 @@
+#include "CppUtil.Text.OutputWndThrottler.h"
+
+#include "CppUtil.Exception.QlException.h"
+#include "CppUtil.Text.Output.h"
+#include "GuiThreadCaller.h"
+#include "Platform/CSingleLock.h"
+#include "TimerWindow.h"
+
+#include <boost/bind/bind.hpp>
+#include <mutex>
+
+namespace CppUtil
+{
+namespace Text
+{
+
+namespace
+{
+
+const char* const k_szSource = "CppUtil.Text.OutputWndThrottler";
+
+} // namespace
+
+// A batch handed to the user-interface thread may run after the throttler is gone, when the timer
+// was made before the host hooked its caller; the batch then finds the gate closed. Recursive,
+// because a writer may release the last copy of its output and so close the gate it holds.
+struct COutputWndThrottler::SBatchGate
+{
+    explicit SBatchGate(COutput& output) : m_poOutput(&output) {}
+
+    std::recursive_mutex m_oMutex;
+    COutput* m_poOutput;
+};
+
+COutputWndThrottler::COutputWndThrottler(COutput& output)
+    : CDaemonThread(output), m_oOutput(output), m_bStopped(false),
+      m_poGate(std::make_shared<SBatchGate>(m_oOutput)), m_uLastBatchSize(0)
+{
+    SetThreadName("OutputWndThrottler");
+    Start();
+    m_poTimer =
+        Thread::CTimerWindow::Create(boost::bind(&COutputWndThrottler::OnTick, this), k_iPeriod);
+    if (!m_poTimer)
+        Exception::ThrowQlException("COutputWndThrottler: The timer window could not be created.",
+                                    "CppUtil::Text::COutputWndThrottler::COutputWndThrottler",
+                                    k_szSource, __LINE__);
+    // SetTimer belongs to the thread that owns the window.
+    Thread::CGuiThreadCaller::Invoke(
+        boost::bind(&Thread::CTimerWindow::StartTimer, m_poTimer.get()));
+}
+
+COutputWndThrottler::~COutputWndThrottler()
+{
+    // The lock is not held while the timer is stopped: that waits for the user-interface thread,
+    // whose tick may be waiting for the lock. The flag keeps a tick already under way from
+    // handing anything over.
+    {
+        CSingleLock lock(&m_oLock, TRUE);
+        m_bStopped = true;
+        m_oPending.clear();
+    }
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_poGate->m_oMutex);
+        m_poGate->m_poOutput = nullptr;
+    }
+    // Nothing here may throw: a failure the thread tunnelled has nobody left to tell.
+    try
+    {
+        Thread::CGuiThreadCaller::Invoke(
+            boost::bind(&Thread::CTimerWindow::StopTimer, m_poTimer.get()));
+    }
+    catch (...)
+    {
+    }
+    try
+    {
+        Stop();
+    }
+    catch (...)
+    {
+        // A failure left pending is thrown before the thread is asked to end; ask again.
+        try
+        {
+            Stop();
+        }
+        catch (...)
+        {
+        }
+    }
+    m_poTimer.reset();
+}
+
+void COutputWndThrottler::Add(const CString& text, unsigned int flags)
+{
+    // Copied before the lock is taken, so that producers do not wait for one another's copies.
+    std::pair<CString, unsigned int> entry(text, flags);
+    CSingleLock lock(&m_oLock, TRUE);
+    if (!m_bStopped)
+        m_oPending.push_back(std::move(entry));
+}
+
+void COutputWndThrottler::OnTick()
+{
+    // Shared, so that handing the batch on copies a pointer rather than every text. The list
+    // left behind is sized like the last batch, here rather than by producers holding the lock.
+    std::shared_ptr<TEntries> poBatch = std::make_shared<TEntries>();
+    poBatch->reserve(m_uLastBatchSize);
+    {
+        CSingleLock lock(&m_oLock, TRUE);
+        if (m_bStopped || m_oPending.empty())
+            return;
+        poBatch->swap(m_oPending);
+    }
+    m_uLastBatchSize = poBatch->size();
+    std::shared_ptr<SBatchGate> poGate = m_poGate;
+    Thread::CGuiThreadCaller::BeginInvoke([poGate, poBatch] { WriteBatch(*poGate, *poBatch); });
+}
+
+void COutputWndThrottler::WriteBatch(SBatchGate& gate, const TEntries& batch)
+{
+    std::lock_guard<std::recursive_mutex> lock(gate.m_oMutex);
+    for (const auto& entry : batch)
+    {
+        if (!gate.m_poOutput)
+            return;
+        gate.m_poOutput->WriteToOutputWnd(entry.first, entry.second);
+    }
+}
+
+} // namespace Text
+} // namespace CppUtil

@@ -1,0 +1,254 @@
+#include "LogRecorder.h"
+
+#include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/DaemonThread.h>
+#include <cpputil/Platform/CEvent.h>
+#include <cpputil/Platform/WinMessages.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+using CppUtil::Exception::CQlException;
+using CppUtil::Text::CMessageManager;
+using CppUtil::Text::COutput;
+using CppUtil::Thread::CDaemonThread;
+
+namespace
+{
+
+// A library exception of its own type, which must survive the trip between threads.
+class CDiskFull : public CQlException
+{
+public:
+    CDiskFull() : CQlException("Disk full.", "Writer::Flush", "Writer", 7) {}
+    CQlException* Clone() const override { return new CDiskFull(*this); }
+    [[noreturn]] void Rethrow() const override { throw *this; }
+};
+
+class CWorker : public CDaemonThread
+{
+public:
+    explicit CWorker(COutput& output, const CString& name = "Writer") : CDaemonThread(output)
+    {
+        SetThreadName(name);
+    }
+    // The hooks belong to this class, so the worker is stopped while it is still whole.
+    ~CWorker() noexcept(false) override { Stop(); }
+
+    using CDaemonThread::Proxy;
+    using CDaemonThread::SetShutdownTimeout;
+
+    std::function<void()> m_oOnStart;
+    std::function<void()> m_oOnStop;
+    std::atomic<int> m_iUncaught{0};
+    std::atomic<int> m_iStops{0};
+    DWORD m_dwStartThread = 0;
+    HWND m_hProxyWnd = nullptr;
+
+protected:
+    void OnThreadStart() override
+    {
+        m_dwStartThread = GetCurrentThreadId();
+        m_hProxyWnd = Proxy().GetSafeHwnd();
+        if (m_oOnStart)
+            m_oOnStart();
+    }
+    void OnThreadStop() override
+    {
+        ++m_iStops;
+        if (m_oOnStop)
+            m_oOnStop();
+    }
+    void OnUncaughtException() override { ++m_iUncaught; }
+};
+
+template <class Predicate>
+bool WaitFor(Predicate done)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!done())
+    {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+class DaemonThreadTest : public ::testing::Test
+{
+protected:
+    DaemonThreadTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
+    {
+        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
+    }
+
+    // The one line logged since the recorder held that many.
+    std::string OnlyLogLine(size_t since = 0)
+    {
+        const std::vector<SLogLine> lines = m_oRecorder.Lines();
+        EXPECT_EQ(since + 1, lines.size());
+        return lines.size() > since ? lines.back().m_sText : std::string();
+    }
+
+    CLogRecorder m_oRecorder;
+    CMessageManager* m_poManager;
+    COutput m_oOut;
+};
+
+} // namespace
+
+TEST_F(DaemonThreadTest, WorkRunsOnTheWorkerThroughItsProxy)
+{
+    CWorker worker(m_oOut);
+    worker.Start();
+    const DWORD worker1 = worker.m_dwStartThread;
+    worker.Start();
+    EXPECT_EQ(worker1, worker.m_dwStartThread);
+    EXPECT_NE(GetCurrentThreadId(), worker1);
+
+    DWORD ranOn = 0;
+    worker.Proxy().PostAndWait([&] { ranOn = GetCurrentThreadId(); });
+    EXPECT_EQ(worker1, ranOn);
+
+    worker.Stop();
+    worker.Stop();
+    EXPECT_EQ(1, worker.m_iStops.load());
+    EXPECT_FALSE(IsWindow(worker.m_hProxyWnd));
+
+    // A second life gets a fresh thread and window.
+    worker.Start();
+    worker.Proxy().PostAndWait([&] { ranOn = GetCurrentThreadId(); });
+    EXPECT_EQ(worker.m_dwStartThread, ranOn);
+    EXPECT_TRUE(IsWindow(worker.m_hProxyWnd));
+    EXPECT_TRUE(m_oRecorder.Lines().empty());
+}
+
+TEST_F(DaemonThreadTest, HandlerExceptionIsLoggedTheLoopGoesOnAndStopRethrowsItsType)
+{
+    CWorker worker(m_oOut);
+    worker.Start();
+    std::atomic<bool> after(false);
+    // Once the first call has failed, Proxy() itself re-throws; both go through one reference.
+    CppUtil::Thread::CProxyWindow& proxy = worker.Proxy();
+    proxy.Post([] { CDiskFull().Rethrow(); });
+    proxy.Post([&] { after = true; });
+    ASSERT_TRUE(WaitFor([&] { return after.load(); }));
+    EXPECT_EQ(1, worker.m_iUncaught.load());
+
+    EXPECT_THROW(worker.Stop(), CDiskFull);
+    worker.Stop();
+    EXPECT_EQ("The following exception has been caught: Disk full.\nInternal Software Details: "
+              "Thread: [Writer] Caught: [Function: Writer::Flush, File: Writer, Line: 7].",
+              OnlyLogLine());
+}
+
+TEST_F(DaemonThreadTest, StartReportsWhatOnThreadStartThrowsAndLogsIt)
+{
+    struct SCase
+    {
+        const char* m_szName;
+        std::function<void()> m_oThrow;
+        const char* m_szMessage;
+        const char* m_szLog;
+    };
+    const SCase cases[] = {
+        {"Writer", [] { throw CDiskFull(); }, "Disk full.",
+         "The following exception has been caught: Disk full.\nInternal Software Details: "
+         "Thread: [Writer] Caught: [Function: Writer::Flush, File: Writer, Line: 7]."},
+        {"Writer", [] { throw std::out_of_range("Slot 9 out of range."); }, "Slot 9 out of range.",
+         "The following exception has been caught: Slot 9 out of range.\nInternal Software "
+         "Details: Thread: [Writer] Caught: [Not Reported]."},
+        {"", [] { throw 42; }, "Unknown Exception",
+         "The following exception has been caught: Unknown Exception\nInternal Software Details: "
+         "Thread: [Unknown] Caught: [Not Reported]."},
+    };
+    for (const SCase& c : cases)
+    {
+        SCOPED_TRACE(c.m_szMessage);
+        const size_t logged = m_oRecorder.Lines().size();
+        CWorker worker(m_oOut, c.m_szName);
+        worker.m_oOnStart = c.m_oThrow;
+        bool typed = false;
+        try
+        {
+            worker.Start();
+            ADD_FAILURE() << "Start did not throw";
+        }
+        catch (const CQlException& e)
+        {
+            typed = dynamic_cast<const CDiskFull*>(&e) != nullptr;
+            EXPECT_STREQ(c.m_szMessage, e.what());
+        }
+        EXPECT_EQ(std::string(c.m_szMessage) == "Disk full.", typed);
+        EXPECT_EQ(c.m_szLog, OnlyLogLine(logged));
+
+        // The worker runs its loop all the same.
+        DWORD ranOn = 0;
+        worker.Proxy().PostAndWait([&] { ranOn = GetCurrentThreadId(); });
+        EXPECT_EQ(worker.m_dwStartThread, ranOn);
+        worker.Stop();
+    }
+}
+
+TEST_F(DaemonThreadTest, ThrowingOnThreadStopStillReleasesTheWindowAndReturns)
+{
+    CWorker worker(m_oOut);
+    worker.m_oOnStop = [] { throw CDiskFull(); };
+    worker.Start();
+    EXPECT_THROW(worker.Stop(), CDiskFull);
+    EXPECT_FALSE(IsWindow(worker.m_hProxyWnd));
+    worker.Stop();
+
+    worker.Start();
+    EXPECT_TRUE(IsWindow(worker.m_hProxyWnd));
+
+    // unique_ptr would terminate: its reset may not throw.
+    CWorker* owned = new CWorker(m_oOut);
+    owned->m_oOnStop = [] { throw std::runtime_error("Stop failed."); };
+    owned->Start();
+    const HWND window = owned->m_hProxyWnd;
+    EXPECT_THROW(delete owned, CQlException);
+    EXPECT_FALSE(IsWindow(window));
+    EXPECT_THROW(worker.Stop(), CDiskFull);
+}
+
+TEST_F(DaemonThreadTest, StopAbandonsAWorkerThatIgnoresQuitAfterTheTimeout)
+{
+    // Outlive the test: the abandoned worker touches them after the owner is gone.
+    auto busy = std::make_shared<std::atomic<bool>>(false);
+    auto release = std::make_shared<CEvent>(FALSE, TRUE);
+    auto done = std::make_shared<std::atomic<bool>>(false);
+
+    std::unique_ptr<CWorker> worker(new CWorker(m_oOut));
+    worker->SetShutdownTimeout(300);
+    worker->Start();
+    worker->Proxy().Post(
+        [busy, release, done]
+        {
+            *busy = true;
+            release->Lock(INFINITE);
+            *done = true;
+        });
+    ASSERT_TRUE(WaitFor([&] { return busy->load(); }));
+
+    const auto before = std::chrono::steady_clock::now();
+    worker->Stop();
+    const auto waited = std::chrono::steady_clock::now() - before;
+    EXPECT_GE(waited, std::chrono::milliseconds(250));
+    EXPECT_FALSE(done->load());
+    EXPECT_EQ(0, worker->m_iStops.load());
+    worker.reset();
+
+    // The worker finishes on its own later, without its owner.
+    release->SetEvent();
+    EXPECT_TRUE(WaitFor([&] { return done->load(); }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+}

@@ -1,0 +1,36 @@
+// Lets a test's thread stand in for the host's user-interface thread, so that text queued for the
+// output window reaches the writer once the test pumps messages.
+#pragma once
+
+#include <cpputil/CppUtil.Thread.MessageLoop.h>
+#include <cpputil/GuiThreadCaller.h>
+#include <cpputil/InterThreadCaller.h>
+
+#include <chrono>
+#include <functional>
+
+class CUiThreadStandIn
+{
+public:
+    CUiThreadStandIn() { CppUtil::Thread::CGuiThreadCaller::Hook(m_oCaller); }
+    ~CUiThreadStandIn() { CppUtil::Thread::CGuiThreadCaller::Unhook(); }
+    CUiThreadStandIn(const CUiThreadStandIn&) = delete;
+    CUiThreadStandIn& operator=(const CUiThreadStandIn&) = delete;
+
+    // Pumps this thread's messages until done() holds, for at most the time given; returns done().
+    static bool PumpUntil(const std::function<bool()>& done,
+                          std::chrono::seconds limit = std::chrono::seconds(30))
+    {
+        const auto deadline = std::chrono::steady_clock::now() + limit;
+        while (!done())
+        {
+            if (std::chrono::steady_clock::now() >= deadline)
+                return false;
+            CppUtil::Thread::PumpMessages(10);
+        }
+        return true;
+    }
+
+private:
+    CppUtil::Thread::CInterThreadCaller m_oCaller;
+};
