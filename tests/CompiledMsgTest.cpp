@@ -56,11 +56,6 @@ TEST(CompiledMsgTest, LibraryMessagesLoadTextForText)
     EXPECT_EQ(CString(k_szMessage2), notice.LoadCStrWithMsgId());
     EXPECT_TRUE(notice.GetIdDisplayStr().IsEmpty());
     CCompiledMsgBase::IsShowId = boost::function<bool()>();
-
-    // A copy shares the message.
-    CCompiledMsgBase copy(notice);
-    EXPECT_EQ(2u, copy.GetId());
-    EXPECT_EQ(CString("MSG_VERBOSE_LOGGING_ENABLED"), copy.GetSecondText());
 }
 
 TEST(CompiledMsgTest, MessageServesAsFormat)

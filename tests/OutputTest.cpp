@@ -203,9 +203,6 @@ TEST_F(OutputTest, RegisteredMessages)
         EXPECT_EQ(CString("CppUtil::Text::COutput::GetValue"), e.GetFunction());
         EXPECT_EQ(CString("CppUtil.Text.Output"), e.GetFile());
     }
-    EXPECT_TRUE(m_oOut.DialogsEnabled());
-    m_oOut.DialogsEnabled(false);
-    EXPECT_FALSE(m_oOut.DialogsEnabled());
 }
 
 TEST_F(OutputTest, OutputWindowGetsTextAndFlags)

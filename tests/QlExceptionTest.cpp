@@ -1,4 +1,3 @@
-#include <cpputil/CppUtil.Exception.Globals.h>
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/SeTranslate.h>
 
@@ -101,16 +100,4 @@ TEST(QlExceptionTest, ThreadNamingExceptionPassesThrough)
     record.ExceptionCode = 0x406D1388;
     EXCEPTION_POINTERS pointers = {&record, nullptr};
     EXPECT_NO_THROW(CppUtil::Exception::StructuredExceptionTranslate(0x406D1388, &pointers));
-}
-
-TEST(QlExceptionTest, ProcessWideObjectsAreSharedWithTheLibrary)
-{
-    int raised = 0;
-    boost::signals2::scoped_connection connection =
-        CppUtil::Exception::g_oCrashDumpSignal.connect([&raised] { ++raised; });
-    CppUtil::Exception::g_oCrashDumpSignal();
-    EXPECT_EQ(1, raised);
-
-    CppUtil::Exception::g_sCurrentJobLogDir = "C:\\Jobs\\Lot17";
-    EXPECT_EQ(CString("C:\\Jobs\\Lot17"), CppUtil::Exception::g_sCurrentJobLogDir);
 }

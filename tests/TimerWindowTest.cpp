@@ -1,9 +1,9 @@
 #include "RecorderWnd.h"
 #include "TimerProbe.h"
+#include "UiThreadStandIn.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/GuiThreadCaller.h>
-#include <cpputil/InterThreadCaller.h>
 #include <cpputil/TimerWindow.h>
 
 #include <gtest/gtest.h>
@@ -12,7 +12,6 @@
 
 using CppUtil::Exception::CQlException;
 using CppUtil::Thread::CGuiThreadCaller;
-using CppUtil::Thread::CInterThreadCaller;
 using CppUtil::Thread::CTimerWindow;
 using CppUtil::Thread::PumpMessages;
 using std::chrono::milliseconds;
@@ -20,20 +19,6 @@ using std::chrono::steady_clock;
 
 namespace
 {
-
-// Hooks a caller for this thread into CGuiThreadCaller for the life of the object, so that a
-// failed test leaves nothing hooked for the next one.
-class CGuiThreadScope
-{
-public:
-    CGuiThreadScope() { CGuiThreadCaller::Hook(m_oCaller); }
-    ~CGuiThreadScope() { CGuiThreadCaller::Unhook(); }
-    CGuiThreadScope(const CGuiThreadScope&) = delete;
-    CGuiThreadScope& operator=(const CGuiThreadScope&) = delete;
-
-private:
-    CInterThreadCaller m_oCaller;
-};
 
 } // namespace
 
@@ -101,7 +86,7 @@ TEST(TimerWindowTest, StartingAgainKeepsTheRunningTimer)
 
 TEST(TimerWindowTest, LivesOnTheUserInterfaceThread)
 {
-    CGuiThreadScope gui;
+    CUiThreadStandIn gui;
     const DWORD dwGuiThread = GetCurrentThreadId();
     STimerProbe ticks;
     HWND hWnd = nullptr;

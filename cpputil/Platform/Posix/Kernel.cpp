@@ -106,6 +106,14 @@ SWindow* CKernel::Window(HWND handle)
     return found == m_oWindows.end() ? nullptr : &found->second;
 }
 
+SWindow* CKernel::WindowOrFail(HWND handle)
+{
+    SWindow* window = Window(handle);
+    if (!window)
+        ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+    return window;
+}
+
 void CKernel::RemoveWindow(HWND handle)
 {
     m_oWindows.erase(handle);

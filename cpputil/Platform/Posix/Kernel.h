@@ -63,6 +63,8 @@ public:
 
     HWND AddWindow(SWindow&& window);
     SWindow* Window(HWND handle);
+    // The same, failing the way Win32 calls on a window do: null with ERROR_INVALID_WINDOW_HANDLE.
+    SWindow* WindowOrFail(HWND handle);
     void RemoveWindow(HWND handle);
     // The newest window that FindWindow may report whose class and name match; null matches all.
     HWND FindWindowByName(const char* className, const char* windowName) const;

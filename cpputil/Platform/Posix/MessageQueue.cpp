@@ -227,12 +227,9 @@ LRESULT CMessageQueue::Send(HWND window, UINT message, WPARAM wParam, LPARAM lPa
     CMessageQueue& self = *Current();
     CKernel& kernel = CKernel::Instance();
     std::unique_lock<std::mutex> lock(kernel.Mutex());
-    SWindow* target = kernel.Window(window);
+    SWindow* target = kernel.WindowOrFail(window);
     if (!target)
-    {
-        ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return 0;
-    }
     if (target->m_poQueue.get() == &self)
     {
         const WNDPROC proc = target->m_pfnProc;

@@ -126,12 +126,9 @@ BOOL DestroyWindow(HWND window)
     WNDPROC proc = nullptr;
     {
         std::lock_guard<std::mutex> lock(kernel.Mutex());
-        SWindow* entry = kernel.Window(window);
+        SWindow* entry = kernel.WindowOrFail(window);
         if (!entry)
-        {
-            ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
             return FALSE;
-        }
         if (entry->m_poQueue.get() != CMessageQueue::CurrentIfAny())
         {
             ::SetLastError(ERROR_ACCESS_DENIED);
@@ -168,12 +165,9 @@ DWORD GetWindowThreadProcessId(HWND window, LPDWORD processId)
 {
     CKernel& kernel = CKernel::Instance();
     std::lock_guard<std::mutex> lock(kernel.Mutex());
-    const SWindow* entry = kernel.Window(window);
+    const SWindow* entry = kernel.WindowOrFail(window);
     if (!entry)
-    {
-        ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return 0;
-    }
     if (processId)
         *processId = static_cast<DWORD>(::getpid());
     return entry->m_poQueue->ThreadId();
@@ -183,12 +177,9 @@ LONG_PTR GetWindowLongPtr(HWND window, int index)
 {
     CKernel& kernel = CKernel::Instance();
     std::lock_guard<std::mutex> lock(kernel.Mutex());
-    const SWindow* entry = kernel.Window(window);
+    const SWindow* entry = kernel.WindowOrFail(window);
     if (!entry)
-    {
-        ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return 0;
-    }
     if (index != GWLP_USERDATA)
     {
         ::SetLastError(ERROR_INVALID_INDEX);
@@ -201,12 +192,9 @@ LONG_PTR SetWindowLongPtr(HWND window, int index, LONG_PTR value)
 {
     CKernel& kernel = CKernel::Instance();
     std::lock_guard<std::mutex> lock(kernel.Mutex());
-    SWindow* entry = kernel.Window(window);
+    SWindow* entry = kernel.WindowOrFail(window);
     if (!entry)
-    {
-        ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return 0;
-    }
     if (index != GWLP_USERDATA)
     {
         ::SetLastError(ERROR_INVALID_INDEX);
@@ -238,12 +226,9 @@ BOOL PostMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
         return ::PostThreadMessage(::GetCurrentThreadId(), message, wParam, lParam);
     CKernel& kernel = CKernel::Instance();
     std::lock_guard<std::mutex> lock(kernel.Mutex());
-    const SWindow* entry = kernel.Window(window);
+    const SWindow* entry = kernel.WindowOrFail(window);
     if (!entry)
-    {
-        ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return FALSE;
-    }
     entry->m_poQueue->Post({window, message, wParam, lParam, CMessageQueue::Now()});
     return TRUE;
 }
@@ -346,12 +331,9 @@ LRESULT DispatchMessage(const MSG* message)
     {
         CKernel& kernel = CKernel::Instance();
         std::lock_guard<std::mutex> lock(kernel.Mutex());
-        const SWindow* entry = kernel.Window(message->hwnd);
+        const SWindow* entry = kernel.WindowOrFail(message->hwnd);
         if (!entry)
-        {
-            ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
             return 0;
-        }
         proc = entry->m_pfnProc;
     }
     return proc(message->hwnd, message->message, message->wParam, message->lParam);
@@ -361,12 +343,9 @@ UINT_PTR SetTimer(HWND window, UINT_PTR idEvent, UINT elapse, TIMERPROC timerFun
 {
     CKernel& kernel = CKernel::Instance();
     std::lock_guard<std::mutex> lock(kernel.Mutex());
-    const SWindow* entry = kernel.Window(window);
+    const SWindow* entry = kernel.WindowOrFail(window);
     if (!entry)
-    {
-        ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return 0;
-    }
     // The timer belongs to the window's thread, whichever thread sets it.
     return entry->m_poQueue->SetTimer(window, idEvent, elapse, timerFunc);
 }
@@ -375,12 +354,9 @@ BOOL KillTimer(HWND window, UINT_PTR idEvent)
 {
     CKernel& kernel = CKernel::Instance();
     std::lock_guard<std::mutex> lock(kernel.Mutex());
-    const SWindow* entry = kernel.Window(window);
+    const SWindow* entry = kernel.WindowOrFail(window);
     if (!entry)
-    {
-        ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return FALSE;
-    }
     if (!entry->m_poQueue->KillTimer(window, idEvent))
     {
         ::SetLastError(ERROR_INVALID_PARAMETER);
