@@ -3,7 +3,7 @@
 #   ./build.sh run    builds and runs the example host
 #   ./build.sh test   builds every preset (native debug and release, Win32 under Wine,
 #                     AddressSanitizer + UndefinedBehaviorSanitizer, ThreadSanitizer) and runs
-#                     every test in each, then fuzzes the .mc parser for FUZZ_SECONDS (20)
+#                     every test in each, then runs each libFuzzer target for FUZZ_SECONDS (20)
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -50,16 +50,21 @@ test_preset() {
 fuzz_preset() {
     echo "=== fuzz: build"
     build_preset fuzz
-    echo "=== fuzz: McFileFuzz for ${FUZZ_SECONDS}s"
-    # fuzz/corpus/mc only seeds the run: what libFuzzer finds goes to the build tree.
-    local dir=build/fuzz
-    rm -rf "$dir/corpus" && mkdir -p "$dir/corpus"
-    if ! "$dir/bin/McFileFuzz" -max_total_time="$FUZZ_SECONDS" -dict=fuzz/mc.dict \
-        -artifact_prefix="$dir/" "$dir/corpus" fuzz/corpus/mc >"$dir/McFileFuzz.log" 2>&1; then
-        tail -n 40 "$dir/McFileFuzz.log"
-        return 1
-    fi
-    tail -n 1 "$dir/McFileFuzz.log"
+    # fuzz/corpus/<Name> only seeds a run: what libFuzzer finds goes to the build tree.
+    local dir=build/fuzz target name dict
+    for target in "$dir"/bin/*Fuzz; do
+        name=$(basename "$target" Fuzz)
+        echo "=== fuzz: ${name}Fuzz for ${FUZZ_SECONDS}s"
+        rm -rf "$dir/corpus/$name" && mkdir -p "$dir/corpus/$name"
+        dict=()
+        [ -f "fuzz/$name.dict" ] && dict=(-dict="fuzz/$name.dict")
+        if ! "$target" -max_total_time="$FUZZ_SECONDS" "${dict[@]}" -artifact_prefix="$dir/$name-" \
+            "$dir/corpus/$name" "fuzz/corpus/$name" >"$dir/$name.log" 2>&1; then
+            tail -n 40 "$dir/$name.log"
+            return 1
+        fi
+        tail -n 1 "$dir/$name.log"
+    done
 }
 
 check_format() {
