@@ -5,7 +5,6 @@
 #include "CppUtil.Text.OutputWndThrottler.h"
 
 #include <mutex>
-#include <shared_mutex>
 
 namespace CppUtil
 {
@@ -29,26 +28,47 @@ COutput::TWriteOutputWndDelegate& Writer()
     return s_oWriteOutputWndDelegate;
 }
 
-// Guards each output's throttler pointer. Shared for the look-up, so that producers adding text
-// at once do not queue behind one another here. A throttler is not made under it: making one
-// waits for the user-interface thread, which may be adding text itself.
-std::shared_mutex& ThrottlerMutex()
+// Guards the making and copying of each output's throttler. A throttler is not made under it:
+// making one waits for the user-interface thread, which may be adding text itself.
+std::mutex& ThrottlerMutex()
 {
-    static std::shared_mutex s_oMutex;
+    static std::mutex s_oMutex;
     return s_oMutex;
 }
 
 } // namespace
 
 COutput::COutput(CMessageManager* messageManager)
-    : m_poMessageManager(messageManager), m_bDialogsEnabled(true)
+    : m_poMessageManager(messageManager), m_bDialogsEnabled(true), m_poPublishedThrottler(nullptr)
 {
     if (m_poMessageManager)
         m_poMessageManager->SetOutput(*this);
 }
 
-COutput::COutput(const COutput& other) = default;
-COutput& COutput::operator=(const COutput& other) = default;
+COutput::COutput(const COutput& other)
+    : m_poMessageManager(other.m_poMessageManager),
+      m_oActiveOutputGetter(other.m_oActiveOutputGetter),
+      m_oRegisteredMessages(other.m_oRegisteredMessages),
+      m_bDialogsEnabled(other.m_bDialogsEnabled), m_poPublishedThrottler(nullptr)
+{
+    std::lock_guard<std::mutex> lock(ThrottlerMutex());
+    m_poOutputWndThrottler = other.m_poOutputWndThrottler;
+    m_poPublishedThrottler.store(m_poOutputWndThrottler.get(), std::memory_order_release);
+}
+
+COutput& COutput::operator=(const COutput& other)
+{
+    if (this == &other)
+        return *this;
+    m_poMessageManager = other.m_poMessageManager;
+    m_oActiveOutputGetter = other.m_oActiveOutputGetter;
+    m_oRegisteredMessages = other.m_oRegisteredMessages;
+    m_bDialogsEnabled = other.m_bDialogsEnabled;
+    std::lock_guard<std::mutex> lock(ThrottlerMutex());
+    m_poOutputWndThrottler = other.m_poOutputWndThrottler;
+    m_poPublishedThrottler.store(m_poOutputWndThrottler.get(), std::memory_order_release);
+    return *this;
+}
 
 COutput::~COutput()
 {
@@ -102,17 +122,17 @@ void COutput::AddDevelopmentText(const CString& text)
 
 COutputWndThrottler& COutput::OutputWndThrottler()
 {
-    {
-        std::shared_lock<std::shared_mutex> lock(ThrottlerMutex());
-        if (m_poOutputWndThrottler)
-            return *m_poOutputWndThrottler;
-    }
+    if (COutputWndThrottler* throttler = m_poPublishedThrottler.load(std::memory_order_acquire))
+        return *throttler;
     // Two threads may both get here first; the one that loses drops its throttler, outside the
     // lock.
     std::shared_ptr<COutputWndThrottler> poThrottler = std::make_shared<COutputWndThrottler>(*this);
-    std::unique_lock<std::shared_mutex> lock(ThrottlerMutex());
+    std::lock_guard<std::mutex> lock(ThrottlerMutex());
     if (!m_poOutputWndThrottler)
+    {
         m_poOutputWndThrottler = poThrottler;
+        m_poPublishedThrottler.store(m_poOutputWndThrottler.get(), std::memory_order_release);
+    }
     return *m_poOutputWndThrottler;
 }
 

@@ -7,6 +7,7 @@
 #include "CppUtil.Text.TextOutputBase.h"
 #include "Platform/CString.h"
 
+#include <atomic>
 #include <boost/function.hpp>
 #include <map>
 #include <memory>
@@ -127,6 +128,9 @@ private:
     std::map<CString, int> m_oRegisteredMessages;
     bool m_bDialogsEnabled;
     std::shared_ptr<COutputWndThrottler> m_poOutputWndThrottler;
+    // The same throttler, published once it is made: every AddText reads it, and a lock there
+    // would make producers on several threads queue behind one another.
+    std::atomic<COutputWndThrottler*> m_poPublishedThrottler;
 };
 
 // The library's process-wide output, made without a manager: its texts go to the active output

@@ -15,6 +15,7 @@
 #include "CppUtil.Text.Output.h"
 #include "CppUtil.Text.OutputWndThrottler.h"
 #include "CppUtil.Text.TextOutputBase.h"
+#include "CppUtil.Thread.BufferedOutFile.h"
 #include "CppUtil.Thread.MessageLoop.h"
 #include "CppUtil.Thread.OneShotTimer.h"
 #include "DaemonThread.h"

@@ -28,19 +28,18 @@ std::string ClassKey(const char* name)
 class CWaitRegistration
 {
 public:
-    CWaitRegistration(const std::vector<std::shared_ptr<SWaitable>>& objects,
-                      std::condition_variable& waiter)
+    CWaitRegistration(const std::vector<std::shared_ptr<SWaitable>>& objects, const TWaker& waiter)
         : m_roObjects(objects), m_roWaiter(waiter)
     {
         for (const std::shared_ptr<SWaitable>& object : m_roObjects)
-            object->m_oWaiters.push_back(&m_roWaiter);
+            object->m_oWaiters.push_back(m_roWaiter);
     }
     ~CWaitRegistration()
     {
         for (const std::shared_ptr<SWaitable>& object : m_roObjects)
         {
-            std::vector<std::condition_variable*>& waiters = object->m_oWaiters;
-            waiters.erase(std::find(waiters.begin(), waiters.end(), &m_roWaiter));
+            std::vector<TWaker>& waiters = object->m_oWaiters;
+            waiters.erase(std::find(waiters.begin(), waiters.end(), m_roWaiter));
         }
     }
     CWaitRegistration(const CWaitRegistration&) = delete;
@@ -48,7 +47,7 @@ public:
 
 private:
     const std::vector<std::shared_ptr<SWaitable>>& m_roObjects;
-    std::condition_variable& m_roWaiter;
+    const TWaker& m_roWaiter;
 };
 
 } // namespace
@@ -86,11 +85,11 @@ bool CKernel::RemoveObject(HANDLE handle)
     return m_oObjects.erase(handle) != 0;
 }
 
-void CKernel::Signal(SWaitable& object)
+void CKernel::Signal(SWaitable& object, CDeferredWake& wake)
 {
     object.m_bSignaled = true;
-    for (std::condition_variable* waiter : object.m_oWaiters)
-        waiter->notify_all();
+    for (const TWaker& waiter : object.m_oWaiters)
+        wake.Add(waiter);
 }
 
 HWND CKernel::AddWindow(SWindow&& window)
@@ -207,9 +206,9 @@ DWORD CKernel::Wait(DWORD count, const HANDLE* handles, bool waitAll, DWORD mill
 
     // A thread that waits with its queue sleeps on the queue's own condition, so that posts and
     // sends to it wake it as well.
-    std::condition_variable ownWaiter;
-    std::condition_variable& waiter = queue ? queue->Wake() : ownWaiter;
-    CWaitRegistration registration(objects, waiter);
+    const TWaker waker = queue ? queue->Waker() : std::make_shared<std::condition_variable>();
+    std::condition_variable& waiter = *waker;
+    CWaitRegistration registration(objects, waker);
 
     const bool forever = milliseconds == INFINITE;
     const TClock::time_point deadline = TClock::now() + std::chrono::milliseconds(milliseconds);

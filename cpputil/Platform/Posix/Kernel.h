@@ -25,6 +25,31 @@ class CMessageQueue;
 
 typedef std::chrono::steady_clock TClock;
 
+// A sleeping thread's condition. Shared, so that it can be notified after the kernel's lock is
+// released even if the sleeper has already woken for another reason and left.
+typedef std::shared_ptr<std::condition_variable> TWaker;
+
+// Collects the conditions to notify and notifies them when it goes. Declared before the lock is
+// taken, it notifies after the lock is released, so that a woken thread does not at once block on
+// the lock its waker still holds: a thread hand-off then costs one wake-up instead of two.
+class CDeferredWake
+{
+public:
+    CDeferredWake() = default;
+    CDeferredWake(const CDeferredWake&) = delete;
+    CDeferredWake& operator=(const CDeferredWake&) = delete;
+    ~CDeferredWake()
+    {
+        for (const TWaker& waker : m_oWakers)
+            waker->notify_all();
+    }
+
+    void Add(const TWaker& waker) { m_oWakers.push_back(waker); }
+
+private:
+    std::vector<TWaker> m_oWakers;
+};
+
 // An event, or a thread: a manual-reset event that is set when the thread ends.
 struct SWaitable
 {
@@ -33,7 +58,7 @@ struct SWaitable
     bool m_bSignaled = false;
     DWORD m_dwExitCode = STILL_ACTIVE;
     // Everyone blocked on this object; each is notified when it is signalled.
-    std::vector<std::condition_variable*> m_oWaiters;
+    std::vector<TWaker> m_oWaiters;
 };
 
 struct SWindow
@@ -59,7 +84,7 @@ public:
     HANDLE AddObject(const std::shared_ptr<SWaitable>& object);
     std::shared_ptr<SWaitable> FindObject(HANDLE handle) const;
     bool RemoveObject(HANDLE handle);
-    void Signal(SWaitable& object);
+    void Signal(SWaitable& object, CDeferredWake& wake);
 
     HWND AddWindow(SWindow&& window);
     SWindow* Window(HWND handle);

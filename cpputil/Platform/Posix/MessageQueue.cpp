@@ -108,10 +108,10 @@ DWORD CMessageQueue::Now()
             .count());
 }
 
-void CMessageQueue::Post(const MSG& message)
+void CMessageQueue::Post(const MSG& message, CDeferredWake& wake)
 {
     m_oPosted.push_back(message);
-    m_oWake.notify_all();
+    wake.Add(Waker());
 }
 
 void CMessageQueue::SetQuit(int exitCode)

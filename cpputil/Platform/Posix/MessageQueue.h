@@ -16,7 +16,7 @@ namespace Platform
 namespace Posix
 {
 
-class CMessageQueue
+class CMessageQueue : public std::enable_shared_from_this<CMessageQueue>
 {
 public:
     explicit CMessageQueue(DWORD threadId);
@@ -32,11 +32,12 @@ public:
     static void EndCurrent();
 
     DWORD ThreadId() const { return m_dwThreadId; }
-    std::condition_variable& Wake() { return m_oWake; }
+    // The condition the owner sleeps on, kept alive by the queue.
+    TWaker Waker() { return TWaker(shared_from_this(), &m_oWake); }
 
     // The members below expect the kernel's mutex to be held.
 
-    void Post(const MSG& message);
+    void Post(const MSG& message, CDeferredWake& wake);
     void SetQuit(int exitCode);
     UINT_PTR SetTimer(HWND window, UINT_PTR id, UINT elapse, TIMERPROC proc);
     bool KillTimer(HWND window, UINT_PTR id);

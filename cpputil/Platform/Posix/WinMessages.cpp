@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <unistd.h>
 
+using CppUtil::Platform::Posix::CDeferredWake;
 using CppUtil::Platform::Posix::CKernel;
 using CppUtil::Platform::Posix::CMessageQueue;
 using CppUtil::Platform::Posix::SWindow;
@@ -225,11 +226,12 @@ BOOL PostMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     if (!window)
         return ::PostThreadMessage(::GetCurrentThreadId(), message, wParam, lParam);
     CKernel& kernel = CKernel::Instance();
+    CDeferredWake wake;
     std::lock_guard<std::mutex> lock(kernel.Mutex());
     const SWindow* entry = kernel.WindowOrFail(window);
     if (!entry)
         return FALSE;
-    entry->m_poQueue->Post({window, message, wParam, lParam, CMessageQueue::Now()});
+    entry->m_poQueue->Post({window, message, wParam, lParam, CMessageQueue::Now()}, wake);
     return TRUE;
 }
 
@@ -238,6 +240,7 @@ BOOL PostThreadMessage(DWORD threadId, UINT message, WPARAM wParam, LPARAM lPara
     if (threadId == ::GetCurrentThreadId())
         CMessageQueue::Current();
     CKernel& kernel = CKernel::Instance();
+    CDeferredWake wake;
     std::lock_guard<std::mutex> lock(kernel.Mutex());
     // Like Win32, a thread that has no queue yet cannot receive.
     std::shared_ptr<CMessageQueue> queue = kernel.FindQueue(threadId);
@@ -246,7 +249,7 @@ BOOL PostThreadMessage(DWORD threadId, UINT message, WPARAM wParam, LPARAM lPara
         ::SetLastError(ERROR_INVALID_THREAD_ID);
         return FALSE;
     }
-    queue->Post({nullptr, message, wParam, lParam, CMessageQueue::Now()});
+    queue->Post({nullptr, message, wParam, lParam, CMessageQueue::Now()}, wake);
     return TRUE;
 }
 

@@ -9,6 +9,7 @@
 #include <memory>
 #include <unistd.h>
 
+using CppUtil::Platform::Posix::CDeferredWake;
 using CppUtil::Platform::Posix::CKernel;
 using CppUtil::Platform::Posix::CMessageQueue;
 using CppUtil::Platform::Posix::SWaitable;
@@ -32,9 +33,10 @@ void* RunThread(void* parameter)
     // The handle is signalled only when the thread's windows are gone, as on Win32.
     CMessageQueue::EndCurrent();
     CKernel& kernel = CKernel::Instance();
+    CDeferredWake wake;
     std::lock_guard<std::mutex> lock(kernel.Mutex());
     start->m_poThread->m_dwExitCode = exitCode;
-    kernel.Signal(*start->m_poThread);
+    kernel.Signal(*start->m_poThread, wake);
     return nullptr;
 }
 
@@ -69,11 +71,12 @@ HANDLE CreateEvent(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL initialState, L
 BOOL SetEvent(HANDLE event)
 {
     CKernel& kernel = CKernel::Instance();
+    CDeferredWake wake;
     std::lock_guard<std::mutex> lock(kernel.Mutex());
     std::shared_ptr<SWaitable> object = FindEvent(event);
     if (!object)
         return FALSE;
-    kernel.Signal(*object);
+    kernel.Signal(*object, wake);
     return TRUE;
 }
 

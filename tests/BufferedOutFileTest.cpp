@@ -1,0 +1,320 @@
+#include "LogRecorder.h"
+
+#include <cpputil/CppUtil.Thread.BufferedOutFile.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <csignal>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+extern char** environ;
+#endif
+
+using CppUtil::Text::CMessageManager;
+using CppUtil::Text::COutput;
+using CppUtil::Thread::CBufferedOutFile;
+
+namespace
+{
+
+const char* const k_szWriterFileVariable = "CPPUTIL_TEST_WRITER_FILE";
+
+std::vector<std::string> ReadLines(const std::filesystem::path& path, std::string* tail = nullptr)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    std::vector<std::string> lines;
+    std::string all = text.str(), line;
+    std::size_t start = 0;
+    for (std::size_t end; (end = all.find('\n', start)) != std::string::npos; start = end + 1)
+        lines.push_back(all.substr(start, end - start));
+    if (tail)
+        *tail = all.substr(start);
+    return lines;
+}
+
+std::string WriterLine(unsigned int number)
+{
+    // Long enough that a batch spans many pages of the file.
+    return "line " + std::to_string(number) + " " + std::string(200, 'a' + number % 26);
+}
+
+class BufferedOutFileTest : public ::testing::Test
+{
+protected:
+    BufferedOutFileTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
+    {
+        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
+        const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+        m_oDir =
+            std::filesystem::temp_directory_path() / ("cpputil-bof-" + std::string(test->name()) +
+                                                      "-" + std::to_string(std::random_device()()));
+        std::filesystem::create_directories(m_oDir);
+    }
+    ~BufferedOutFileTest() override
+    {
+        std::error_code error;
+        std::filesystem::remove_all(m_oDir, error);
+    }
+
+    std::vector<std::string> LogTexts()
+    {
+        std::vector<std::string> texts;
+        for (const SLogLine& line : m_oRecorder.Lines())
+            texts.push_back(line.m_sText);
+        return texts;
+    }
+
+    CLogRecorder m_oRecorder;
+    CMessageManager* m_poManager;
+    COutput m_oOut;
+    std::filesystem::path m_oDir;
+};
+
+TEST_F(BufferedOutFileTest, LinesFromManyThreadsArriveWholeInOrderAndNoneIsLostAtStop)
+{
+    const std::filesystem::path path = m_oDir / "main.log";
+    {
+        CBufferedOutFile file(m_oOut, path.string().c_str());
+        file.Start();
+        file.AddLine("first");
+        // Written by the worker's own period, without a stop.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (ReadLines(path).empty() && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        EXPECT_EQ(std::vector<std::string>{"first"}, ReadLines(path));
+        EXPECT_EQ(0u, file.GetPendingCount());
+
+        std::vector<std::thread> writers;
+        for (int t = 0; t < 4; ++t)
+            writers.emplace_back(
+                [&file, t]
+                {
+                    for (int i = 0; i < 2000; ++i)
+                        file.AddLine(("t" + std::to_string(t) + " " + std::to_string(i)).c_str());
+                });
+        for (std::thread& writer : writers)
+            writer.join();
+        file.Stop();
+        // Added after the stop: the destructor writes it.
+        file.AddLine("last");
+    }
+    const std::vector<std::string> lines = ReadLines(path);
+    ASSERT_EQ(1u + 4 * 2000 + 1, lines.size());
+    EXPECT_EQ("first", lines.front());
+    EXPECT_EQ("last", lines.back());
+    int next[4] = {0, 0, 0, 0};
+    for (std::size_t i = 1; i + 1 < lines.size(); ++i)
+    {
+        const int t = lines[i][1] - '0';
+        ASSERT_TRUE(t >= 0 && t < 4) << lines[i];
+        EXPECT_EQ("t" + std::to_string(t) + " " + std::to_string(next[t]++), lines[i]);
+    }
+}
+
+TEST_F(BufferedOutFileTest, AFileThatCannotBeOpenedKeepsItsLinesAndIsReportedOnce)
+{
+    const std::filesystem::path dir = m_oDir / "later";
+    const std::filesystem::path path = dir / "job.log";
+    CBufferedOutFile file(m_oOut, path.string().c_str());
+    file.AddLine("one");
+    file.AddLine("two");
+    EXPECT_FALSE(file.Flush());
+    file.AddLine("three");
+    EXPECT_FALSE(file.Flush());
+    EXPECT_EQ(3u, file.GetPendingCount());
+    std::vector<std::string> logged = LogTexts();
+    ASSERT_EQ(1u, logged.size());
+    EXPECT_NE(std::string::npos, logged[0].find("could not be opened")) << logged[0];
+    EXPECT_NE(std::string::npos, logged[0].find(path.string())) << logged[0];
+
+    std::filesystem::create_directories(dir);
+    file.AddLine("four");
+    EXPECT_TRUE(file.Flush());
+    EXPECT_EQ((std::vector<std::string>{"one", "two", "three", "four"}), ReadLines(path));
+    logged = LogTexts();
+    ASSERT_EQ(2u, logged.size());
+    EXPECT_NE(std::string::npos, logged[1].find("is written again")) << logged[1];
+}
+
+TEST_F(BufferedOutFileTest, StartCutsAnUnfinishedLastLineAndKeepsEverythingBefore)
+{
+    const std::filesystem::path path = m_oDir / "aps.log";
+    // More than one read chunk of whole lines, then a remnant with no line end.
+    std::string text;
+    for (int i = 0; i < 500; ++i)
+        text += WriterLine(i) + "\n";
+    {
+        std::ofstream out(path, std::ios::binary);
+        out << text << "line 500 aaa";
+    }
+    {
+        CBufferedOutFile file(m_oOut, path.string().c_str());
+        file.Start();
+        file.AddLine("after");
+    }
+    std::string tail;
+    std::vector<std::string> lines = ReadLines(path, &tail);
+    EXPECT_EQ("", tail);
+    ASSERT_EQ(501u, lines.size());
+    EXPECT_EQ(WriterLine(499), lines[499]);
+    EXPECT_EQ("after", lines[500]);
+
+    // A file of one unfinished line is emptied; a whole file is left alone.
+    {
+        std::ofstream out(path, std::ios::binary);
+        out << "no line end";
+    }
+    for (int round = 0; round < 2; ++round)
+    {
+        CBufferedOutFile file(m_oOut, path.string().c_str());
+        file.Start();
+        file.AddLine("kept");
+    }
+    EXPECT_EQ((std::vector<std::string>{"kept", "kept"}), ReadLines(path, &tail));
+    EXPECT_EQ("", tail);
+}
+
+// Run as a separate process by the next test, which kills it while it appends.
+TEST_F(BufferedOutFileTest, DISABLED_WriterProcess)
+{
+    const char* target = std::getenv(k_szWriterFileVariable);
+    ASSERT_NE(nullptr, target);
+    CBufferedOutFile file(m_oOut, target);
+    file.Start();
+    for (unsigned int number = 0;; ++number)
+    {
+        file.AddLine(WriterLine(number).c_str());
+        // Some 20 MB a period: each append spans thousands of pages of the file.
+        if (number % 100 == 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+class CWriterProcess
+{
+public:
+    explicit CWriterProcess(const std::filesystem::path& target)
+    {
+        const std::string filter = "--gtest_filter=BufferedOutFileTest.DISABLED_WriterProcess";
+        const std::string disabled = "--gtest_also_run_disabled_tests";
+#if defined(_WIN32)
+        ::SetEnvironmentVariableA(k_szWriterFileVariable, target.string().c_str());
+        char self[MAX_PATH];
+        ::GetModuleFileNameA(nullptr, self, MAX_PATH);
+        std::string command = "\"" + std::string(self) + "\" " + filter + " " + disabled;
+        STARTUPINFOA startup = {};
+        startup.cb = sizeof(startup);
+        PROCESS_INFORMATION info = {};
+        m_bStarted = ::CreateProcessA(self, &command[0], nullptr, nullptr, FALSE, 0, nullptr,
+                                      nullptr, &startup, &info) != FALSE;
+        if (m_bStarted)
+        {
+            ::CloseHandle(info.hThread);
+            m_hProcess = info.hProcess;
+        }
+#else
+        ::setenv(k_szWriterFileVariable, target.string().c_str(), 1);
+        std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+        char* argv[] = {&self[0], const_cast<char*>(filter.c_str()),
+                        const_cast<char*>(disabled.c_str()), nullptr};
+        m_bStarted = ::posix_spawn(&m_iPid, self.c_str(), nullptr, nullptr, argv, environ) == 0;
+#endif
+    }
+
+    bool Started() const
+    {
+        return m_bStarted;
+    }
+
+    // No clean-up of any kind runs in the writer.
+    void Kill()
+    {
+#if defined(_WIN32)
+        ::TerminateProcess(m_hProcess, 9);
+        ::WaitForSingleObject(m_hProcess, INFINITE);
+        ::CloseHandle(m_hProcess);
+#else
+        ::kill(m_iPid, SIGKILL);
+        int status = 0;
+        ::waitpid(m_iPid, &status, 0);
+#endif
+    }
+
+private:
+    bool m_bStarted = false;
+#if defined(_WIN32)
+    HANDLE m_hProcess = nullptr;
+#else
+    pid_t m_iPid = 0;
+#endif
+};
+
+TEST_F(BufferedOutFileTest, AWriterKilledWhileAppendingLeavesOnlyWholeLinesAfterTheNextStart)
+{
+    const std::filesystem::path path = m_oDir / "killed.log";
+    std::mt19937 random(std::random_device{}());
+    for (int round = 0; round < 3; ++round)
+    {
+        CWriterProcess writer(path);
+        ASSERT_TRUE(writer.Started());
+        // Killed a moment after an append has begun, while that append is likely still going.
+        const auto size = [&path]
+        {
+            std::error_code error;
+            const std::uintmax_t bytes = std::filesystem::file_size(path, error);
+            return error ? 0 : bytes;
+        };
+        const std::uintmax_t before = size();
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (size() <= before && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        std::this_thread::sleep_for(
+            std::chrono::milliseconds(std::uniform_int_distribution<int>(0, 20)(random)));
+        writer.Kill();
+
+        // Whatever reached the file is the writer's lines in order, each whole but maybe the
+        // last.
+        std::string tail;
+        const std::vector<std::string> lines = ReadLines(path, &tail);
+        ASSERT_FALSE(lines.empty());
+        unsigned int expected = 0;
+        for (const std::string& line : lines)
+        {
+            if (line == "resumed")
+            {
+                expected = 0;
+                continue;
+            }
+            ASSERT_EQ(WriterLine(expected), line);
+            ++expected;
+        }
+        EXPECT_EQ(0u, WriterLine(expected).compare(0, tail.size(), tail));
+
+        CBufferedOutFile next(m_oOut, path.string().c_str());
+        next.Start();
+        next.AddLine("resumed");
+        next.Stop();
+        const std::vector<std::string> repaired = ReadLines(path, &tail);
+        EXPECT_EQ("", tail);
+        ASSERT_EQ(lines.size() + 1, repaired.size());
+        EXPECT_EQ("resumed", repaired.back());
+    }
+}
+
+} // namespace
