@@ -11,6 +11,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <unordered_map>
 
 namespace CppUtil
 {
@@ -252,15 +253,19 @@ std::vector<SRegValue> CFileRegistry::ReadValues(const std::string& folder)
         sections.empty())
         return {};
     std::vector<SRegValue> values;
+    std::unordered_map<std::string, std::size_t> index;
     for (SRegValue& value : sections.front().m_oValues)
     {
         if (value.m_bDelete)
             continue;
+        std::string folded = value.m_sName;
+        std::transform(folded.begin(), folded.end(), folded.begin(), Fold);
         // A later line for the same name wins, as on import.
-        if (SRegValue* existing = FindValue(values, value.m_sName))
-            *existing = value;
+        const auto found = index.emplace(folded, values.size());
+        if (found.second)
+            values.push_back(std::move(value));
         else
-            values.push_back(value);
+            values[found.first->second] = std::move(value);
     }
     return values;
 }
