@@ -24,6 +24,23 @@ namespace RegistryOps
 const char k_szSection[] = "CppUtilBench";
 const char k_szValue[] = "Counter";
 
+// A new setting object's first read: opening the section key and reading one DWORD.
+inline unsigned long FirstLoad()
+{
+    CppUtil::Settings::CRegistryValue<unsigned long> value(CppUtil::Text::DefaultOutput(),
+                                                           HKEY_CURRENT_USER, k_szSection,
+                                                           k_szValue, 0, true, false, false);
+    return value.GetValue();
+}
+
+inline void SetValue(unsigned long number)
+{
+    CppUtil::Settings::CRegistryValue<unsigned long>(CppUtil::Text::DefaultOutput(),
+                                                     HKEY_CURRENT_USER, k_szSection, k_szValue, 0,
+                                                     true, false, false)
+        .SetValue(number);
+}
+
 // A registry of its own: a temporary file registry on POSIX, a section of HKCU on Windows.
 class CSetup
 {
@@ -70,23 +87,6 @@ private:
     std::string m_sRoot;
     std::string m_sFile;
 };
-
-// A new setting object's first read: opening the section key and reading one DWORD.
-inline unsigned long FirstLoad()
-{
-    CppUtil::Settings::CRegistryValue<unsigned long> value(CppUtil::Text::DefaultOutput(),
-                                                           HKEY_CURRENT_USER, k_szSection,
-                                                           k_szValue, 0, true, false, false);
-    return value.GetValue();
-}
-
-inline void SetValue(unsigned long number)
-{
-    CppUtil::Settings::CRegistryValue<unsigned long>(CppUtil::Text::DefaultOutput(),
-                                                     HKEY_CURRENT_USER, k_szSection, k_szValue, 0,
-                                                     true, false, false)
-        .SetValue(number);
-}
 
 inline int PlainRead(const std::string& path)
 {
