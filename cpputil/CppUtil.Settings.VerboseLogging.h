@@ -3,6 +3,7 @@
 
 #include "CppUtil.Api.h"
 #include "Platform/CString.h"
+#include "RegistryValue.h"
 
 #include <map>
 
@@ -42,18 +43,19 @@ public:
     static bool IsMessageEnabled(unsigned int mask, CString& prefix);
     static bool IsApsLoggingEnabled();
 
+    // Reads every switch again from HKLM\...\VerboseLogging; a missing one is off.
+    static void LoadFromRegistry();
+    // At start-up: loads the switches and, when any is on, warns the operator with a box.
+    static void NotifyIfEnabled();
+
 private:
     CVerboseLogging() = delete;
 
-    // One switch as read from the machine's settings.
-    struct SSwitch
-    {
-        CString m_sName;
-        unsigned long m_ulValue;
-    };
+    static CRegistryValue<unsigned long> CreateRegValue(const CString& name);
 
-    // Empty until the switches are loaded from the machine's settings: every area is off.
-    static std::map<EType, SSwitch> k_oLogTypeMap;
+    static const CString k_sRegPath;
+    // Empty until the switches are loaded: every area is off.
+    static std::map<EType, CRegistryValue<unsigned long>> k_oLogTypeMap;
 };
 
 } // namespace Settings

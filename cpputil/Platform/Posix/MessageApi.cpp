@@ -22,13 +22,17 @@ struct SSystemMessage
 // to share a number, since the layer's callers expect Windows' meaning for them.
 const SSystemMessage k_aoSystemMessages[] = {
     {ERROR_SUCCESS, "The operation completed successfully."},
+    {ERROR_FILE_NOT_FOUND, "The system cannot find the file specified."},
     {ERROR_ACCESS_DENIED, "Access is denied."},
     {ERROR_INVALID_HANDLE, "The handle is invalid."},
+    {ERROR_INVALID_DATA, "The data is invalid."},
     {ERROR_NOT_ENOUGH_MEMORY, "Not enough memory resources are available to process this command."},
     {ERROR_NOT_SUPPORTED, "The request is not supported."},
     {ERROR_INVALID_PARAMETER, "The parameter is incorrect."},
     {ERROR_INSUFFICIENT_BUFFER, "The data area passed to a system call is too small."},
     {ERROR_MOD_NOT_FOUND, "The specified module could not be found."},
+    {ERROR_MORE_DATA, "More data is available."},
+    {ERROR_NO_MORE_ITEMS, "No more data is available."},
     {ERROR_NO_WORK_DONE, "The action requested resulted in no work being done. Error-specific "
                          "cleanup has been performed."},
     {ERROR_MR_MID_NOT_FOUND, "The system cannot find message text for message number 0x%1 in the "

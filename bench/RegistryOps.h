@@ -1,0 +1,108 @@
+// The registry operations the registry benchmarks time, and their baseline: a plain
+// open/read/close of a small file. Shared by the Google Benchmark program and by the plain timing
+// program that gives the same figures under Wine, where Google Benchmark is not built.
+#pragma once
+
+#include <cpputil/CppUtil.Text.Output.h>
+#include <cpputil/RegistryValue.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#else
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+namespace RegistryOps
+{
+
+const char k_szSection[] = "CppUtilBench";
+const char k_szValue[] = "Counter";
+
+// A new setting object's first read: opening the section key and reading one DWORD.
+inline unsigned long FirstLoad()
+{
+    CppUtil::Settings::CRegistryValue<unsigned long> value(CppUtil::Text::DefaultOutput(),
+                                                           HKEY_CURRENT_USER, k_szSection,
+                                                           k_szValue, 0, true, false, false);
+    return value.GetValue();
+}
+
+inline void SetValue(unsigned long number)
+{
+    CppUtil::Settings::CRegistryValue<unsigned long>(CppUtil::Text::DefaultOutput(),
+                                                     HKEY_CURRENT_USER, k_szSection, k_szValue, 0,
+                                                     true, false, false)
+        .SetValue(number);
+}
+
+// A registry of its own: a temporary file registry on POSIX, a section of HKCU on Windows.
+class CSetup
+{
+public:
+    CSetup()
+    {
+#if !defined(_WIN32)
+        char folder[] = "/tmp/cpputil-bench-XXXXXX";
+        m_sRoot = ::mkdtemp(folder);
+        ::setenv("CPPUTIL_REGISTRY_ROOT", m_sRoot.c_str(), 1);
+        m_sFile = m_sRoot + "/small.txt";
+#else
+        const char* temp = std::getenv("TEMP");
+        m_sFile = std::string(temp ? temp : ".") + "\\cpputil-bench-small.txt";
+#endif
+        // The baseline file has the size of a key's value file holding one number.
+        if (std::FILE* file = std::fopen(m_sFile.c_str(), "wb"))
+        {
+            std::fputs("Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\Software\\Velmo"
+                       "ra\\Quillon\\CppUtilBench]\n\"Counter\"=dword:0000002a\n",
+                       file);
+            std::fclose(file);
+        }
+        SetValue(42);
+    }
+    ~CSetup()
+    {
+        std::remove(m_sFile.c_str());
+#if defined(_WIN32)
+        ::RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Velmora\\Quillon\\CppUtilBench");
+#else
+        std::string command = "rm -rf '" + m_sRoot + "'";
+        if (std::system(command.c_str()) != 0)
+            std::fprintf(stderr, "could not remove %s\n", m_sRoot.c_str());
+#endif
+    }
+
+    const std::string& File() const
+    {
+        return m_sFile;
+    }
+
+private:
+    std::string m_sRoot;
+    std::string m_sFile;
+};
+
+inline int PlainRead(const std::string& path)
+{
+    char buffer[512];
+#if defined(_WIN32)
+    const int fd = ::_open(path.c_str(), _O_RDONLY | _O_BINARY);
+    const int count = fd < 0 ? -1 : ::_read(fd, buffer, sizeof buffer);
+    if (fd >= 0)
+        ::_close(fd);
+#else
+    const int fd = ::open(path.c_str(), O_RDONLY);
+    const int count = fd < 0 ? -1 : static_cast<int>(::read(fd, buffer, sizeof buffer));
+    if (fd >= 0)
+        ::close(fd);
+#endif
+    return count;
+}
+
+} // namespace RegistryOps

@@ -1,0 +1,11 @@
+// The registry and security calls the settings store is written against: advapi32 on Windows,
+// the file registry elsewhere.
+#pragma once
+
+#include "WinTypes.h"
+
+#if defined(_WIN32)
+#include <aclapi.h>
+#else
+#include "Posix/Registry.h"
+#endif

@@ -1,0 +1,299 @@
+// The POSIX file registry: names that try to leave the hive, damaged files, killed and
+// concurrent writers, and the registry editor's file format.
+#include "RegistrySandbox.h"
+
+#include <cpputil/CppUtil.Text.Output.h>
+#include <cpputil/Platform/CRegKey.h>
+#include <cpputil/Platform/Posix/FileRegistry.h>
+#include <cpputil/RegistryValue.h>
+
+#include <csignal>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+using CppUtil::Platform::CFileRegistry;
+using CppUtil::Platform::CRegFile;
+using CppUtil::Platform::CRegKey;
+using CppUtil::Platform::SRegSection;
+using CppUtil::Platform::SRegValue;
+using CppUtil::Settings::CRegistryValue;
+
+namespace
+{
+
+CString Load(const CString& section, const char* name, const CString& defaultValue)
+{
+    return CRegistryValue<CString>(CppUtil::Text::DefaultOutput(), HKEY_CURRENT_USER, section, name,
+                                   defaultValue, true, false, true)
+        .GetValue();
+}
+
+void Store(const CString& section, const char* name, const CString& value)
+{
+    CRegistryValue<CString>(CppUtil::Text::DefaultOutput(), HKEY_CURRENT_USER, section, name, "",
+                            true, false, false)
+        .SetValue(value);
+}
+
+std::string ValueFile(const CString& section)
+{
+    std::string folder;
+    EXPECT_EQ(ERROR_SUCCESS,
+              CFileRegistry::FindKey(
+                  CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
+                  CppUtil::Settings::CQLRegistry::GetSectionKeyName(section).GetString(), false,
+                  folder));
+    return folder + "/.values.reg";
+}
+
+std::string Text(const std::vector<unsigned char>& data)
+{
+    return std::string(data.begin(), data.end());
+}
+
+// Writes count values name0... of one key, each with the text prefix + index.
+void WriteValues(const std::string& key, const std::string& prefix, int first, int count)
+{
+    CRegKey registry;
+    if (registry.Create(HKEY_CURRENT_USER, key.c_str(), nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                        nullptr) != ERROR_SUCCESS)
+        ::_exit(3);
+    for (int i = first; i < first + count; ++i)
+        if (registry.SetStringValue(("name" + std::to_string(i)).c_str(),
+                                    (prefix + std::to_string(i)).c_str()) != ERROR_SUCCESS)
+            ::_exit(4);
+}
+
+} // namespace
+
+TEST(FileRegistryTest, HostileNamesStayInsideTheirHive)
+{
+    CRegistrySandbox sandbox;
+    const std::vector<std::string> names = {"..",          "..\\..\\..\\..\\escape",
+                                            "a/../../b",   "/etc",
+                                            ".",           "%2E%2E",
+                                            "x\x01y\x7f",  ".lock",
+                                            ".values.reg", "MiXed%2F"};
+    for (std::size_t i = 0; i < names.size(); ++i)
+    {
+        Store(names[i].c_str(), "../../v", ("data" + std::to_string(i)).c_str());
+        Store(names[i].c_str(), "/etc/passwd", names[i].c_str());
+    }
+    for (std::size_t i = 0; i < names.size(); ++i)
+    {
+        EXPECT_EQ(CString(("data" + std::to_string(i)).c_str()),
+                  Load(names[i].c_str(), "../../V", ""))
+            << names[i];
+        EXPECT_EQ(CString(names[i].c_str()), Load(names[i].c_str(), "/ETC/passwd", ""));
+    }
+    // Everything is below the hive, and the hive's own key files were not taken over.
+    std::size_t entries = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(sandbox.Root()))
+    {
+        const std::string path = entry.path().string();
+        EXPECT_EQ(0u, path.find(sandbox.Root() + "/HKEY_CURRENT_USER")) << path;
+        ++entries;
+    }
+    EXPECT_GT(entries, names.size());
+    EXPECT_EQ(CString(""), Load("..\\..", "../../v", ""));
+    EXPECT_EQ(CString("data9"), Load("mixed%2f", "../../v", ""));
+}
+
+TEST(FileRegistryTest, DamagedValueFilesReadAsDefaultsAndAreRepaired)
+{
+    CRegistrySandbox sandbox;
+    const CString section = sandbox.Section("Damaged");
+    const std::vector<std::string> damages = {
+        "Windows Registry Editor Version "
+        "5.00\n\n[HKEY_CURRENT_USER\\x]\n\"Keep\"=\"kept\"\n\"Lost\"=\"trunc",
+        "Windows Registry Editor Version "
+        "5.00\n\n[k]\n\"Keep\"=\"kept\"\n\"Lost\"=dword:zz\n\"Lost\"=hex(7):6",
+        "Windows Registry Editor Version 5.00\n\"Keep\"=\"kept\"\n\"Lost\"=hex:1,2,\\",
+        "just some text\n\"Lost\"=\"x\"\n",
+        std::string("\0\xff\xfe\x01garbage", 11),
+        "",
+        "\xFF\xFE"
+        "W\0i\0",
+    };
+    for (std::size_t i = 0; i < damages.size(); ++i)
+    {
+        Store(section, "Keep", "kept");
+        {
+            std::ofstream file(ValueFile(section), std::ios::binary | std::ios::trunc);
+            file << damages[i];
+        }
+        const bool keeps = i < 3;
+        EXPECT_EQ(CString(keeps ? "kept" : "default"), Load(section, "Keep", "default")) << i;
+        EXPECT_EQ(CString("default"), Load(section, "Lost", "default")) << i;
+        Store(section, "Lost", "repaired");
+        EXPECT_EQ(CString("repaired"), Load(section, "Lost", "default")) << i;
+        EXPECT_EQ(CString(keeps ? "kept" : "default"), Load(section, "Keep", "default")) << i;
+    }
+}
+
+TEST(FileRegistryTest, KilledWriterLeavesEveryValueOldOrNew)
+{
+    CRegistrySandbox sandbox;
+    const std::string key = "Software\\Crash";
+    const int count = 2000;
+    std::string folder;
+    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
+                                                    key, true, folder));
+    ASSERT_EQ(
+        ERROR_SUCCESS,
+        CFileRegistry::UpdateValues(
+            folder, key,
+            [count](std::vector<SRegValue>& values)
+            {
+                for (int i = 0; i < count; ++i)
+                {
+                    const std::string text = "old" + std::to_string(i);
+                    std::vector<unsigned char> data(text.begin(), text.end());
+                    data.push_back(0);
+                    values.push_back(SRegValue{"name" + std::to_string(i), REG_SZ, data, false});
+                }
+                return true;
+            }));
+    const pid_t child = ::fork();
+    ASSERT_NE(-1, child);
+    if (child == 0)
+    {
+        WriteValues(key, "new", 0, count);
+        ::_exit(0);
+    }
+    ::usleep(300 * 1000);
+    ::kill(child, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(child, ::waitpid(child, &status, 0));
+
+    std::vector<SRegValue> values = CFileRegistry::ReadValues(folder);
+    ASSERT_EQ(static_cast<std::size_t>(count), values.size());
+    int renewed = 0;
+    bool old = false;
+    for (int i = 0; i < count; ++i)
+    {
+        const SRegValue* value = CFileRegistry::FindValue(values, "name" + std::to_string(i));
+        ASSERT_NE(nullptr, value) << i;
+        const std::string text = Text(value->m_oData);
+        // The writer went in order: new values up to the kill, old ones after it.
+        if (!old && text == "new" + std::to_string(i) + std::string(1, '\0'))
+            ++renewed;
+        else
+        {
+            old = true;
+            EXPECT_EQ("old" + std::to_string(i) + std::string(1, '\0'), text) << i;
+        }
+    }
+    std::cout << renewed << " of " << count << " values were rewritten before the kill\n";
+}
+
+TEST(FileRegistryTest, ConcurrentWritersLoseNoValue)
+{
+    CRegistrySandbox sandbox;
+    const std::string key = "Software\\Shared";
+    const int perThread = 60;
+    std::vector<pid_t> children;
+    for (int process = 0; process < 2; ++process)
+    {
+        const pid_t child = ::fork();
+        ASSERT_NE(-1, child);
+        if (child == 0)
+        {
+            std::thread other(WriteValues, key, "v", (process * 2 + 1) * perThread, perThread);
+            WriteValues(key, "v", process * 2 * perThread, perThread);
+            other.join();
+            ::_exit(0);
+        }
+        children.push_back(child);
+    }
+    for (pid_t child : children)
+    {
+        int status = 0;
+        ASSERT_EQ(child, ::waitpid(child, &status, 0));
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    std::string folder;
+    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
+                                                    key, false, folder));
+    std::vector<SRegValue> values = CFileRegistry::ReadValues(folder);
+    EXPECT_EQ(4u * perThread, values.size());
+    for (int i = 0; i < 4 * perThread; ++i)
+    {
+        const SRegValue* value = CFileRegistry::FindValue(values, "name" + std::to_string(i));
+        ASSERT_NE(nullptr, value) << i;
+        EXPECT_EQ("v" + std::to_string(i) + std::string(1, '\0'), Text(value->m_oData));
+    }
+}
+
+TEST(FileRegistryTest, EditorFilesParseInBothEncodingsAndWriteBack)
+{
+    const std::string exported =
+        "Windows Registry Editor Version 5.00\r\n"
+        "\r\n"
+        "; a comment\r\n"
+        "[HKEY_LOCAL_MACHINE\\Software\\Velmora\\Quillon\\VerboseLogging]\r\n"
+        "@=\"default\"\r\n"
+        "\"ApsLog\"=dword:00000001\r\n"
+        "\"Path\"=\"C:\\\\Program Files\\\\\\\"Q\\\"\"\r\n"
+        "\"Big\"=hex(b):10,32,54,76,98,ba,dc,fe\r\n"
+        "\"List\"=hex(7):61,00,62,00,00,00,63,00,\\\r\n"
+        "  00,00,00,00\r\n"
+        "\"Expand\"=hex(2):25,00,41,00,25,00,00,00\r\n"
+        "\"Bytes\"=hex:00,ff,\\\r\n"
+        "  10\r\n"
+        "\"Gone\"=-\r\n"
+        "\r\n"
+        "[-HKEY_LOCAL_MACHINE\\Software\\Velmora\\Quillon\\Old]\r\n";
+    std::string wide = "\xFF\xFE";
+    for (char ch : exported)
+    {
+        wide += ch;
+        wide += '\0';
+    }
+    for (const std::string& bytes : {exported, wide})
+    {
+        std::vector<SRegSection> sections;
+        ASSERT_TRUE(CRegFile::Parse(bytes, sections));
+        ASSERT_EQ(2u, sections.size());
+        EXPECT_FALSE(sections[0].m_bDelete);
+        EXPECT_TRUE(sections[1].m_bDelete);
+        EXPECT_EQ("HKEY_LOCAL_MACHINE\\Software\\Velmora\\Quillon\\Old", sections[1].m_sKey);
+        const std::vector<SRegValue>& values = sections[0].m_oValues;
+        ASSERT_EQ(8u, values.size());
+        EXPECT_EQ("", values[0].m_sName);
+        EXPECT_EQ(std::string("default\0", 8), Text(values[0].m_oData));
+        EXPECT_EQ(static_cast<DWORD>(REG_DWORD), values[1].m_dwType);
+        EXPECT_EQ(std::string("\x01\0\0\0", 4), Text(values[1].m_oData));
+        EXPECT_EQ(std::string("C:\\Program Files\\\"Q\"\0", 21), Text(values[2].m_oData));
+        EXPECT_EQ(static_cast<DWORD>(REG_QWORD), values[3].m_dwType);
+        EXPECT_EQ(std::string("\x10\x32\x54\x76\x98\xba\xdc\xfe"), Text(values[3].m_oData));
+        EXPECT_EQ(static_cast<DWORD>(REG_MULTI_SZ), values[4].m_dwType);
+        EXPECT_EQ(std::string("ab\0c\0\0", 6), Text(values[4].m_oData));
+        EXPECT_EQ(std::string("%A%\0", 4), Text(values[5].m_oData));
+        EXPECT_EQ(std::string("\0\xff\x10", 3), Text(values[6].m_oData));
+        EXPECT_TRUE(values[7].m_bDelete);
+
+        // What the store writes reads back the same, and in the editor's encoding too.
+        const std::string written = CRegFile::Write(sections);
+        for (const std::string& again : {written, CRegFile::ToUtf16(written)})
+        {
+            std::vector<SRegSection> reread;
+            ASSERT_TRUE(CRegFile::Parse(again, reread));
+            ASSERT_EQ(sections.size(), reread.size());
+            ASSERT_EQ(values.size(), reread[0].m_oValues.size());
+            for (std::size_t i = 0; i < values.size(); ++i)
+            {
+                EXPECT_EQ(values[i].m_sName, reread[0].m_oValues[i].m_sName);
+                EXPECT_EQ(values[i].m_dwType, reread[0].m_oValues[i].m_dwType);
+                EXPECT_EQ(values[i].m_oData, reread[0].m_oValues[i].m_oData) << i;
+            }
+        }
+    }
+    std::vector<SRegSection> none;
+    EXPECT_FALSE(CRegFile::Parse("REGEDIT5\n[x]\n", none));
+    EXPECT_FALSE(CRegFile::Parse("", none));
+}

@@ -1,0 +1,160 @@
+// cpputil-reg, run as an administrator would run it.
+#include "RegistrySandbox.h"
+
+#include <cpputil/CppUtil.Settings.VerboseLogging.h>
+#include <cpputil/CppUtil.Text.Output.h>
+#include <cpputil/RegistryValue.h>
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <sys/wait.h>
+
+using CppUtil::Settings::CRegistryValue;
+
+namespace
+{
+
+struct SRun
+{
+    int m_iStatus;
+    std::string m_sOut;
+    std::string m_sErr;
+};
+
+std::string Slurp(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+class RegToolTest : public ::testing::Test
+{
+protected:
+    SRun Run(const std::vector<std::string>& arguments, const std::string& answer = "")
+    {
+        std::string command = "printf '" + answer + "' | '" CPPUTIL_REG_TOOL "'";
+        for (const std::string& argument : arguments)
+            command += " '" + argument + "'";
+        const std::string out = m_oSandbox.Root() + "/out.txt";
+        const std::string err = m_oSandbox.Root() + "/err.txt";
+        const int status = std::system((command + " >" + out + " 2>" + err).c_str());
+        return SRun{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(out), Slurp(err)};
+    }
+
+    CRegistrySandbox m_oSandbox;
+};
+
+const char k_szKey[] = "HKLM\\Software\\Velmora\\Quillon\\VerboseLogging";
+
+} // namespace
+
+TEST_F(RegToolTest, AddQueryAndDeleteMeetTheLibrary)
+{
+    SRun run = Run({"add", k_szKey, "/v", "ApsLog", "/t", "REG_DWORD", "/d", "1", "/f"});
+    EXPECT_EQ(0, run.m_iStatus) << run.m_sErr;
+    CppUtil::Settings::CVerboseLogging::LoadFromRegistry();
+    EXPECT_TRUE(CppUtil::Settings::CVerboseLogging::IsApsLoggingEnabled());
+
+    CRegistryValue<CString>(CppUtil::Text::DefaultOutput(), HKEY_LOCAL_MACHINE, "VerboseLogging",
+                            "Note", "", true, false, false)
+        .SetValue("from the library");
+    run = Run({"query", "hklm\\software\\velmora\\quillon\\verboselogging"});
+    EXPECT_EQ(0, run.m_iStatus);
+    EXPECT_NE(std::string::npos, run.m_sOut.find("    ApsLog    REG_DWORD    0x1\n")) << run.m_sOut;
+    EXPECT_NE(std::string::npos, run.m_sOut.find("    Note    REG_SZ    from the library\n"));
+
+    // Without /f the administrator is asked; "n" leaves the value alone.
+    run = Run({"add", k_szKey, "/v", "apslog", "/t", "REG_DWORD", "/d", "0x10"}, "n\\n");
+    EXPECT_EQ(1, run.m_iStatus);
+    EXPECT_NE(std::string::npos, Run({"query", k_szKey, "/v", "ApsLog"}).m_sOut.find("0x1\n"));
+    run = Run({"add", k_szKey, "/v", "apslog", "/t", "REG_DWORD", "/d", "0x10"}, "y\\n");
+    EXPECT_EQ(0, run.m_iStatus);
+    EXPECT_NE(std::string::npos, Run({"query", k_szKey, "/v", "ApsLog"}).m_sOut.find("0x10\n"));
+
+    EXPECT_EQ(0, Run({"add", k_szKey, "/v", "List", "/t", "REG_MULTI_SZ", "/d", "a,b", "/s", ","})
+                     .m_iStatus);
+    EXPECT_EQ(
+        (std::vector<CString>{"a", "b"}),
+        (CRegistryValue<std::vector<CString>>(CppUtil::Text::DefaultOutput(), HKEY_LOCAL_MACHINE,
+                                              "VerboseLogging", "List", {}, true, false, true)
+             .GetValue()));
+
+    EXPECT_EQ(0, Run({"delete", k_szKey, "/v", "ApsLog", "/f"}).m_iStatus);
+    run = Run({"query", k_szKey, "/v", "ApsLog"});
+    EXPECT_EQ(1, run.m_iStatus);
+    EXPECT_EQ("ERROR: The system was unable to find the specified registry key or value.\n",
+              run.m_sErr);
+    EXPECT_EQ(0, Run({"delete", k_szKey, "/f"}).m_iStatus);
+    EXPECT_EQ(1, Run({"query", k_szKey}).m_iStatus);
+}
+
+TEST_F(RegToolTest, BadArgumentsFailWithAMessage)
+{
+    const std::vector<std::vector<std::string>> bad = {
+        {},
+        {"frobnicate", k_szKey},
+        {"add"},
+        {"add", "HKCR\\Software\\X", "/v", "A", "/f"},
+        {"add", k_szKey, "/v", "A", "/t", "REG_DWORD", "/d", "4294967296", "/f"},
+        {"add", k_szKey, "/v", "A", "/t", "REG_DWORD", "/d", "-1", "/f"},
+        {"add", k_szKey, "/v", "A", "/t", "REG_BINARY", "/d", "abc", "/f"},
+        {"add", k_szKey, "/v", "A", "/t", "REG_FANCY", "/f"},
+        {"add", k_szKey, "/v"},
+        {"query", k_szKey, "/x"},
+        {"delete", "HKLM", "/f"},
+        {"export", k_szKey},
+        {"import", "/nonexistent/file.reg"},
+    };
+    for (const std::vector<std::string>& arguments : bad)
+    {
+        const SRun run = Run(arguments);
+        EXPECT_EQ(1, run.m_iStatus) << (arguments.empty() ? "" : arguments[0]);
+        EXPECT_EQ(0u, run.m_sErr.find("ERROR: ")) << run.m_sErr;
+    }
+    EXPECT_EQ(1, Run({"query", "HKCU\\Software\\Missing"}).m_iStatus);
+    EXPECT_EQ(0, Run({"/?"}).m_iStatus);
+}
+
+TEST_F(RegToolTest, ExportedFilesImportAgain)
+{
+    const std::string file = m_oSandbox.Root() + "/export.reg";
+    ASSERT_EQ(0,
+              Run({"add", k_szKey, "/v", "ApsLog", "/t", "REG_DWORD", "/d", "1", "/f"}).m_iStatus);
+    ASSERT_EQ(0, Run({"add", std::string(k_szKey) + "\\Sub", "/v", "Bytes", "/t", "REG_BINARY",
+                      "/d", "00ff", "/f"})
+                     .m_iStatus);
+    ASSERT_EQ(0, Run({"add", k_szKey, "/ve", "/d", "top", "/f"}).m_iStatus);
+    const std::string before = Run({"query", k_szKey, "/s"}).m_sOut;
+    ASSERT_EQ(0, Run({"export", k_szKey, file}).m_iStatus);
+    const std::string exported = Slurp(file);
+    // The registry editor's own form: UTF-16 with its mark and CR LF line ends.
+    ASSERT_GT(exported.size(), 4u);
+    EXPECT_EQ("\xFF\xFE", exported.substr(0, 2));
+    EXPECT_NE(std::string::npos, exported.find(std::string("\r\0\n\0", 4)));
+    EXPECT_EQ(1, Run({"export", k_szKey, file}, "n\\n").m_iStatus);
+
+    ASSERT_EQ(0, Run({"delete", k_szKey, "/f"}).m_iStatus);
+    ASSERT_EQ(0, Run({"import", file}).m_iStatus);
+    EXPECT_EQ(before, Run({"query", k_szKey, "/s"}).m_sOut);
+
+    // A hand-written file in 8-bit text: a value removed, one added, a tree dropped.
+    std::ofstream(file, std::ios::trunc)
+        << "Windows Registry Editor Version 5.00\n\n"
+           "[HKEY_LOCAL_MACHINE\\Software\\Velmora\\Quillon\\VerboseLogging]\n"
+           "\"ApsLog\"=-\n\"VisionUpward\"=dword:00000002\n\n"
+           "[-HKEY_LOCAL_MACHINE\\Software\\Velmora\\Quillon\\VerboseLogging\\Sub]\n";
+    ASSERT_EQ(0, Run({"import", file}).m_iStatus);
+    const std::string after = Run({"query", k_szKey, "/s"}).m_sOut;
+    EXPECT_EQ(std::string::npos, after.find("ApsLog"));
+    EXPECT_NE(std::string::npos, after.find("VisionUpward    REG_DWORD    0x2"));
+    EXPECT_EQ(std::string::npos, after.find("Sub"));
+
+    std::ofstream(file, std::ios::trunc) << "[HKEY_LOCAL_MACHINE\\X]\n\"A\"=\"b\"\n";
+    EXPECT_EQ(1, Run({"import", file}).m_iStatus);
+    std::ofstream(file, std::ios::trunc)
+        << "Windows Registry Editor Version 5.00\n\n[HKEY_CLASSES_ROOT\\X]\n\"A\"=\"b\"\n";
+    EXPECT_EQ(1, Run({"import", file}).m_iStatus);
+}

@@ -1,0 +1,142 @@
+#include "LogRecorder.h"
+#include "RegistrySandbox.h"
+
+#include <cpputil/CppUtil.CompiledMsg.h>
+#include <cpputil/CppUtil.Gui.CheckableMessageBox.h>
+#include <cpputil/CppUtil.Settings.VerboseLogging.h>
+#include <cpputil/RegistryValue.h>
+
+#include <gtest/gtest.h>
+
+using CppUtil::Gui::CCheckableMessageBox;
+using CppUtil::Settings::CRegistryValue;
+using CppUtil::Settings::CVerboseLogging;
+using CppUtil::Text::CMessageManager;
+using CppUtil::Text::COutput;
+
+namespace
+{
+
+struct SBox
+{
+    std::string m_sText;
+    std::string m_sCaption;
+    unsigned int m_uType;
+};
+
+class VerboseLoggingTest : public ::testing::Test
+{
+protected:
+    VerboseLoggingTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
+    {
+        RemoveSwitches();
+        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
+        CCheckableMessageBox::SetPresenter(
+            [this](const CString& text, const CString& caption, unsigned int type, unsigned int,
+                   bool, bool&)
+            {
+                m_oBoxes.push_back({text.GetString(), caption.GetString(), type});
+                return 1;
+            });
+    }
+    ~VerboseLoggingTest() override
+    {
+        CCheckableMessageBox::SetPresenter(CCheckableMessageBox::TPresenter());
+        RemoveSwitches();
+        CVerboseLogging::LoadFromRegistry();
+    }
+
+    static void RemoveSwitches()
+    {
+#if defined(_WIN32)
+        ::RegDeleteTreeA(HKEY_LOCAL_MACHINE, "Software\\Velmora\\Quillon\\VerboseLogging");
+#endif
+    }
+
+    void Switch(const char* name, unsigned long value)
+    {
+        CRegistryValue<unsigned long>(m_oOut, HKEY_LOCAL_MACHINE, "VerboseLogging", name, 0, true,
+                                      true, false)
+            .SetValue(value);
+    }
+
+    std::string Message(unsigned long id)
+    {
+        CString text;
+        text.Format(CppUtil::CCompiledMsgBase(id, "cpputil", "").LoadCStrWithMsgId(),
+                    "VerboseLogging");
+        return text.GetString();
+    }
+
+    CRegistrySandbox m_oSandbox;
+    CLogRecorder m_oRecorder;
+    CMessageManager* m_poManager;
+    COutput m_oOut;
+    std::vector<SBox> m_oBoxes;
+};
+
+} // namespace
+
+TEST_F(VerboseLoggingTest, WithoutSwitchesEveryAreaIsOffAndNothingIsShown)
+{
+    Switch("Unrelated", 1);
+    CVerboseLogging::NotifyIfEnabled();
+    EXPECT_TRUE(m_oBoxes.empty());
+    CString prefix("unchanged");
+    EXPECT_FALSE(CVerboseLogging::IsMessageEnabled(0xFFFFFFFF, prefix));
+    EXPECT_TRUE(CVerboseLogging::IsMessageEnabled(0, prefix));
+    EXPECT_EQ(CString("unchanged"), prefix);
+    EXPECT_FALSE(CVerboseLogging::IsApsLoggingEnabled());
+    m_oOut.LogF("dropped", CVerboseLogging::ApsLog);
+    m_oOut.LogF("kept", 0u);
+    ASSERT_EQ(1u, m_oRecorder.Lines().size());
+    EXPECT_EQ("kept", m_oRecorder.Lines()[0].m_sText);
+}
+
+TEST_F(VerboseLoggingTest, LowestSwitchedOnAreaPrefixesTheLine)
+{
+    Switch("ApsLog", 1);
+    Switch("GalilCommunication", 0x100);
+    Switch("VisionUpward", 0);
+    CVerboseLogging::NotifyIfEnabled();
+    ASSERT_EQ(1u, m_oBoxes.size());
+    EXPECT_EQ(Message(2), m_oBoxes[0].m_sText);
+    EXPECT_EQ("Verbose Logging", m_oBoxes[0].m_sCaption);
+    EXPECT_EQ(0x30u, m_oBoxes[0].m_uType & 0xFFFFu);
+
+    CString prefix;
+    EXPECT_TRUE(CVerboseLogging::IsMessageEnabled(0xFFFFFFFF, prefix));
+    EXPECT_EQ(CString("GalilCommunication: "), prefix);
+    EXPECT_TRUE(CVerboseLogging::IsMessageEnabled(CVerboseLogging::ApsLog | 0x10, prefix));
+    EXPECT_EQ(CString("ApsLog: "), prefix);
+    EXPECT_TRUE(CVerboseLogging::IsApsLoggingEnabled());
+
+    const std::size_t before = m_oRecorder.Lines().size();
+    m_oOut.LogF("aps %d", CVerboseLogging::ApsLog) % 1;
+    m_oOut.HtmlLegacyLogF("<b>both</b>",
+                          CVerboseLogging::ApsLog | CVerboseLogging::GalilCommunication);
+    m_oOut.LogF("upward", CVerboseLogging::VisionUpward);
+    const std::vector<SLogLine> lines = m_oRecorder.Lines();
+    ASSERT_EQ(before + 2, lines.size());
+    EXPECT_EQ("ApsLog: aps 1", lines[before].m_sText);
+    EXPECT_EQ("GalilCommunication: <b>both</b>", lines[before + 1].m_sText);
+
+    // Switched off in the registry: the gate follows on the next load.
+    Switch("GalilCommunication", 0);
+    Switch("ApsLog", 0);
+    EXPECT_TRUE(CVerboseLogging::IsApsLoggingEnabled());
+    CVerboseLogging::LoadFromRegistry();
+    EXPECT_FALSE(CVerboseLogging::IsMessageEnabled(0xFFFFFFFF, prefix));
+}
+
+TEST_F(VerboseLoggingTest, ImageCaptureSwitchShowsTheStrongerNotice)
+{
+    Switch("DownwardVisionImageCapture", 1);
+    CVerboseLogging::NotifyIfEnabled();
+    ASSERT_EQ(1u, m_oBoxes.size());
+    EXPECT_EQ(Message(11), m_oBoxes[0].m_sText);
+    CString prefix;
+    EXPECT_TRUE(
+        CVerboseLogging::IsMessageEnabled(CVerboseLogging::DownwardVisionImageCapture, prefix));
+    EXPECT_EQ(CString("DownwardVisionImageCapture: "), prefix);
+}
