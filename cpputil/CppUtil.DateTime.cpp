@@ -2,10 +2,13 @@
 
 #include "Platform/COleDateTime.h"
 
+#include <atomic>
 #include <boost/spirit/include/classic_actor.hpp>
-#include <boost/spirit/include/classic_chset.hpp>
 #include <boost/spirit/include/classic_core.hpp>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <ctime>
 
 #define CPPUTIL_DATE_FORMAT "%Y-%m-%d"
 #define CPPUTIL_TIME_FORMAT "%H:%M:%S"
@@ -18,6 +21,19 @@ const char* const CDateTime::k_sDateFormat = CPPUTIL_DATE_FORMAT;
 const char* const CDateTime::k_sTimeFormat = CPPUTIL_TIME_FORMAT;
 const char* const CDateTime::k_sFormat = CPPUTIL_DATE_FORMAT " " CPPUTIL_TIME_FORMAT;
 const char* const CDateTime::k_sZuluSuffix = "Z";
+
+namespace
+{
+
+// The cached delta: the second it belongs to above the low bits, the delta plus a bias in them.
+const int k_iDeltaBits = 20;
+const std::int64_t k_iDeltaBias = 1 << (k_iDeltaBits - 1);
+std::atomic<std::int64_t> s_iGmtDeltaCache(-1);
+
+// Room for the longest date and time strftime makes of the format, and for either suffix.
+const int k_iTextSize = 96;
+
+} // namespace
 
 CDateTime::CDateTime() : m_usMilliseconds(0), m_bHasMilliseconds(false) {}
 
@@ -56,30 +72,78 @@ ATL::CTimeSpan CDateTime::GetGmtDelta()
     // One reading of the clock: the delta belongs to a single moment even when daylight saving
     // changes around the call.
     const ATL::CTime now = ATL::CTime::GetCurrentTime();
+    // Stamps come by the thousand: the delta is worked out once per second of the clock. A zone
+    // change of the process (tzset) shows at the next second.
+    const std::int64_t second = now.GetTime();
+    const std::int64_t cached = s_iGmtDeltaCache.load(std::memory_order_relaxed);
+    if (second >= 0 && cached >> k_iDeltaBits == second)
+        return ATL::CTimeSpan((cached & ((1 << k_iDeltaBits) - 1)) - k_iDeltaBias);
+
     std::tm gmt;
     now.GetGmtTm(&gmt);
     const ATL::CTime gmtAsLocal(gmt.tm_year + 1900, gmt.tm_mon + 1, gmt.tm_mday, gmt.tm_hour,
                                 gmt.tm_min, gmt.tm_sec);
-    return now - gmtAsLocal;
+    const ATL::CTimeSpan delta = now - gmtAsLocal;
+    if (second >= 0 && std::llabs(delta.GetTimeSpan()) < k_iDeltaBias)
+        s_iGmtDeltaCache.store(second << k_iDeltaBits | (delta.GetTimeSpan() + k_iDeltaBias),
+                               std::memory_order_relaxed);
+    return delta;
 }
 
 CString CDateTime::MillisecondsSuffix() const
 {
-    CString text;
-    if (m_bHasMilliseconds)
-        text.Format(".%03d", static_cast<int>(m_usMilliseconds));
-    return text;
+    char text[k_iSuffixSize];
+    return CString(text, AppendMilliseconds(text));
 }
 
 CString CDateTime::ZoneSuffix(bool utc) const
 {
+    char text[k_iSuffixSize];
+    return CString(text, AppendZone(text, utc));
+}
+
+int CDateTime::AppendZone(char* text, bool utc)
+{
     if (utc)
-        return k_sZuluSuffix;
+    {
+        std::strcpy(text, k_sZuluSuffix);
+        return static_cast<int>(std::strlen(k_sZuluSuffix));
+    }
+    // " " sign hours, then the span's "%M": hand-made, as this runs for every stamp.
     const ATL::CTimeSpan delta = GetGmtDelta();
-    CString text;
-    text.Format(" %s%02d", delta.GetHours() < 0 ? "-" : "+",
-                static_cast<int>(std::labs(delta.GetHours())));
-    return text + delta.Format("%M");
+    const long hours = std::labs(delta.GetHours());
+    const long minutes = delta.GetMinutes();
+    int length = 0;
+    text[length++] = ' ';
+    text[length++] = delta.GetHours() < 0 ? '-' : '+';
+    text[length++] = static_cast<char>('0' + hours / 10);
+    text[length++] = static_cast<char>('0' + hours % 10);
+    if (minutes >= 0)
+    {
+        text[length++] = static_cast<char>('0' + minutes / 10);
+        text[length++] = static_cast<char>('0' + minutes % 10);
+    }
+    else
+    {
+        // "%02ld" of a negative count: the sign and the digits, at least two characters.
+        text[length++] = '-';
+        if (-minutes >= 10)
+            text[length++] = static_cast<char>('0' + -minutes / 10);
+        text[length++] = static_cast<char>('0' + -minutes % 10);
+    }
+    return length;
+}
+
+int CDateTime::AppendMilliseconds(char* text) const
+{
+    if (!m_bHasMilliseconds)
+        return 0;
+    const unsigned int milliseconds = m_usMilliseconds;
+    text[0] = '.';
+    text[1] = static_cast<char>('0' + milliseconds / 100 % 10);
+    text[2] = static_cast<char>('0' + milliseconds / 10 % 10);
+    text[3] = static_cast<char>('0' + milliseconds % 10);
+    return 4;
 }
 
 CString CDateTime::ToDateString(bool utc) const
@@ -94,9 +158,16 @@ CString CDateTime::ToTimeString(bool utc) const
 
 CString CDateTime::ToString(bool utc) const
 {
-    // The date and the time in one conversion: the same text as ToDateString + " " +
-    // ToTimeString.
-    return (m_oTime.*GetFormatFunc(utc))(k_sFormat) + MillisecondsSuffix() + ZoneSuffix(utc);
+    // The same text as ToDateString + " " + ToTimeString, from one conversion into one buffer.
+    std::tm fields;
+    if (!(utc ? m_oTime.GetGmtTm(&fields) : m_oTime.GetLocalTm(&fields)))
+        return MillisecondsSuffix() + ZoneSuffix(utc);
+    char text[k_iTextSize];
+    int length =
+        static_cast<int>(std::strftime(text, k_iTextSize - 2 * k_iSuffixSize, k_sFormat, &fields));
+    length += AppendMilliseconds(text + length);
+    length += AppendZone(text + length, utc);
+    return CString(text, length);
 }
 
 CString CDateTime::ToDisplayString() const
@@ -145,7 +216,9 @@ bool CDateTime::Set(const CString& text, bool utc)
                                           spirit::uint_p[spirit::assign_a(hour)] >> ':' >>
                                           spirit::uint_p[spirit::assign_a(minute)] >> ':' >>
                                           spirit::uint_p[spirit::assign_a(second)] >> ' ' >>
-                                          spirit::chset_p("0+-")[spirit::assign_a(sign)] >>
+                                          (spirit::ch_p('0')[spirit::assign_a(sign)] |
+                                           spirit::ch_p('+')[spirit::assign_a(sign)] |
+                                           spirit::ch_p('-')[spirit::assign_a(sign)]) >>
                                           twoDigits[spirit::assign_a(zoneHours)] >>
                                           twoDigits[spirit::assign_a(zoneMinutes)])
                             .full;

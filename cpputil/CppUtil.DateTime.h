@@ -60,6 +60,11 @@ private:
     static ATL::CTimeSpan GetGmtDelta();
     CString ZoneSuffix(bool utc) const;
     CString MillisecondsSuffix() const;
+    // Write the suffix at text (k_iSuffixSize bytes) and return its length.
+    static int AppendZone(char* text, bool utc);
+    int AppendMilliseconds(char* text) const;
+
+    static const int k_iSuffixSize = 16;
 
     static const int k_iDateTimeLength;
     static const char* const k_sDateFormat;

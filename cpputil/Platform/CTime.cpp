@@ -25,10 +25,23 @@ CTime CTime::GetCurrentTime()
 
 CTime::CTime(int nYear, int nMonth, int nDay, int nHour, int nMin, int nSec, int nDST) : m_time(-1)
 {
-    // Normalised here, so both backends carry over out-of-range fields alike.
-    std::tm fields;
-    CppUtil::Platform::CivilFromSeconds(
-        CppUtil::Platform::SecondsFromCivil(nYear, nMonth, nDay, nHour, nMin, nSec), fields);
+    std::tm fields = std::tm();
+    if (nMonth >= 1 && nMonth <= 12 && nDay >= 1 && nDay <= 28 && nHour >= 0 && nHour <= 23 &&
+        nMin >= 0 && nMin <= 59 && nSec >= 0 && nSec <= 59)
+    {
+        fields.tm_year = nYear - 1900;
+        fields.tm_mon = nMonth - 1;
+        fields.tm_mday = nDay;
+        fields.tm_hour = nHour;
+        fields.tm_min = nMin;
+        fields.tm_sec = nSec;
+    }
+    else
+    {
+        // Normalised here, so both backends carry over out-of-range fields alike.
+        CppUtil::Platform::CivilFromSeconds(
+            CppUtil::Platform::SecondsFromCivil(nYear, nMonth, nDay, nHour, nMin, nSec), fields);
+    }
     __int64 time;
     if (CppUtil::Platform::LocalFieldsToTime(fields, nDST, time))
         m_time = time;
