@@ -24,6 +24,7 @@ bindaddress 127.0.0.1
 allow 127.0.0.1
 local stratum 8
 cmdport 0
+bindcmdaddress /
 pidfile $dir/chronyd.pid
 driftfile $dir/drift
 EOF
