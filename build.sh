@@ -10,6 +10,8 @@ cd "$(dirname "$0")"
 NATIVE_PACKAGES=(cmake ninja-build g++ pkg-config libboost-dev googletest libbenchmark-dev)
 CROSS_PACKAGES=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 mingw-w64-tools wine wine64)
 CHECK_PACKAGES=(clang-format)
+# The NTP client's tests query a chronyd of their own on loopback.
+TEST_PACKAGES=(chrony)
 # libFuzzer comes with clang's runtime libraries, which clang only recommends.
 FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 FUZZ_SECONDS=${FUZZ_SECONDS:-20}
@@ -80,7 +82,7 @@ run)
     ;;
 test)
     install_packages "${NATIVE_PACKAGES[@]}" "${CROSS_PACKAGES[@]}" "${CHECK_PACKAGES[@]}" \
-        "${FUZZ_PACKAGES[@]}"
+        "${TEST_PACKAGES[@]}" "${FUZZ_PACKAGES[@]}"
     check_format
     for preset in ${PRESETS:-debug mingw asan tsan release fuzz}; do
         if [ "$preset" = fuzz ]; then

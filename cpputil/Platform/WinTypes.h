@@ -6,6 +6,9 @@
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
+// Winsock 2 has to come before windows.h, which would otherwise bring in the old winsock.h.
+#include <winsock2.h>
+
 #include <windows.h>
 #else
 #include "Posix/WinTypes.h"

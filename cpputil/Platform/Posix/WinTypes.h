@@ -81,3 +81,4 @@ CPPUTIL_API void Sleep(DWORD milliseconds);
 // Built on the types above.
 #include "WinBase.h"
 #include "WinError.h"
+#include "WinTime.h"

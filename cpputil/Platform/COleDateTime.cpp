@@ -1,0 +1,51 @@
+#include "COleDateTime.h"
+
+#include "CivilTime.h"
+#include "OleDateParser.h"
+
+#include <cmath>
+
+namespace
+{
+
+// The range of an OLE date: 100-01-01 to 9999-12-31.
+const DATE k_dMinDate = -657434.0;
+const DATE k_dMaxDate = 2958466.0;
+
+} // namespace
+
+bool COleDateTime::ParseDateTime(LPCSTR lpszDate, DWORD dwFlags, LCID lcid)
+{
+    DATE date = 0;
+    if (lpszDate && CppUtil::Platform::ParseOleDate(lpszDate, dwFlags, lcid, date))
+    {
+        m_dt = date;
+        m_status = valid;
+        return true;
+    }
+    m_dt = 0;
+    m_status = invalid;
+    return false;
+}
+
+bool COleDateTime::GetAsSystemTime(SYSTEMTIME& sysTime) const
+{
+    if (m_status != valid || !(m_dt > k_dMinDate && m_dt < k_dMaxDate))
+        return false;
+    // Before 1899-12-30 the whole part counts days back but the fraction still counts forward.
+    const double day = std::trunc(m_dt);
+    const std::int64_t seconds =
+        static_cast<std::int64_t>(day) * 86400 + std::llround(std::fabs(m_dt - day) * 86400.0);
+    std::tm fields;
+    CppUtil::Platform::CivilFromSeconds(
+        CppUtil::Platform::SecondsFromCivil(1899, 12, 30, 0, 0, 0) + seconds, fields);
+    sysTime.wYear = static_cast<WORD>(fields.tm_year + 1900);
+    sysTime.wMonth = static_cast<WORD>(fields.tm_mon + 1);
+    sysTime.wDayOfWeek = static_cast<WORD>(fields.tm_wday);
+    sysTime.wDay = static_cast<WORD>(fields.tm_mday);
+    sysTime.wHour = static_cast<WORD>(fields.tm_hour);
+    sysTime.wMinute = static_cast<WORD>(fields.tm_min);
+    sysTime.wSecond = static_cast<WORD>(fields.tm_sec);
+    sysTime.wMilliseconds = 0;
+    return true;
+}

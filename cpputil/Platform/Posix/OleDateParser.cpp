@@ -1,0 +1,306 @@
+// The free-form forms of the OLE parser in US English: numeric dates month first ("4/8/2019") or
+// year first ("2019-04-08"), dates with month names ("April 8, 2019", "8 Apr 2019"), an optional
+// week day name, and times "12:34", "12:34:56" with an optional AM or PM, before or after the
+// date. A date alone is midnight; a time alone is on 1899-12-30, day 0 of OLE dates.
+#include "../OleDateParser.h"
+
+#include "../CivilTime.h"
+
+#include <cctype>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace CppUtil
+{
+namespace Platform
+{
+
+namespace
+{
+
+struct SToken
+{
+    enum EKind
+    {
+        Number,
+        Word,
+        Colon
+    } m_eKind;
+    long m_lValue;
+    int m_iDigits;
+    std::string m_sWord;
+};
+
+const char* const k_aszMonths[] = {"january",   "february", "march",    "april",
+                                   "may",       "june",     "july",     "august",
+                                   "september", "october",  "november", "december"};
+const char* const k_aszDays[] = {"sunday",   "monday", "tuesday", "wednesday",
+                                 "thursday", "friday", "saturday"};
+
+// Names may be shortened to three letters or more.
+bool IsAbbreviation(const std::string& word, const char* name)
+{
+    return word.size() >= 3 && word.size() <= std::strlen(name) &&
+           word.compare(0, word.size(), name, word.size()) == 0;
+}
+
+int MonthOf(const std::string& word)
+{
+    for (int i = 0; i < 12; ++i)
+    {
+        if (IsAbbreviation(word, k_aszMonths[i]))
+            return i + 1;
+    }
+    return 0;
+}
+
+bool IsDayName(const std::string& word)
+{
+    for (const char* day : k_aszDays)
+    {
+        if (IsAbbreviation(word, day))
+            return true;
+    }
+    return false;
+}
+
+// 0 for a word that is neither AM nor PM, 1 for AM, 2 for PM.
+int MeridiemOf(const std::string& word)
+{
+    if (word == "am" || word == "a")
+        return 1;
+    if (word == "pm" || word == "p")
+        return 2;
+    return 0;
+}
+
+bool Tokenize(const char* text, std::vector<SToken>& tokens)
+{
+    for (const char* p = text; *p;)
+    {
+        const unsigned char c = static_cast<unsigned char>(*p);
+        if (std::isdigit(c))
+        {
+            SToken token = {SToken::Number, 0, 0, std::string()};
+            for (; std::isdigit(static_cast<unsigned char>(*p)); ++p)
+            {
+                // Nine digits already overflow every field.
+                if (++token.m_iDigits > 9)
+                    return false;
+                token.m_lValue = token.m_lValue * 10 + (*p - '0');
+            }
+            tokens.push_back(token);
+        }
+        else if (std::isalpha(c))
+        {
+            SToken token = {SToken::Word, 0, 0, std::string()};
+            for (; std::isalpha(static_cast<unsigned char>(*p)); ++p)
+                token.m_sWord += static_cast<char>(std::tolower(static_cast<unsigned char>(*p)));
+            tokens.push_back(token);
+        }
+        else if (c == ':')
+        {
+            tokens.push_back({SToken::Colon, 0, 0, std::string()});
+            ++p;
+        }
+        else if (std::isspace(c) || c == ',' || c == '/' || c == '-' || c == '.')
+        {
+            ++p;
+        }
+        else
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool IsLeapYear(long year)
+{
+    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+}
+
+bool IsValidDate(long year, long month, long day)
+{
+    static const int k_aiDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1)
+        return false;
+    return day <= k_aiDays[month - 1] + (month == 2 && IsLeapYear(year) ? 1 : 0);
+}
+
+// Two-digit years fall in 1930..2029.
+long FullYear(const SToken& token)
+{
+    if (token.m_iDigits > 2)
+        return token.m_lValue;
+    return token.m_lValue < 30 ? 2000 + token.m_lValue : 1900 + token.m_lValue;
+}
+
+long CurrentYear()
+{
+    SYSTEMTIME now;
+    ::GetLocalTime(&now);
+    return now.wYear;
+}
+
+// A number that can only be a year.
+bool IsYear(const SToken& token)
+{
+    return token.m_iDigits > 2 || token.m_lValue > 31;
+}
+
+// Month first, and day first when that is the only reading that makes a date.
+bool MonthDay(long month, long day, long year, long date[3])
+{
+    if (IsValidDate(year, month, day))
+    {
+        date[0] = year;
+        date[1] = month;
+        date[2] = day;
+        return true;
+    }
+    if (IsValidDate(year, day, month))
+    {
+        date[0] = year;
+        date[1] = day;
+        date[2] = month;
+        return true;
+    }
+    return false;
+}
+
+bool ResolveDate(const std::vector<SToken>& numbers, int month, long date[3])
+{
+    if (month != 0)
+    {
+        if (numbers.size() == 2)
+        {
+            const bool yearFirst = IsYear(numbers[0]) && !IsYear(numbers[1]);
+            const SToken& day = yearFirst ? numbers[1] : numbers[0];
+            const SToken& year = yearFirst ? numbers[0] : numbers[1];
+            date[0] = FullYear(year);
+            date[1] = month;
+            date[2] = day.m_lValue;
+        }
+        else if (numbers.size() == 1)
+        {
+            const bool year = IsYear(numbers[0]);
+            date[0] = year ? FullYear(numbers[0]) : CurrentYear();
+            date[1] = month;
+            date[2] = year ? 1 : numbers[0].m_lValue;
+        }
+        else
+        {
+            return false;
+        }
+        return IsValidDate(date[0], date[1], date[2]);
+    }
+    if (numbers.size() == 3)
+    {
+        if (IsYear(numbers[0]))
+        {
+            date[0] = FullYear(numbers[0]);
+            date[1] = numbers[1].m_lValue;
+            date[2] = numbers[2].m_lValue;
+            return IsValidDate(date[0], date[1], date[2]);
+        }
+        return MonthDay(numbers[0].m_lValue, numbers[1].m_lValue, FullYear(numbers[2]), date);
+    }
+    if (numbers.size() == 2)
+    {
+        // Month and year ("4/2019" or "2019/4") name the month's first day.
+        if (IsYear(numbers[1]) || IsYear(numbers[0]))
+        {
+            const bool yearFirst = IsYear(numbers[0]);
+            date[0] = FullYear(numbers[yearFirst ? 0 : 1]);
+            date[1] = numbers[yearFirst ? 1 : 0].m_lValue;
+            date[2] = 1;
+            return IsValidDate(date[0], date[1], date[2]);
+        }
+        return MonthDay(numbers[0].m_lValue, numbers[1].m_lValue, CurrentYear(), date);
+    }
+    return false;
+}
+
+} // namespace
+
+bool ParseOleDate(const char* text, DWORD, LCID, DATE& result)
+{
+    std::vector<SToken> tokens;
+    if (!Tokenize(text, tokens))
+        return false;
+
+    bool hasTime = false;
+    long time[3] = {0, 0, 0};
+    int meridiem = 0;
+    int month = 0;
+    std::vector<SToken> numbers;
+    for (size_t i = 0; i < tokens.size(); ++i)
+    {
+        const SToken& token = tokens[i];
+        const bool timeFollows = i + 2 < tokens.size() && tokens[i + 1].m_eKind == SToken::Colon &&
+                                 tokens[i + 2].m_eKind == SToken::Number;
+        const bool meridiemFollows = i + 1 < tokens.size() &&
+                                     tokens[i + 1].m_eKind == SToken::Word &&
+                                     MeridiemOf(tokens[i + 1].m_sWord) != 0;
+        if (token.m_eKind == SToken::Number && (timeFollows || meridiemFollows))
+        {
+            if (hasTime)
+                return false;
+            hasTime = true;
+            time[0] = token.m_lValue;
+            size_t next = i + 1;
+            for (int field = 1;
+                 field < 3 && next + 1 < tokens.size() && tokens[next].m_eKind == SToken::Colon &&
+                 tokens[next + 1].m_eKind == SToken::Number;
+                 ++field, next += 2)
+                time[field] = tokens[next + 1].m_lValue;
+            if (next < tokens.size() && tokens[next].m_eKind == SToken::Word &&
+                MeridiemOf(tokens[next].m_sWord) != 0)
+                meridiem = MeridiemOf(tokens[next++].m_sWord);
+            i = next - 1;
+        }
+        else if (token.m_eKind == SToken::Number)
+        {
+            numbers.push_back(token);
+        }
+        else if (token.m_eKind == SToken::Word && MonthOf(token.m_sWord) != 0 && month == 0)
+        {
+            month = MonthOf(token.m_sWord);
+        }
+        else if (token.m_eKind != SToken::Word || !IsDayName(token.m_sWord))
+        {
+            return false;
+        }
+    }
+
+    // 12 AM is midnight, 12 PM noon; an hour past 12 stands as it is, whatever follows it.
+    if (meridiem == 1 && time[0] == 12)
+        time[0] = 0;
+    else if (meridiem == 2 && time[0] < 12)
+        time[0] += 12;
+    if (time[0] > 23 || time[1] > 59 || time[2] > 59)
+        return false;
+
+    long days = 0;
+    if (month != 0 || !numbers.empty())
+    {
+        long date[3];
+        if (!ResolveDate(numbers, month, date))
+            return false;
+        days = static_cast<long>(DaysFromCivil(date[0], date[1], date[2]) -
+                                 DaysFromCivil(1899, 12, 30));
+    }
+    else if (!hasTime)
+    {
+        return false;
+    }
+    const double fraction = (time[0] * 3600 + time[1] * 60 + time[2]) / 86400.0;
+    // Before day 0 the fraction still counts forward from midnight.
+    result = days < 0 ? days - fraction : days + fraction;
+    return true;
+}
+
+} // namespace Platform
+} // namespace CppUtil

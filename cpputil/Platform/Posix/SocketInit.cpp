@@ -1,0 +1,6 @@
+#include "../CAsyncSocket.h"
+
+BOOL AfxSocketInit()
+{
+    return TRUE;
+}

@@ -1,0 +1,7 @@
+#include "../CAsyncSocket.h"
+
+BOOL AfxSocketInit()
+{
+    WSADATA data;
+    return ::WSAStartup(MAKEWORD(2, 2), &data) == 0;
+}

@@ -1,0 +1,418 @@
+// CDateTime and the time values under it, in the zone named by TZ. CTest runs this program once
+// per zone (Europe/Berlin, America/New_York, Asia/Kolkata, UTC); the expectations come from the
+// zones' published rules, written out below, never from the library's own conversions.
+#include <cpputil/CppUtil.DateTime.h>
+#include <cpputil/Platform/COleDateTime.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <gtest/gtest.h>
+#include <string>
+
+using CppUtil::CDateTime;
+
+namespace
+{
+
+std::int64_t DaysFromCivil(std::int64_t y, int m, int d)
+{
+    y -= m <= 2;
+    const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
+    const std::int64_t yoe = y - era * 400;
+    const std::int64_t doy = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5 + d - 1;
+    return era * 146097 + yoe * 365 + yoe / 4 - yoe / 100 + doy - 719468;
+}
+
+std::int64_t Utc(int y, int mo, int d, int h = 0, int mi = 0, int s = 0)
+{
+    return DaysFromCivil(y, mo, d) * 86400 + h * 3600 + mi * 60 + s;
+}
+
+// "YYYY-MM-DD hh:mm:ss" of a second count read as UTC.
+std::string Digits(std::int64_t t)
+{
+    std::int64_t days = (t >= 0 ? t : t - 86399) / 86400;
+    const std::int64_t rest = t - days * 86400;
+    int y = 1970, m = 1;
+    for (;;)
+    {
+        const int length = (y % 4 == 0 && (y % 100 != 0 || y % 400 == 0)) ? 366 : 365;
+        if (days < length)
+            break;
+        days -= length;
+        ++y;
+    }
+    const int monthDays[] = {31, (y % 4 == 0 && (y % 100 != 0 || y % 400 == 0)) ? 29 : 28,
+                             31, 30,
+                             31, 30,
+                             31, 31,
+                             30, 31,
+                             30, 31};
+    while (days >= monthDays[m - 1])
+        days -= monthDays[m++ - 1];
+    char text[64];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", y, m,
+                  static_cast<int>(days) + 1, static_cast<int>(rest / 3600),
+                  static_cast<int>(rest / 60 % 60), static_cast<int>(rest % 60));
+    return text;
+}
+
+// Day of month of the n-th (n > 0) or last (n = 0) Sunday of a month.
+int Sunday(int y, int m, int n)
+{
+    if (n > 0)
+    {
+        const int firstWeekday = static_cast<int>((DaysFromCivil(y, m, 1) % 7 + 11) % 7);
+        return 1 + (7 - firstWeekday) % 7 + 7 * (n - 1);
+    }
+    const int nextMonth = m == 12 ? 1 : m + 1;
+    const std::int64_t last = DaysFromCivil(m == 12 ? y + 1 : y, nextMonth, 1) - 1;
+    const int weekday = static_cast<int>((last % 7 + 11) % 7);
+    return static_cast<int>(last - DaysFromCivil(y, m, 1)) + 1 - weekday;
+}
+
+struct SZone
+{
+    const char* m_szTz;
+    int m_iStandardMinutes;
+    // 'E' European Union rules, 'U' United States rules since 2007, 0 none.
+    char m_cRules;
+};
+
+const SZone k_aoZones[] = {
+    {"Europe/Berlin", 60, 'E'},
+    {"America/New_York", -300, 'U'},
+    {"Asia/Kolkata", 330, 0},
+    {"UTC", 0, 0},
+};
+
+const SZone* CurrentZone()
+{
+    const char* tz = std::getenv("TZ");
+    for (const SZone& zone : k_aoZones)
+    {
+        if (tz && (std::strcmp(tz, zone.m_szTz) == 0 ||
+                   (tz[0] == ':' && std::strcmp(tz + 1, zone.m_szTz) == 0)))
+            return &zone;
+    }
+    return nullptr;
+}
+
+// Minutes east of UTC at a moment.
+int OffsetAt(const SZone& zone, std::int64_t t)
+{
+    int y = 1970;
+    while (Utc(y + 1, 1, 1) <= t)
+        ++y;
+    bool summer = false;
+    if (zone.m_cRules == 'E')
+        summer = t >= Utc(y, 3, Sunday(y, 3, 0), 1) && t < Utc(y, 10, Sunday(y, 10, 0), 1);
+    else if (zone.m_cRules == 'U')
+        summer = t >= Utc(y, 3, Sunday(y, 3, 2), 7) && t < Utc(y, 11, Sunday(y, 11, 1), 6);
+    return zone.m_iStandardMinutes + (summer ? 60 : 0);
+}
+
+// Whether local clock fields fall in the hour that repeats when daylight saving ends.
+bool IsRepeated(const SZone& zone, std::int64_t fields)
+{
+    const std::int64_t standard = fields - zone.m_iStandardMinutes * 60;
+    const std::int64_t summer = standard - 3600;
+    return OffsetAt(zone, standard) == zone.m_iStandardMinutes &&
+           OffsetAt(zone, summer) == zone.m_iStandardMinutes + 60;
+}
+
+// The moment of local clock fields outside the repeated hour.
+std::int64_t FromLocal(const SZone& zone, std::int64_t fields)
+{
+    std::int64_t t = fields - zone.m_iStandardMinutes * 60;
+    return fields - OffsetAt(zone, t) * 60 == t ? t : t - 3600;
+}
+
+std::string Suffix(int minutes)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, " %c%02d%02d", minutes < 0 ? '-' : '+', std::abs(minutes) / 60,
+                  std::abs(minutes) % 60);
+    return text;
+}
+
+std::string NowSuffix(const SZone& zone)
+{
+    return Suffix(OffsetAt(zone, static_cast<std::int64_t>(std::time(nullptr))));
+}
+
+SYSTEMTIME Fields(int y, int mo, int d, int h, int mi, int s, int ms)
+{
+    SYSTEMTIME st = SYSTEMTIME();
+    st.wYear = static_cast<WORD>(y);
+    st.wMonth = static_cast<WORD>(mo);
+    st.wDay = static_cast<WORD>(d);
+    st.wHour = static_cast<WORD>(h);
+    st.wMinute = static_cast<WORD>(mi);
+    st.wSecond = static_cast<WORD>(s);
+    st.wMilliseconds = static_cast<WORD>(ms);
+    return st;
+}
+
+class DateTimeTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_poZone = CurrentZone();
+        if (!m_poZone)
+            GTEST_SKIP() << "TZ must name Europe/Berlin, America/New_York, Asia/Kolkata or UTC; "
+                            "CTest runs this program once for each";
+    }
+
+    const SZone* m_poZone = nullptr;
+};
+
+// Moments around the daylight-saving changes of both rule sets, and ordinary ones.
+const std::int64_t k_aiMoments[] = {
+    Utc(2019, 3, 31, 0, 59, 59), Utc(2019, 3, 31, 1, 0, 0),   Utc(2019, 10, 27, 0, 59, 59),
+    Utc(2019, 10, 27, 1, 0, 0),  Utc(2019, 3, 10, 6, 59, 59), Utc(2019, 3, 10, 7, 0, 0),
+    Utc(2019, 11, 3, 5, 59, 59), Utc(2019, 11, 3, 6, 0, 0),   Utc(2019, 4, 8, 10, 34, 56),
+    Utc(2024, 2, 29, 23, 30, 0), Utc(1971, 1, 1, 12, 0, 0),   Utc(2040, 7, 1, 12, 0, 0),
+};
+
+} // namespace
+
+TEST_F(DateTimeTest, TextFormsFollowTheZone)
+{
+    const std::string nowSuffix = NowSuffix(*m_poZone);
+    for (std::int64_t t : k_aiMoments)
+    {
+        SCOPED_TRACE(Digits(t));
+        const CDateTime value{ATL::CTime(t)};
+        const std::string local = Digits(t + OffsetAt(*m_poZone, t) * 60);
+        EXPECT_EQ(local + nowSuffix, value.ToString(false).GetString());
+        EXPECT_EQ(Digits(t) + "Z", value.ToString(true).GetString());
+        EXPECT_EQ(local.substr(0, 10), value.ToDateString(false).GetString());
+        EXPECT_EQ(Digits(t).substr(11) + "Z", value.ToTimeString(true).GetString());
+        EXPECT_EQ(value.ToString(false),
+                  value.ToDateString(false) + " " + value.ToTimeString(false));
+        EXPECT_EQ(static_cast<ULONGLONG>(t), value.GetAsSeconds());
+        // The local fields, read back as local time.
+        const std::int64_t fields = t + OffsetAt(*m_poZone, t) * 60;
+        if (IsRepeated(*m_poZone, fields))
+            continue;
+        const SYSTEMTIME st = Fields(
+            std::atoi(local.substr(0, 4).c_str()), std::atoi(local.substr(5, 2).c_str()),
+            std::atoi(local.substr(8, 2).c_str()), std::atoi(local.substr(11, 2).c_str()),
+            std::atoi(local.substr(14, 2).c_str()), std::atoi(local.substr(17, 2).c_str()), 0);
+        EXPECT_EQ(FromLocal(*m_poZone, fields), CDateTime(st).GetTime().GetTime());
+    }
+}
+
+TEST_F(DateTimeTest, SetReadsTheFixedFormAndAppliesItsZone)
+{
+    const int now = OffsetAt(*m_poZone, static_cast<std::int64_t>(std::time(nullptr)));
+    // What is written now reads back unchanged, whatever the value's own daylight-saving state
+    // (the repeated hour aside, which the text cannot tell apart).
+    for (std::int64_t t : k_aiMoments)
+    {
+        if (IsRepeated(*m_poZone, t + OffsetAt(*m_poZone, t) * 60))
+            continue;
+        CDateTime value;
+        ASSERT_TRUE(value.Set(CDateTime(ATL::CTime(t)).ToString(false), false)) << Digits(t);
+        EXPECT_EQ(t, value.GetTime().GetTime()) << Digits(t);
+    }
+
+    struct SCase
+    {
+        const char* m_szText;
+        std::int64_t m_iFields;
+        int m_iZoneMinutes;
+    };
+    const SCase cases[] = {
+        {"2019-04-08 12:34:56 +0200", Utc(2019, 4, 8, 12, 34, 56), 120},
+        {"2019-01-15 08:00:00 -0500", Utc(2019, 1, 15, 8), -300},
+        {"2019-07-01 23:59:59 +0530", Utc(2019, 7, 1, 23, 59, 59), 330},
+        {"2019-10-27 04:00:00 00000", Utc(2019, 10, 27, 4), 0},
+        {"1971-01-01 00:00:00 +0000", Utc(1971, 1, 1), 0},
+        {"3000-12-31 12:00:00 -0130", Utc(3000, 12, 31, 12), -90},
+        // Hours, minutes and seconds are not checked: they carry over.
+        {"2019-04-08 24:00:60 +0100", Utc(2019, 4, 9, 0, 1, 0), 60},
+    };
+    for (const SCase& c : cases)
+    {
+        SCOPED_TRACE(c.m_szText);
+        const std::int64_t local = FromLocal(*m_poZone, c.m_iFields);
+        CDateTime value;
+        ASSERT_TRUE(value.Set(c.m_szText, false));
+        EXPECT_EQ(local - c.m_iZoneMinutes * 60 + now * 60, value.GetTime().GetTime());
+        ASSERT_TRUE(value.Set(c.m_szText, true));
+        EXPECT_EQ(local, value.GetTime().GetTime());
+        // The text constructor drops a fraction of a second before parsing.
+        std::string text = c.m_szText;
+        EXPECT_EQ(value, CDateTime(CString(text.insert(19, ".789").c_str()), true));
+    }
+}
+
+TEST_F(DateTimeTest, SetRefusesAnythingElseAndKeepsTheValue)
+{
+    const char* const refused[] = {
+        "2019-04-08 12:34:56Z",       "2019-04-08 12:34:56 +020",
+        "1970-12-31 23:59:59 +0000",  "3001-01-01 00:00:00 +0000",
+        "2019-00-08 12:34:56 +0200",  "2019-13-08 12:34:56 +0200",
+        "2019-04-00 12:34:56 +0200",  "2019-04-32 12:34:56 +0200",
+        "2019-04-08 12:34:56 *0200",  "2019-04-08T12:34:56 +0200",
+        "2019/04/08 12:34:56 +0200",  "2019-04-08 12:34:56 +0200 ",
+        "2019-04-08 12:34:56 +02:00", "-2019-04-08 12:34:56 +0200",
+        "2019-04-08 12:34: 6 +0200",  "99999999999-04-08 12:34:56 +0200",
+    };
+    CDateTime value{ATL::CTime(Utc(2020, 1, 1))};
+    for (const char* text : refused)
+    {
+        EXPECT_FALSE(value.Set(text, false)) << text;
+        EXPECT_FALSE(value.Set(text, true)) << text;
+        EXPECT_EQ(Utc(2020, 1, 1), value.GetTime().GetTime()) << text;
+        EXPECT_TRUE(CDateTime(text, false).IsEmpty()) << text;
+    }
+    EXPECT_TRUE(CDateTime("2019-04-08 12:34:56.5Z", true).IsEmpty());
+}
+
+TEST_F(DateTimeTest, MillisecondsAreShownButNotCompared)
+{
+    const CDateTime a(Fields(2019, 4, 8, 12, 34, 56, 7));
+    const CDateTime b(Fields(2019, 4, 8, 12, 34, 56, 8));
+    const CDateTime c(Fields(2019, 4, 8, 12, 34, 57, 7));
+    EXPECT_TRUE(a == b);
+    EXPECT_FALSE(a != b);
+    EXPECT_TRUE(a != c);
+    EXPECT_EQ("2019-04-08 12:34:56.007" + NowSuffix(*m_poZone), a.ToString(false).GetString());
+    const std::int64_t t = FromLocal(*m_poZone, Utc(2019, 4, 8, 12, 34, 56));
+    EXPECT_EQ(Digits(t) + ".007Z", a.ToString(true).GetString());
+    EXPECT_EQ(Digits(t).substr(11) + ".007Z", a.ToTimeString(true).GetString());
+
+    // Neither a CTime nor a text carries milliseconds.
+    EXPECT_EQ(Digits(t) + "Z", CDateTime(a.GetTime()).ToString(true).GetString());
+    const CDateTime parsed("2019-04-08 12:34:56.789 +0000", true);
+    EXPECT_EQ(Digits(t) + "Z", parsed.ToString(true).GetString());
+
+    // Set and SetLegacy leave them alone.
+    CDateTime d(a);
+    ASSERT_TRUE(d.Set("2019-04-08 12:00:00 +0000", true));
+    EXPECT_EQ(".007Z", d.ToString(true).Right(5));
+    ASSERT_TRUE(d.SetLegacy("4/8/2019 1:00 PM"));
+    EXPECT_EQ(".007Z", d.ToString(true).Right(5));
+}
+
+TEST_F(DateTimeTest, EmptyValuesAndDisplayText)
+{
+    const CDateTime empty;
+    EXPECT_TRUE(empty.IsEmpty());
+    EXPECT_EQ(0u, empty.GetAsSeconds());
+    EXPECT_EQ("", empty.ToDisplayString());
+    EXPECT_TRUE(CDateTime("not a date at all, but long", false).IsEmpty());
+
+    const CDateTime value(Fields(2019, 4, 8, 12, 34, 56, 0));
+    EXPECT_FALSE(value.IsEmpty());
+    // The locale's form differs between systems; the local clock digits are in every one.
+    EXPECT_NE(std::string::npos, std::string(value.ToDisplayString()).find("12:34:56"))
+        << value.ToDisplayString();
+}
+
+TEST_F(DateTimeTest, FactoriesStampTheCurrentMoment)
+{
+    const std::string suffix = NowSuffix(*m_poZone);
+    const std::int64_t before = static_cast<std::int64_t>(std::time(nullptr));
+    const CString stamp = CDateTime::GetNowDateTimeStamp();
+    const CDateTime now = CDateTime::Now();
+    SYSTEMTIME utc;
+    ::GetSystemTime(&utc);
+    const CString blackBox = CDateTime::GetNowDateBlackBoxTimeStamp();
+    const std::int64_t after = static_cast<std::int64_t>(std::time(nullptr));
+
+    CDateTime parsed;
+    ASSERT_TRUE(parsed.Set(stamp, false)) << stamp;
+    EXPECT_GE(parsed.GetTime().GetTime(), before);
+    EXPECT_LE(parsed.GetTime().GetTime(), after);
+    EXPECT_GE(now.GetTime().GetTime(), before);
+    EXPECT_LE(now.GetTime().GetTime(), after);
+    EXPECT_EQ(suffix, std::string(stamp.Right(6)));
+    EXPECT_EQ(CDateTime(ATL::CTime(Utc(2019, 4, 8))).ToString(false),
+              CDateTime::GetDateTimeStamp(ATL::CTime(Utc(2019, 4, 8))));
+
+    // UTC digits with milliseconds, then the local suffix.
+    ASSERT_EQ(29, blackBox.GetLength()) << blackBox;
+    EXPECT_EQ(suffix, std::string(blackBox.Right(6)));
+    EXPECT_EQ('.', blackBox[19]);
+    const std::int64_t stamped =
+        Utc(std::atoi(blackBox.Mid(0, 4)), std::atoi(blackBox.Mid(5, 2)),
+            std::atoi(blackBox.Mid(8, 2)), std::atoi(blackBox.Mid(11, 2)),
+            std::atoi(blackBox.Mid(14, 2)), std::atoi(blackBox.Mid(17, 2)));
+    const std::int64_t read =
+        Utc(utc.wYear, utc.wMonth, utc.wDay, utc.wHour, utc.wMinute, utc.wSecond);
+    EXPECT_GE(stamped, read);
+    EXPECT_LE(stamped, after);
+}
+
+TEST_F(DateTimeTest, SetLegacyReadsFreeFormUsEnglish)
+{
+    struct SCase
+    {
+        const char* m_szText;
+        std::int64_t m_iFields;
+    };
+    const SCase accepted[] = {
+        {"4/8/2019 12:34:56 PM", Utc(2019, 4, 8, 12, 34, 56)},
+        {"4/8/2019 12:34:56 AM", Utc(2019, 4, 8, 0, 34, 56)},
+        {"04/08/2019 1:05 pm", Utc(2019, 4, 8, 13, 5)},
+        {"April 8, 2019", Utc(2019, 4, 8)},
+        {"Apr 8 2019 23:59", Utc(2019, 4, 8, 23, 59)},
+        {"8 April 2019", Utc(2019, 4, 8)},
+        {"Monday, April 8, 2019 12:34:56", Utc(2019, 4, 8, 12, 34, 56)},
+        {"2019-04-08 12:34", Utc(2019, 4, 8, 12, 34)},
+        {"2019/4/8", Utc(2019, 4, 8)},
+        {"4-8-19", Utc(2019, 4, 8)},
+        {"2/29/2024", Utc(2024, 2, 29)},
+        {"12/31/1999 11:59:59 PM", Utc(1999, 12, 31, 23, 59, 59)},
+        // The days of daylight-saving changes.
+        {"3/31/2019 4:00", Utc(2019, 3, 31, 4)},
+        {"10/27/2019 1:00", Utc(2019, 10, 27, 1)},
+        {"3/10/2019 1:30", Utc(2019, 3, 10, 1, 30)},
+        {"11/3/2019 3:00", Utc(2019, 11, 3, 3)},
+    };
+    for (const SCase& c : accepted)
+    {
+        CDateTime value;
+        ASSERT_TRUE(value.SetLegacy(c.m_szText)) << c.m_szText;
+        EXPECT_EQ(FromLocal(*m_poZone, c.m_iFields), value.GetTime().GetTime()) << c.m_szText;
+    }
+
+    const char* const refused[] = {"",
+                                   "hello",
+                                   "2/30/2019",
+                                   "4/8/2019 25:00",
+                                   "4/8/2019 12:60",
+                                   "4/8/2019 12:34:56 XM",
+                                   "April 8, 2019 #"};
+    CDateTime value{ATL::CTime(Utc(2020, 1, 1))};
+    for (const char* text : refused)
+    {
+        EXPECT_FALSE(value.SetLegacy(text)) << text;
+        EXPECT_EQ(Utc(2020, 1, 1), value.GetTime().GetTime()) << text;
+    }
+}
+
+TEST(TimeSpanTest, ComponentsCarryTheSign)
+{
+    const CTimeSpan span(1, 2, 3, 4);
+    EXPECT_EQ(93784, span.GetTotalSeconds());
+    EXPECT_EQ(1, span.GetDays());
+    EXPECT_EQ(2, span.GetHours());
+    EXPECT_EQ(3, span.GetMinutes());
+    EXPECT_EQ(4, span.GetSeconds());
+    EXPECT_EQ("1 02:03:04 %", span.Format("%D %H:%M:%S %%"));
+    const CTimeSpan negative(0, -3, -30, 0);
+    EXPECT_EQ(-3, negative.GetHours());
+    EXPECT_EQ(-30, negative.GetMinutes());
+    EXPECT_EQ(-210, negative.GetTotalMinutes());
+    EXPECT_EQ(CTimeSpan(-12600), negative);
+    EXPECT_EQ(CTimeSpan(0, 0, 0, 1), ATL::CTime(61) - ATL::CTime(60));
+}

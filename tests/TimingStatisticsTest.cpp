@@ -1,0 +1,182 @@
+// Running deviation, duration metrics, the performance-counter stopwatch and the profile timer.
+#include "LogRecorder.h"
+
+#include <cpputil/CppUtil.PerformanceTimer.h>
+#include <cpputil/CppUtil.ProfileTimer.h>
+#include <cpputil/CppUtil.RunningStdDeviation.h>
+#include <cpputil/CppUtil.Text.Output.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+using namespace CppUtil;
+
+namespace
+{
+
+// Mean and population deviation the long way, in two passes.
+void TwoPass(const std::vector<double>& samples, double& mean, double& deviation)
+{
+    mean = 0;
+    for (double x : samples)
+        mean += x;
+    mean /= static_cast<double>(samples.size());
+    double squares = 0;
+    for (double x : samples)
+        squares += (x - mean) * (x - mean);
+    deviation = std::sqrt(squares / static_cast<double>(samples.size()));
+}
+
+// Spends at least the given processor time, which clock() counts on every system.
+void Spin(double seconds)
+{
+    const std::clock_t start = std::clock();
+    volatile unsigned int sink = 0;
+    while (static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC < seconds)
+        sink = sink + 1;
+}
+
+} // namespace
+
+TEST(RunningStdDeviationTest, MatchesTheTwoPassPopulationFigures)
+{
+    CRunningStdDeviation running;
+    running.Calculate(7.5);
+    EXPECT_EQ(7.5, running.GetMean());
+    EXPECT_EQ(0, running.GetStandardDeviation());
+    running.Reset();
+    running.Calculate(2);
+    running.Calculate(4);
+    EXPECT_DOUBLE_EQ(3, running.GetMean());
+    EXPECT_DOUBLE_EQ(1, running.GetStandardDeviation());
+
+    // Large values close together: a sum of squares would lose them.
+    std::vector<double> samples;
+    running.Reset();
+    for (int i = 0; i < 1000; ++i)
+    {
+        samples.push_back(1e9 + (i * 37 % 101) * 0.25);
+        running.Calculate(samples.back());
+    }
+    double mean = 0, deviation = 0;
+    TwoPass(samples, mean, deviation);
+    EXPECT_NEAR(mean, running.GetMean(), 1e-6);
+    EXPECT_NEAR(deviation, running.GetStandardDeviation(), 1e-6);
+    EXPECT_EQ(1000, running.GetCount());
+
+    // Copies go their own way.
+    CRunningStdDeviation copy(running);
+    copy.Calculate(0);
+    EXPECT_EQ(1000, running.GetCount());
+    EXPECT_EQ(1001, copy.GetCount());
+}
+
+TEST(MetricsTest, KeepsMinimumMaximumTotalMeanAndTheCountOffset)
+{
+    CMetrics<__int64> metrics;
+    EXPECT_EQ(1u, metrics.GetIterationCount());
+    EXPECT_EQ(9223372036854775807LL, metrics.GetMinDelta());
+    EXPECT_EQ(-9223372036854775807LL - 1, metrics.GetMaxDelta());
+    EXPECT_EQ(0, metrics.GetTotalDelta());
+    EXPECT_EQ(0, metrics.GetMeanDelta());
+
+    const std::vector<double> samples = {5, -3, 10, 4};
+    for (double x : samples)
+        metrics.UpdateDelta(static_cast<__int64>(x));
+    double mean = 0, deviation = 0;
+    TwoPass(samples, mean, deviation);
+    EXPECT_EQ(4, metrics.GetDelta());
+    EXPECT_EQ(-3, metrics.GetMinDelta());
+    EXPECT_EQ(10, metrics.GetMaxDelta());
+    EXPECT_EQ(16, metrics.GetTotalDelta());
+    EXPECT_DOUBLE_EQ(mean, metrics.GetMeanDelta());
+    EXPECT_DOUBLE_EQ(deviation, metrics.GetStandardDeviation());
+    EXPECT_EQ(5u, metrics.GetIterationCount());
+
+    metrics.ResetStats();
+    EXPECT_EQ(1u, metrics.GetIterationCount());
+    EXPECT_EQ(0, metrics.GetStandardDeviation());
+    metrics.UpdateDelta(8);
+    EXPECT_EQ(8, metrics.GetMinDelta());
+    EXPECT_EQ(8, metrics.GetMaxDelta());
+    EXPECT_EQ(8, metrics.GetMeanDelta());
+}
+
+TEST(PerformanceTimerTest, MeasuresMicroseconds)
+{
+    CPerformanceTimer timer;
+    EXPECT_FALSE(timer.IsCaptureInProgress());
+    timer.CaptureStart();
+    EXPECT_TRUE(timer.IsCaptureInProgress());
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    timer.CaptureEnd();
+    EXPECT_FALSE(timer.IsCaptureInProgress());
+    EXPECT_GE(timer.GetDelta(), 25000);
+    EXPECT_LT(timer.GetDelta(), 30000000);
+    EXPECT_EQ(2u, timer.GetIterationCount());
+    EXPECT_LE(timer.GetStartTime().QuadPart, timer.GetEndTime().QuadPart);
+    EXPECT_LE(timer.GetEndTime().QuadPart, CPerformanceTimer::GetSnapShot().QuadPart);
+
+    // Exact scaling from counts, also over a day without overflowing.
+    LARGE_INTEGER frequency;
+    ASSERT_TRUE(::QueryPerformanceFrequency(&frequency));
+    LARGE_INTEGER start, end;
+    start.QuadPart = 1000;
+    end.QuadPart = 1000 + frequency.QuadPart * 3 / 2;
+    timer.SetStartTime(start);
+    timer.SetEndTime(end);
+    EXPECT_EQ(1500000, timer.CalculateElapsedTime());
+    end.QuadPart = 1000 + frequency.QuadPart * 86400;
+    timer.SetEndTime(end);
+    EXPECT_EQ(86400000000LL, timer.CalculateElapsedTime());
+    timer.CalculateDelta();
+    EXPECT_EQ(86400000000LL, timer.GetMaxDelta());
+    EXPECT_EQ(3u, timer.GetIterationCount());
+}
+
+TEST(ProfileTimerTest, AddsUpScopesByNameAndPrintsThemInOrder)
+{
+    Text::CMessageManager* manager = new Text::CMessageManager;
+    Text::COutput out(manager);
+    CLogRecorder recorder;
+    manager->SetLoggingEventHandler(recorder.Handler());
+
+    CProfileTimer::ClearMap();
+    CProfileTimer::DisplayResults(out);
+    EXPECT_TRUE(recorder.Lines().empty());
+
+    for (int i = 0; i < 2; ++i)
+    {
+        CProfileTimer timer("write");
+        Spin(0.03);
+    }
+    {
+        CProfileTimer timer("erase");
+    }
+    CProfileTimer::DisplayResults(out);
+    const std::vector<SLogLine> lines = recorder.Lines();
+    ASSERT_EQ(2u, lines.size());
+    char name[16] = {};
+    double seconds = -1;
+    int calls = -1;
+    ASSERT_EQ(3, std::sscanf(lines[0].m_sText.c_str(), "%15s - (%lf, %d)", name, &seconds, &calls))
+        << lines[0].m_sText;
+    EXPECT_STREQ("erase", name);
+    EXPECT_EQ(1, calls);
+    EXPECT_LT(seconds, 0.02);
+    ASSERT_EQ(3, std::sscanf(lines[1].m_sText.c_str(), "%15s - (%lf, %d)", name, &seconds, &calls))
+        << lines[1].m_sText;
+    EXPECT_STREQ("write", name);
+    EXPECT_EQ(2, calls);
+    EXPECT_GE(seconds, 0.059);
+    EXPECT_LT(seconds, 30);
+
+    CProfileTimer::ClearMap();
+    CProfileTimer::DisplayResults(out);
+    EXPECT_EQ(2u, recorder.Lines().size());
+}
