@@ -3,6 +3,7 @@
 
 #include "CppUtil.Api.h"
 #include "CppUtil.CompiledMsg.h"
+#include "CppUtil.Crypto.Sanitizer.h"
 #include "CppUtil.Exception.Globals.h"
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Gui.CheckableMessageBox.h"
@@ -14,6 +15,8 @@
 #include "CppUtil.Text.MsgBoxF.h"
 #include "CppUtil.Text.Output.h"
 #include "CppUtil.Text.OutputWndThrottler.h"
+#include "CppUtil.Text.RadixFormatter.h"
+#include "CppUtil.Text.SystemOfUnits.h"
 #include "CppUtil.Text.TextOutputBase.h"
 #include "CppUtil.Thread.MessageLoop.h"
 #include "CppUtil.Thread.OneShotTimer.h"
@@ -36,3 +39,5 @@
 #include "ProxyWindow.h"
 #include "SeTranslate.h"
 #include "TimerWindow.h"
+#include "aes.h"
+#include "sha2.h"
