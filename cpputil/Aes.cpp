@@ -141,8 +141,10 @@ bool CountsLikeCipher(const unsigned char* counter, std::size_t blocks, cbuf_inc
         std::memcpy(theirs, probe, k_uBlock);
         ctr_inc(theirs);
         IncrementBigEndian(probe);
-        if (std::memcmp(theirs, probe, k_uBlock) != 0)
-            return false;
+        // Byte by byte: the increment has just stored bytes, and wider loads of them would stall.
+        for (std::size_t i = 0; i < k_uBlock; ++i)
+            if (theirs[i] != probe[i])
+                return false;
         // probe is block index + 1; skip to the next block ending in 0xFF.
         index += 1 + (0xFF - probe[k_uBlock - 1]);
         probe[k_uBlock - 1] = 0xFF;

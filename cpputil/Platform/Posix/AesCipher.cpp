@@ -122,7 +122,8 @@ bool AesBlocks(EAesMode mode, bool encrypt, const SAesKey& key, const unsigned c
     const std::size_t bytes = blocks * k_uBlock;
     // The block that chains to the next call, when it is input that in-place work overwrites.
     unsigned char lastIn[k_uBlock];
-    std::memcpy(lastIn, in + bytes - k_uBlock, k_uBlock);
+    if (mode == AesModeOfb || (!encrypt && (mode == AesModeCbc || mode == AesModeCfb)))
+        std::memcpy(lastIn, in + bytes - k_uBlock, k_uBlock);
     int written = 0;
     if (EVP_CipherUpdate(entry->m_poContext, out, &written, in, static_cast<int>(bytes)) != 1 ||
         written != static_cast<int>(bytes))
