@@ -24,18 +24,23 @@ protected:
 
 } // namespace
 
-TEST_F(RadixFormatterTest, RadixQuestionsReachTheInstalledDelegates)
+TEST_F(RadixFormatterTest, QuestionsReachTheInstalledDelegates)
 {
+    // Nobody installed: decimal, metric, and a radix choice nobody hears.
     EXPECT_FALSE(CRadixFormatter::IsRadixHex());
-    CRadixFormatter::SetRadixHex(true); // nobody to tell: ignored
+    EXPECT_FALSE(CSystemOfUnits::IsDisplayUsUnits());
+    CRadixFormatter::SetRadixHex(true);
 
-    bool hex = false;
+    bool answer = false;
     std::vector<bool> choices;
-    CRadixFormatter::InstallRadixControl([&hex] { return hex; },
+    CRadixFormatter::InstallRadixControl([&answer] { return answer; },
                                          [&choices](bool choice) { choices.push_back(choice); });
+    CSystemOfUnits::SetDisplayUsUnitsGetter([&answer] { return !answer; });
     EXPECT_FALSE(CRadixFormatter::IsRadixHex());
-    hex = true;
+    EXPECT_TRUE(CSystemOfUnits::IsDisplayUsUnits());
+    answer = true;
     EXPECT_TRUE(CRadixFormatter::IsRadixHex());
+    EXPECT_FALSE(CSystemOfUnits::IsDisplayUsUnits());
     CRadixFormatter::SetRadixHex(false);
     CRadixFormatter::SetRadixHex(true);
     EXPECT_EQ((std::vector<bool>{false, true}), choices);
@@ -46,22 +51,12 @@ TEST_F(RadixFormatterTest, RadixQuestionsReachTheInstalledDelegates)
     EXPECT_EQ(2u, choices.size());
 
     // One at a time, each setter replaces only its own delegate.
-    CRadixFormatter::SetEngineRadixAccessor([] { return true; });
-    EXPECT_TRUE(CRadixFormatter::IsRadixHex());
     CRadixFormatter::SetEngineRadixSetter([&choices](bool choice) { choices.push_back(choice); });
+    EXPECT_FALSE(CRadixFormatter::IsRadixHex());
+    CRadixFormatter::SetEngineRadixAccessor([] { return true; });
     CRadixFormatter::SetRadixHex(true);
     EXPECT_EQ(3u, choices.size());
     EXPECT_TRUE(CRadixFormatter::IsRadixHex());
-}
-
-TEST_F(RadixFormatterTest, UsUnitsFollowTheGetter)
-{
-    EXPECT_FALSE(CSystemOfUnits::IsDisplayUsUnits());
-    bool us = true;
-    CSystemOfUnits::SetDisplayUsUnitsGetter([&us] { return us; });
-    EXPECT_TRUE(CSystemOfUnits::IsDisplayUsUnits());
-    us = false;
-    EXPECT_FALSE(CSystemOfUnits::IsDisplayUsUnits());
 }
 
 TEST_F(RadixFormatterTest, TextIsUntouchedUnlessGroupingIsAsked)
