@@ -10,3 +10,10 @@
 #else
 #define CPPUTIL_API __attribute__((visibility("default")))
 #endif
+
+// The C exports: C linkage for C++ callers, plain declarations for C ones.
+#if defined(__cplusplus)
+#define CPPUTIL_C_API extern "C" CPPUTIL_API
+#else
+#define CPPUTIL_C_API CPPUTIL_API
+#endif

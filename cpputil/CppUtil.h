@@ -3,6 +3,7 @@
 
 #include "CppUtil.Api.h"
 #include "CppUtil.CompiledMsg.h"
+#include "CppUtil.Crypto.Sanitizer.h"
 #include "CppUtil.DateTime.h"
 #include "CppUtil.Exception.Globals.h"
 #include "CppUtil.Exception.QlException.h"
@@ -20,6 +21,8 @@
 #include "CppUtil.Text.MsgBoxF.h"
 #include "CppUtil.Text.Output.h"
 #include "CppUtil.Text.OutputWndThrottler.h"
+#include "CppUtil.Text.RadixFormatter.h"
+#include "CppUtil.Text.SystemOfUnits.h"
 #include "CppUtil.Text.TextOutputBase.h"
 #include "CppUtil.Thread.BufferedOutFile.h"
 #include "CppUtil.Thread.MessageLoop.h"
@@ -53,3 +56,5 @@
 #include "RegistryValue.h"
 #include "SeTranslate.h"
 #include "TimerWindow.h"
+#include "aes.h"
+#include "sha2.h"

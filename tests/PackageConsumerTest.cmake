@@ -37,6 +37,9 @@ endif()
 if(NOT RUN_OUTPUT MATCHES "consumer: Lot A-17 logged through CppUtil")
     message(FATAL_ERROR "Unexpected consumer output: ${RUN_OUTPUT}")
 endif()
+if(NOT RUN_OUTPUT MATCHES "consumer: AES and SHA-256 answer C code")
+    message(FATAL_ERROR "The consumer's C code did not get the AES and SHA-256 answers: ${RUN_OUTPUT}")
+endif()
 # Its own table, compiled with the installed cpputil_add_message_table.
 set(table_line "consumer: table message 1 read through FormatMessageA")
 if(NOT RUN_OUTPUT MATCHES "${table_line}")
@@ -59,11 +62,13 @@ if(NOT EMULATOR)
     file(MAKE_DIRECTORY ${tables})
     run(${prefix}/bin/cpputil-mc --module consumer-pc --executable --header ${tables}/Consumer.h
         --source ${tables}/Consumer.mc.cpp ${CONSUMER_SOURCE_DIR}/Consumer.mc)
-    run(c++ -std=c++17 ${CONSUMER_SOURCE_DIR}/main.cpp ${tables}/Consumer.mc.cpp -I${tables}
-        ${flags} -o ${WORK_DIR}/consumer-pc -Wl,-rpath,${prefix}/lib)
+    run(cc -std=c99 -c ${CONSUMER_SOURCE_DIR}/CryptoHost.c ${flags} -o ${WORK_DIR}/CryptoHost.o)
+    run(c++ -std=c++17 ${CONSUMER_SOURCE_DIR}/main.cpp ${tables}/Consumer.mc.cpp ${WORK_DIR}/CryptoHost.o
+        -I${tables} ${flags} -o ${WORK_DIR}/consumer-pc -Wl,-rpath,${prefix}/lib)
     run(${WORK_DIR}/consumer-pc)
     if(NOT RUN_OUTPUT MATCHES "consumer: Lot A-17 logged through CppUtil" OR
-       NOT RUN_OUTPUT MATCHES "${table_line}")
+       NOT RUN_OUTPUT MATCHES "${table_line}" OR
+       NOT RUN_OUTPUT MATCHES "consumer: AES and SHA-256 answer C code")
         message(FATAL_ERROR "Unexpected output of the pkg-config build: ${RUN_OUTPUT}")
     endif()
 endif()

@@ -1,11 +1,13 @@
-// A program outside the tree that logs one line through an installed CppUtil and reads a message
-// of its own message table.
+// A program outside the tree that logs one line through an installed CppUtil, reads a message of
+// its own message table and, from C, encrypts and hashes through the C exports.
 #include "Consumer.h"
 
 #include <cpputil/CppUtil.h>
 
 #include <iostream>
 #include <string>
+
+extern "C" int consumer_crypto_check(void);
 
 int main()
 {
@@ -23,5 +25,7 @@ int main()
                        GetModuleHandleA(nullptr), MSG_CONSUMER_TABLE, 0, text, sizeof text,
                        reinterpret_cast<va_list*>(const_cast<DWORD_PTR*>(inserts)));
     std::cout << std::string(text, length);
+    if (consumer_crypto_check() == 0)
+        std::cout << "consumer: AES and SHA-256 answer C code" << std::endl;
     return length != 0 ? 0 : 1;
 }

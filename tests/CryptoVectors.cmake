@@ -1,0 +1,67 @@
+# Writes random AES and SHA-2 vectors computed by the openssl command, one per line:
+#   aes-<bits>-<mode> <key> <iv or -> <plain> <cipher>      sha<bits> <message> <digest>
+# (hex). The test programs of both backends read the file, so the Win32 build is checked against
+# the same outside reference as the native one.
+# Arguments: -DOPENSSL=<program> -DOUTPUT=<file> -DWORK_DIR=<folder>
+
+function(openssl)
+    execute_process(COMMAND ${OPENSSL} ${ARGN} RESULT_VARIABLE result
+                    OUTPUT_VARIABLE out ERROR_VARIABLE err OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "openssl ${ARGN} failed (${result}): ${err}")
+    endif()
+    set(OPENSSL_OUTPUT "${out}" PARENT_SCOPE)
+endfunction()
+
+function(random_hex bytes out)
+    openssl(rand -hex ${bytes})
+    set(${out} ${OPENSSL_OUTPUT} PARENT_SCOPE)
+endfunction()
+
+# A random file of 1 to limit bytes (a multiple of 16 when blocks is set); its hex in out.
+function(random_file path limit blocks out)
+    string(RANDOM LENGTH 4 ALPHABET 0123456789 digits)
+    math(EXPR length "${digits} % ${limit} + 1")
+    if(blocks)
+        math(EXPR length "(${length} + 15) / 16 * 16")
+    endif()
+    openssl(rand -out ${path} ${length})
+    file(READ ${path} hex HEX)
+    set(${out} ${hex} PARENT_SCOPE)
+endfunction()
+
+file(MAKE_DIRECTORY ${WORK_DIR})
+set(plain ${WORK_DIR}/plain.bin)
+set(cipher ${WORK_DIR}/cipher.bin)
+set(lines)
+foreach(round RANGE 1 3)
+    foreach(bits 128 192 256)
+        math(EXPR key_bytes "${bits} / 8")
+        foreach(mode ecb cbc cfb ofb ctr)
+            random_hex(${key_bytes} key)
+            set(blocks OFF)
+            if(mode STREQUAL "ecb" OR mode STREQUAL "cbc")
+                set(blocks ON)
+            endif()
+            random_file(${plain} 1000 ${blocks} plain_hex)
+            set(iv_args)
+            set(iv -)
+            if(NOT mode STREQUAL "ecb")
+                random_hex(16 iv)
+                set(iv_args -iv ${iv})
+            endif()
+            openssl(enc -aes-${bits}-${mode} -K ${key} ${iv_args} -nopad -in ${plain}
+                    -out ${cipher})
+            file(READ ${cipher} cipher_hex HEX)
+            list(APPEND lines "aes-${bits}-${mode} ${key} ${iv} ${plain_hex} ${cipher_hex}")
+        endforeach()
+    endforeach()
+    foreach(bits 224 256 384 512)
+        random_file(${plain} 2000 OFF message_hex)
+        openssl(dgst -sha${bits} -r ${plain})
+        string(REGEX MATCH "^[0-9a-f]+" digest "${OPENSSL_OUTPUT}")
+        list(APPEND lines "sha${bits} ${message_hex} ${digest}")
+    endforeach()
+endforeach()
+string(REPLACE ";" "\n" text "${lines}")
+file(WRITE ${OUTPUT} "${text}\n")
