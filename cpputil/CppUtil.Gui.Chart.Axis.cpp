@@ -32,17 +32,15 @@ const double k_dMostTickIndex = 1e15;
 const CAxis::TUnitScales CAxis::TIME_SCALE = MakeTimeScale();
 
 CAxis::CExtents::CExtents()
-    : m_dMinimum(std::numeric_limits<double>::max()),
-      m_dMaximum(std::numeric_limits<double>::min())
+    : m_dMinimum(std::numeric_limits<double>::max()), m_dMaximum(std::numeric_limits<double>::min())
 {
 }
 
 CAxis::CAxis(EType type, const std::pair<unsigned int, unsigned int>& tickCountRange,
              const Gdiplus::Color& gridColor, const Gdiplus::Color& tickColor)
-    : m_oGridMultipliers{1.0, 2.0, 5.0}, m_uTickLength(5), m_dYMarginFraction(0.02),
-      m_eType(type), m_oTickCountRange(tickCountRange), m_oGridColor(gridColor),
-      m_oTickColor(tickColor), m_iRelativeUnits(0), m_iSelectedUnitScale(-1),
-      m_dUnitScaler(1.0), m_dGridMultScaler(1.0)
+    : m_oGridMultipliers{1.0, 2.0, 5.0}, m_uTickLength(5), m_dYMarginFraction(0.02), m_eType(type),
+      m_oTickCountRange(tickCountRange), m_oGridColor(gridColor), m_oTickColor(tickColor),
+      m_iRelativeUnits(0), m_iSelectedUnitScale(-1), m_dUnitScaler(1.0), m_dGridMultScaler(1.0)
 {
 }
 
@@ -95,8 +93,8 @@ std::vector<CTick> CAxis::GetTicks()
     double bestSpacing = 0.0;
     if (width > 0.0 && std::isfinite(width))
     {
-        for (unsigned int n = std::max(2u, m_oTickCountRange.first);
-             n <= m_oTickCountRange.second; ++n)
+        for (unsigned int n = std::max(2u, m_oTickCountRange.first); n <= m_oTickCountRange.second;
+             ++n)
         {
             const double wanted = width / (n - 1);
             const double scaler = ComputeGridMultScaler(wanted);

@@ -107,17 +107,51 @@ void CDataSeries::OnVisibleXExtentsChanged(const CAxis& xAxis)
         return;
     }
     const CAxis::CExtents extents = xAxis.GetCurrentExtents();
-    const auto begin = data.begin();
-    const auto from = std::lower_bound(begin, data.end(), CDatum(extents.m_dMinimum, 0.0),
-                                       &CDataSeries::IsDatumLessThan);
-    // The right edge cannot lie left of the left one: search only what remains.
-    const auto to = std::lower_bound(from, data.end(), CDatum(extents.m_dMaximum, 0.0),
-                                     &CDataSeries::IsDatumLessThan);
+    const std::pair<std::size_t, std::size_t> edges =
+        FindEdges(data, CDatum(extents.m_dMinimum, 0.0), CDatum(extents.m_dMaximum, 0.0));
     // One point beyond each edge, so the line runs to the border.
-    const std::size_t first = from == begin ? 0 : static_cast<std::size_t>(from - begin) - 1;
-    const std::size_t last = std::min(data.size() - 1, static_cast<std::size_t>(to - begin) + 1);
+    const std::size_t first = edges.first == 0 ? 0 : edges.first - 1;
+    const std::size_t last = std::min(data.size() - 1, edges.second + 1);
     m_oVisibleDatumXExtents =
         std::make_pair(static_cast<unsigned int>(first), static_cast<unsigned int>(last));
+}
+
+std::pair<std::size_t, std::size_t> CDataSeries::FindEdges(const TData& data, const CDatum& left,
+                                                           const CDatum& right)
+{
+    const auto less = [](const CDatum& a, const CDatum& b) { return IsDatumLessThan(a, b); };
+    const auto begin = data.begin();
+    if (IsDatumLessThan(right, left))
+        return std::make_pair(
+            static_cast<std::size_t>(std::lower_bound(begin, data.end(), left, less) - begin),
+            static_cast<std::size_t>(std::lower_bound(begin, data.end(), right, less) - begin));
+    // Both searches look at the same points until they part; on a long series every look is a
+    // cache miss, so they share that part of the way.
+    std::size_t first = 0;
+    std::size_t count = data.size();
+    while (count > 0)
+    {
+        const std::size_t half = count / 2;
+        const CDatum& middle = data[first + half];
+        const bool leftIsRight = IsDatumLessThan(middle, left);
+        if (leftIsRight != IsDatumLessThan(middle, right))
+        {
+            // left <= middle < right: each edge has its own side now.
+            const auto from = std::lower_bound(begin + first, begin + first + half, left, less);
+            const auto to =
+                std::lower_bound(begin + first + half + 1, begin + first + count, right, less);
+            return std::make_pair(static_cast<std::size_t>(from - begin),
+                                  static_cast<std::size_t>(to - begin));
+        }
+        if (leftIsRight)
+        {
+            first += half + 1;
+            count -= half + 1;
+        }
+        else
+            count = half;
+    }
+    return std::make_pair(first, first);
 }
 
 const CDataSeries::TData& CDataSeries::RelativeData() const

@@ -115,6 +115,9 @@ public:
 
 private:
     const TData& RelativeData() const;
+    // Indices of the first points not left of each datum, as std::lower_bound gives them.
+    static std::pair<std::size_t, std::size_t> FindEdges(const TData& data, const CDatum& left,
+                                                         const CDatum& right);
     static bool IsDatumLessThan(const CDatum& left, const CDatum& right)
     {
         return left.m_dX < right.m_dX;

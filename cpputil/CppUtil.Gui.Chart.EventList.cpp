@@ -133,7 +133,8 @@ CString CEventList::RenderHtml() const
         html.AppendFormat("<tr class=\"%s\" data-event=\"%u\">", classes.GetString(),
                           event->GetId());
         html.AppendFormat("<td class=\"letter\">%s</td>",
-                          marker == m_oMarkers.end() ? "" : CString(marker->GetId(), 1).GetString());
+                          marker == m_oMarkers.end() ? ""
+                                                     : CString(marker->GetId(), 1).GetString());
         html.AppendFormat("<td class=\"category\">%s</td>",
                           Markup::Escape(category->GetDisplayName()).GetString());
         // Descriptions meant for an external viewer are offered as a link the host handles.

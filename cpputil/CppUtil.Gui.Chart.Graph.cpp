@@ -91,6 +91,16 @@ void CGraph::SetRelativeUnits(bool relative)
 void CGraph::OnActiveEventChanged(const std::shared_ptr<CChartEvent>& event)
 {
     m_poActiveEvent = event;
+    if (!event)
+        return;
+    // An event picked in the list is brought into view, centred, keeping the zoom.
+    UpdateExtents();
+    const CAxis::CExtents extents = m_oXAxis.GetCurrentExtents();
+    if (extents.Width() >= 0.0 && !m_oXAxis.IsCoordWithinCurrentExtents(event->GetTime()))
+    {
+        m_oXAxis.ScrollBy(event->GetTime() - (extents.m_dMinimum + extents.m_dMaximum) / 2.0);
+        LayoutEventMarkers();
+    }
 }
 
 void CGraph::OnActiveCategoryChanged()
@@ -114,7 +124,12 @@ void CGraph::UpdateExtents()
         return;
     m_bExtentsDirty = false;
     // The X maximum range only grows (points and events are only ever added), so it is fed
-    // without clearing and the current X range, a zoom, survives. The Y range is made anew.
+    // without clearing and the current X range, a zoom, survives. A view of all the data keeps
+    // showing all of it, though, also when the first series alone set the range. The Y range is
+    // made anew.
+    const CAxis::CExtents xBefore = m_oXAxis.GetCurrentExtents();
+    const bool showAll =
+        xBefore.m_dMaximum < xBefore.m_dMinimum || xBefore == m_oXAxis.GetMaxExtents();
     m_oYAxis.ClearExtents();
     for (; m_uEventsFed < events.size(); ++m_uEventsFed)
         m_oXAxis.UpdateMaxExtents(events[m_uEventsFed]->GetTime());
@@ -130,6 +145,8 @@ void CGraph::UpdateExtents()
         m_oXAxis.OnUpdateExtentsComplete();
         m_oYAxis.OnUpdateExtentsComplete();
     }
+    if (showAll)
+        m_oXAxis.SetCurrentExtents(m_oXAxis.GetMaxExtents());
     // Hidden series were not fed: have every series look at the X range again.
     m_oSeriesXExtents = CAxis::CExtents(std::numeric_limits<double>::quiet_NaN(), 0.0);
 }
@@ -146,8 +163,7 @@ void CGraph::SyncVisibleRanges()
 
 Gdiplus::Rect CGraph::GetPlotRect() const
 {
-    return Gdiplus::Rect(k_iPlotLeft, k_iPlotTop,
-                         m_oRect.Width() - k_iPlotLeft - k_iPlotRight,
+    return Gdiplus::Rect(k_iPlotLeft, k_iPlotTop, m_oRect.Width() - k_iPlotLeft - k_iPlotRight,
                          m_oRect.Height() - k_iPlotTop - k_iPlotBottom);
 }
 
@@ -181,17 +197,17 @@ void CGraph::LayoutEventMarkers()
             if (m_oChart.IsCategoryVisible(event->GetCategory()) &&
                 m_oXAxis.IsCoordWithinCurrentExtents(event->GetTime()))
                 shown.push_back(event);
-        std::stable_sort(shown.begin(), shown.end(),
-                         [](const std::shared_ptr<CChartEvent>& left,
-                            const std::shared_ptr<CChartEvent>& right)
-                         { return left->GetTime() < right->GetTime(); });
+        std::stable_sort(
+            shown.begin(), shown.end(),
+            [](const std::shared_ptr<CChartEvent>& left, const std::shared_ptr<CChartEvent>& right)
+            { return left->GetTime() < right->GetTime(); });
         for (std::size_t index = 0; index < shown.size() && index < k_iMostMarkers; ++index)
         {
             const int x = static_cast<int>(std::lround(ToPixelX(shown[index]->GetTime())));
             markers.push_back(std::make_shared<CEventMarker>(
                 MarkerLetter(static_cast<int>(index)),
-                Gdiplus::Rect(x - k_iMarkerWidth / 2, plot.Y - k_iMarkerHeight - 4,
-                              k_iMarkerWidth, k_iMarkerHeight),
+                Gdiplus::Rect(x - k_iMarkerWidth / 2, plot.Y - k_iMarkerHeight - 4, k_iMarkerWidth,
+                              k_iMarkerHeight),
                 shown[index]));
         }
     }

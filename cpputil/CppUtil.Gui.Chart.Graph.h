@@ -48,6 +48,7 @@ public:
     // Percent change against each series' first non-zero value on the Y axis.
     void SetRelativeUnits(bool relative);
 
+    // Scrolls the event into view when it is outside.
     void OnActiveEventChanged(const std::shared_ptr<CChartEvent>& event);
     void OnActiveCategoryChanged();
     const TEventMarkers& GetVisibleEventMarkers() const { return m_oVisibleEventMarkers; }

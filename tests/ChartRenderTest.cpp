@@ -127,6 +127,14 @@ TEST_F(ChartRenderTest, PageParsesBackAndShowsWhatTheAxesAndEventsSay)
         if (row->HasClass("active"))
             activeLetters += Only(*row, "letter").AllText();
     EXPECT_EQ("A", activeLetters);
+
+    // Picking an event outside the view scrolls to it, keeping the zoom.
+    const double width = graph.GetXAxis().GetCurrentExtentWidth();
+    ASSERT_TRUE(m_oChart.GetEventList().OnItemClick(0));
+    EXPECT_TRUE(graph.GetXAxis().IsCoordWithinCurrentExtents(400));
+    EXPECT_NEAR(width, graph.GetXAxis().GetCurrentExtentWidth(), 1e-9);
+    ASSERT_EQ(1u, graph.GetVisibleEventMarkers().size());
+    EXPECT_EQ(graph.GetActiveEvent(), graph.GetVisibleEventMarkers()[0]->GetEvent());
 }
 
 TEST_F(ChartRenderTest, LargeSeriesIsThinnedAndZoomShowsEveryPoint)
@@ -163,7 +171,8 @@ TEST_F(ChartRenderTest, LargeSeriesIsThinnedAndZoomShowsEveryPoint)
     EXPECT_NEAR(1500, active.m_oDatum.m_dX, 1.0);
     svg = CMarkupProbe::Parse(graph.RenderSvg().Str());
     const std::string text = Only(*svg, "active-datum").AllText();
-    EXPECT_EQ(0u, text.find(graph.GetXAxis().CreateTick(active.m_oDatum.m_dX, true).GetLabel().Str()))
+    EXPECT_EQ(0u,
+              text.find(graph.GetXAxis().CreateTick(active.m_oDatum.m_dX, true).GetLabel().Str()))
         << text;
     EXPECT_FALSE(graph.OnLeftClick(0, 0));
 }

@@ -175,7 +175,8 @@ TEST_F(ChartTest, CategoriesAndMarkers)
     EXPECT_TRUE(CEventMarker('A', at, event) == CEventMarker('A', at, event));
     EXPECT_TRUE(CEventMarker('A', at, event) != CEventMarker('A', at, twin));
     EXPECT_TRUE(CEventMarker('A', at, event) != CEventMarker('B', at, event));
-    EXPECT_TRUE(CEventMarker('A', at, event) != CEventMarker('A', Gdiplus::Rect(1, 2, 3, 5), event));
+    EXPECT_TRUE(CEventMarker('A', at, event) !=
+                CEventMarker('A', Gdiplus::Rect(1, 2, 3, 5), event));
 }
 
 TEST_F(ChartTest, TheSelectorDecidesWhichEventsAndMarkersShow)
@@ -199,9 +200,9 @@ TEST_F(ChartTest, TheSelectorDecidesWhichEventsAndMarkersShow)
     std::vector<std::string> choices;
     for (const CString& choice : list.GetCategoryChoices())
         choices.push_back(choice.Str());
-    EXPECT_EQ((std::vector<std::string>{"[All]", "[All Errors]", "[None]", "Handler", "Socket",
-                                        "Power"}),
-              choices);
+    EXPECT_EQ(
+        (std::vector<std::string>{"[All]", "[All Errors]", "[None]", "Handler", "Socket", "Power"}),
+        choices);
     EXPECT_EQ("[All]", list.GetSelectedCategory().Str());
 
     graph.RenderSvg();
@@ -249,4 +250,28 @@ TEST_F(ChartTest, TheSelectorDecidesWhichEventsAndMarkersShow)
     graph.RenderSvg();
     EXPECT_EQ(redraws + 1, list.GetRedrawCount());
     EXPECT_EQ("AB", Letters(graph.GetVisibleEventMarkers()));
+}
+
+TEST_F(ChartTest, GraphShowsAllTheDataUntilTheUserZooms)
+{
+    m_oChart.AddCategory("Short", CHART);
+    m_oChart.AddCategory("Long", CHART);
+    m_oChart.AddData("Short", 0, 1);
+    m_oChart.AddData("Short", 10, 2);
+    m_oChart.AddData("Long", 0, -1);
+    m_oChart.AddData("Long", 100, 5);
+    CGraph& graph = m_oChart.GetGraph();
+    graph.UpdateExtents();
+    EXPECT_TRUE(graph.GetXAxis().GetCurrentExtents() == CAxis::CExtents(0, 100));
+    EXPECT_NEAR(-1.12, graph.GetYAxis().GetCurrentExtents().m_dMinimum, 0.01);
+    m_oChart.AddData("Long", 150, 5);
+    graph.UpdateExtents();
+    EXPECT_TRUE(graph.GetXAxis().GetCurrentExtents() == CAxis::CExtents(0, 150));
+
+    graph.GetXAxis().SetCurrentExtents(CAxis::CExtents(20, 40));
+    m_oChart.AddData("Long", 200, 50);
+    graph.UpdateExtents();
+    EXPECT_TRUE(graph.GetXAxis().GetCurrentExtents() == CAxis::CExtents(20, 40));
+    EXPECT_TRUE(graph.GetXAxis().GetMaxExtents() == CAxis::CExtents(0, 200));
+    EXPECT_GT(graph.GetYAxis().GetCurrentExtents().m_dMaximum, 50);
 }

@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+#include <vector>
+
 using namespace CppUtil::Gui::Chart;
 
 namespace
@@ -59,6 +63,29 @@ TEST(DataSeriesTest, VisibleRangeTakesOnePointBeyondEachEdgeAndSetsTheSamplePeri
     stepsX.SetCurrentExtents(CAxis::CExtents(1, 1.5));
     steps.OnVisibleXExtentsChanged(stepsX);
     EXPECT_EQ(std::make_pair(0u, 5u), steps.GetVisibleDatumXExtents());
+
+    // Against two plain binary searches, on runs of equal x and edges on and between points.
+    std::mt19937 random(11);
+    CDataSeries runs("runs");
+    std::vector<double> xs;
+    for (int i = 0; i < 3000; ++i)
+        xs.push_back(i / 7);
+    for (double value : xs)
+        runs.Add(CDatum(value, 0));
+    CAxis runsX = MakeXAxis(0, xs.back());
+    for (int round = 0; round < 2000; ++round)
+    {
+        std::uniform_int_distribution<int> at(-20, 900);
+        double a = at(random) / 2.0, b = at(random) / 2.0;
+        runsX.SetCurrentExtents(CAxis::CExtents(std::min(a, b), std::max(a, b)));
+        runs.OnVisibleXExtentsChanged(runsX);
+        const CAxis::CExtents e = runsX.GetCurrentExtents();
+        const long from = std::lower_bound(xs.begin(), xs.end(), e.m_dMinimum) - xs.begin();
+        const long to = std::lower_bound(xs.begin(), xs.end(), e.m_dMaximum) - xs.begin();
+        const auto expected = std::make_pair(static_cast<unsigned int>(std::max(0L, from - 1)),
+                                             static_cast<unsigned int>(std::min(2999L, to + 1)));
+        ASSERT_EQ(expected, runs.GetVisibleDatumXExtents()) << e.m_dMinimum << ".." << e.m_dMaximum;
+    }
 
     CDataSeries empty("empty");
     empty.OnVisibleXExtentsChanged(x);

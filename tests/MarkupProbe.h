@@ -1,6 +1,6 @@
 // A strict reader for the XML the chart views write: it refuses what an XML parser would
-// (unbalanced or crossed tags, unquoted or repeated attributes, unknown entities, stray '<' or
-// '&', text outside the root) and keeps elements, attributes and text for the tests to look at.
+// (unbalanced or crossed tags, unquoted or repeated attributes, unknown entities, stray '<',
+// bytes outside ASCII, content after the root) and keeps elements, attributes and text.
 #pragma once
 
 #include <cctype>
@@ -14,7 +14,7 @@ struct SElement
 {
     std::string m_sName;
     std::map<std::string, std::string> m_oAttributes;
-    std::string m_sText; // all text directly inside, entities resolved
+    std::string m_sText; // the text directly inside, entities resolved
     std::vector<std::unique_ptr<SElement>> m_oChildren;
 
     std::string Attr(const std::string& name) const
@@ -24,26 +24,21 @@ struct SElement
     }
     bool HasClass(const std::string& name) const
     {
-        const std::string classes = " " + Attr("class") + " ";
-        return classes.find(" " + name + " ") != std::string::npos;
+        return (" " + Attr("class") + " ").find(" " + name + " ") != std::string::npos;
     }
-    // Every element below (depth first, in document order) with the class.
-    void FindByClass(const std::string& name, std::vector<const SElement*>& found) const
+    // Every element below with the class, in document order.
+    std::vector<const SElement*> ByClass(const std::string& name) const
     {
+        std::vector<const SElement*> found;
         for (const auto& child : m_oChildren)
         {
             if (child->HasClass(name))
                 found.push_back(child.get());
-            child->FindByClass(name, found);
+            for (const SElement* below : child->ByClass(name))
+                found.push_back(below);
         }
-    }
-    std::vector<const SElement*> ByClass(const std::string& name) const
-    {
-        std::vector<const SElement*> found;
-        FindByClass(name, found);
         return found;
     }
-    // All text below, in document order.
     std::string AllText() const
     {
         std::string text = m_sText;
@@ -60,9 +55,7 @@ public:
     static std::unique_ptr<SElement> Parse(const std::string& text)
     {
         CMarkupProbe probe(text);
-        probe.SkipMisc();
         std::unique_ptr<SElement> root = probe.Element();
-        probe.SkipMisc();
         if (probe.m_uAt != text.size())
             probe.Fail("content after the root element");
         return root;
@@ -75,143 +68,100 @@ private:
     {
         throw std::runtime_error(what + " at offset " + std::to_string(m_uAt));
     }
-    bool At(const char* s) const { return m_sText.compare(m_uAt, std::string(s).size(), s) == 0; }
+    char Peek() const { return m_uAt < m_sText.size() ? m_sText[m_uAt] : '\0'; }
+    void Expect(char ch)
+    {
+        if (Peek() != ch)
+            Fail(std::string("'") + ch + "' expected");
+        ++m_uAt;
+    }
     void SkipSpace()
     {
-        while (m_uAt < m_sText.size() && std::isspace(static_cast<unsigned char>(m_sText[m_uAt])))
+        while (std::isspace(static_cast<unsigned char>(Peek())))
             ++m_uAt;
-    }
-    void SkipPast(const char* end)
-    {
-        const std::size_t found = m_sText.find(end, m_uAt);
-        if (found == std::string::npos)
-            Fail(std::string("missing ") + end);
-        m_uAt = found + std::string(end).size();
-    }
-    void SkipMisc()
-    {
-        for (;;)
-        {
-            SkipSpace();
-            if (At("<?"))
-                SkipPast("?>");
-            else if (At("<!--"))
-                SkipPast("-->");
-            else if (At("<!"))
-                SkipPast(">");
-            else
-                return;
-        }
     }
     std::string Name()
     {
         const std::size_t start = m_uAt;
-        while (m_uAt < m_sText.size() &&
-               (std::isalnum(static_cast<unsigned char>(m_sText[m_uAt])) ||
-                std::string("_-:.").find(m_sText[m_uAt]) != std::string::npos))
+        while (std::isalnum(static_cast<unsigned char>(Peek())) || Peek() == '-' || Peek() == ':')
             ++m_uAt;
         if (m_uAt == start)
             Fail("name expected");
         return m_sText.substr(start, m_uAt - start);
     }
-    std::string Entity()
-    {
-        const std::size_t end = m_sText.find(';', m_uAt);
-        if (end == std::string::npos || end - m_uAt > 10)
-            Fail("bad entity");
-        const std::string name = m_sText.substr(m_uAt + 1, end - m_uAt - 1);
-        m_uAt = end + 1;
-        static const std::map<std::string, std::string> named = {
-            {"amp", "&"}, {"lt", "<"}, {"gt", ">"}, {"quot", "\""}, {"apos", "'"}};
-        if (named.count(name))
-            return named.at(name);
-        if (name.size() > 1 && name[0] == '#')
-        {
-            const bool hex = name[1] == 'x';
-            const unsigned long code = std::stoul(name.substr(hex ? 2 : 1), nullptr, hex ? 16 : 10);
-            if (code == 0 || code > 0x10FFFF)
-                Fail("bad character reference");
-            // Enough for the tests: code points below 256 as one byte.
-            return code < 256 ? std::string(1, static_cast<char>(code)) : std::string("?");
-        }
-        Fail("unknown entity " + name);
-    }
+    // Characters up to the stop character, entities resolved (references below 256 as a byte).
     std::string Chars(char stop)
     {
+        static const std::map<std::string, std::string> named = {
+            {"amp", "&"}, {"lt", "<"}, {"gt", ">"}, {"quot", "\""}, {"apos", "'"}};
         std::string text;
-        while (m_uAt < m_sText.size() && m_sText[m_uAt] != stop)
+        for (char ch = Peek(); ch != stop; ch = Peek())
         {
-            const char ch = m_sText[m_uAt];
-            if (ch == '&')
-                text += Entity();
-            else if (ch == '<' && stop != '<')
-                Fail("'<' in attribute value");
-            else if (static_cast<unsigned char>(ch) < 0x20 && ch != '\t' && ch != '\n' &&
-                     ch != '\r')
-                Fail("control character");
-            else if (static_cast<unsigned char>(ch) >= 0x80)
-                Fail("byte outside ASCII");
+            const unsigned char byte = static_cast<unsigned char>(ch);
+            if (ch == '\0' || ch == '<' || byte >= 0x80 || (byte < 0x20 && !std::isspace(byte)))
+                Fail("bad character");
+            if (ch != '&')
+            {
+                text += ch;
+                ++m_uAt;
+                continue;
+            }
+            const std::size_t end = m_sText.find(';', m_uAt);
+            const std::string entity =
+                end == std::string::npos ? "" : m_sText.substr(m_uAt + 1, end - m_uAt - 1);
+            if (named.count(entity))
+                text += named.at(entity);
+            else if (entity.size() > 1 && entity[0] == '#' && entity.size() < 8)
+            {
+                const unsigned long code = std::stoul(entity.substr(1));
+                if (code == 0 || code > 0x10FFFF)
+                    Fail("bad character reference");
+                text += code < 256 ? static_cast<char>(code) : '?';
+            }
             else
-                text += m_sText[m_uAt++];
+                Fail("bad entity");
+            m_uAt = end + 1;
         }
         return text;
     }
     std::unique_ptr<SElement> Element()
     {
-        if (!At("<"))
-            Fail("'<' expected");
-        ++m_uAt;
+        Expect('<');
         auto element = std::make_unique<SElement>();
         element->m_sName = Name();
-        for (;;)
+        for (SkipSpace(); Peek() != '>'; SkipSpace())
         {
-            SkipSpace();
-            if (At("/>"))
+            if (Peek() == '/')
             {
-                m_uAt += 2;
+                Expect('/');
+                Expect('>');
                 return element;
             }
-            if (At(">"))
-            {
-                ++m_uAt;
-                break;
-            }
             const std::string name = Name();
-            SkipSpace();
-            if (!At("="))
-                Fail("'=' expected");
-            ++m_uAt;
-            SkipSpace();
-            if (!At("\"") && !At("'"))
+            Expect('=');
+            const char quote = Peek();
+            if (quote != '"' && quote != '\'')
                 Fail("quoted value expected");
-            const char quote = m_sText[m_uAt++];
+            ++m_uAt;
             const std::string value = Chars(quote);
-            if (m_uAt >= m_sText.size())
-                Fail("unterminated value");
             ++m_uAt;
             if (!element->m_oAttributes.emplace(name, value).second)
                 Fail("repeated attribute " + name);
         }
+        ++m_uAt;
         for (;;)
         {
             element->m_sText += Chars('<');
-            if (m_uAt >= m_sText.size())
-                Fail("unclosed <" + element->m_sName + ">");
-            if (At("</"))
+            if (m_sText.compare(m_uAt, 2, "</") != 0)
             {
-                m_uAt += 2;
-                if (Name() != element->m_sName)
-                    Fail("crossed tags in <" + element->m_sName + ">");
-                SkipSpace();
-                if (!At(">"))
-                    Fail("'>' expected");
-                ++m_uAt;
-                return element;
-            }
-            if (At("<!--"))
-                SkipPast("-->");
-            else
                 element->m_oChildren.push_back(Element());
+                continue;
+            }
+            m_uAt += 2;
+            if (Name() != element->m_sName)
+                Fail("crossed tags in <" + element->m_sName + ">");
+            Expect('>');
+            return element;
         }
     }
 
