@@ -67,7 +67,8 @@ void CAxis::OnUpdateExtentsComplete()
 
 void CAxis::SetCurrentExtents(const CExtents& extents)
 {
-    if (extents.m_dMinimum > extents.m_dMaximum)
+    // Inverted, or not a number at either end.
+    if (!(extents.m_dMinimum <= extents.m_dMaximum))
         return;
     m_oCurrentExtents = extents;
     if (IsYAxis())
@@ -196,6 +197,8 @@ bool CAxis::Zoom(double anchor, bool zoomIn, double amount)
 
 void CAxis::ScrollBy(double delta)
 {
+    if (std::isnan(delta))
+        return;
     if (delta <= 0.0)
         delta = std::max(delta, m_oMaxExtents.m_dMinimum - m_oCurrentExtents.m_dMinimum);
     else
@@ -330,6 +333,10 @@ std::vector<CTick> CAxis::CreateTicks(const CExtents& range, double spacing) con
 
 long long CAxis::Truncate(double value)
 {
+    // No label part of a real axis comes near the integer's limits; past them it is cut off.
+    const double limit = 9e18;
+    if (!(std::fabs(value) < limit))
+        return value < 0 ? -static_cast<long long>(limit) : static_cast<long long>(limit);
     // Absorbs values such as 2.9999999999 that stand for 3.
     double whole = std::trunc(value);
     if (std::fabs(value - whole) > 1.0 - 1e-8)

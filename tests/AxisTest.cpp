@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <string>
 
@@ -141,6 +142,8 @@ TEST(AxisTest, ExtentsMarginsAndClamping)
     EXPECT_TRUE(x.GetCurrentExtents() == CAxis::CExtents(3, 5));
     EXPECT_TRUE(x.GetMaxExtents() == CAxis::CExtents(2, 10));
     x.SetCurrentExtents(CAxis::CExtents(6, 4));
+    x.SetCurrentExtents(CAxis::CExtents(std::nan(""), 4));
+    x.ScrollBy(std::nan(""));
     EXPECT_TRUE(x.GetCurrentExtents() == CAxis::CExtents(3, 5));
     x.SetCurrentExtents(CAxis::CExtents(-100, 100));
     EXPECT_TRUE(x.GetCurrentExtents() == CAxis::CExtents(2, 10));

@@ -176,8 +176,6 @@ TEST(DataSeriesTest, UpdateExtentsFeedsBothAxesAndResetsTheActiveDatum)
     active.m_iMarkerRadius = 4;
     series.SetActiveDatum(active);
     EXPECT_TRUE(series.GetActiveDatum().GetMarkerRect().Equals(Gdiplus::Rect(36, 26, 8, 8)));
-    series.SetActiveDatumDescriptionRect(Gdiplus::Rect(1, 2, 3, 4));
-    EXPECT_TRUE(series.GetActiveDatumDescriptionRect().Equals(Gdiplus::Rect(1, 2, 3, 4)));
 
     CAxis x(CAxis::X_AXIS, {8, 12}, Gdiplus::Color(), Gdiplus::Color());
     CAxis y = MakeYAxis();
