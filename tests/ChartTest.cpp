@@ -1,0 +1,277 @@
+#include "LogRecorder.h"
+
+#include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/CppUtil.Gui.Chart.Chart.h>
+#include <cpputil/CppUtil.Text.MessageManager.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using namespace CppUtil::Gui::Chart;
+using CppUtil::Exception::CQlException;
+
+namespace
+{
+
+enum
+{
+    FLAG = CCategory::FLAGABLE,
+    CHART = CCategory::CHARTABLE,
+    ERR = CCategory::ERROR_CATEGORY
+};
+
+// Runs the call and returns what it threw, checking the place it names.
+template <class TCall>
+std::string Failure(const TCall& call, const char* function, unsigned int line)
+{
+    try
+    {
+        call();
+    }
+    catch (const CQlException& e)
+    {
+        EXPECT_EQ(function, e.GetFunction().Str());
+        EXPECT_EQ("CppUtil.Gui.Chart.Chart", e.GetFile().Str());
+        EXPECT_EQ(line, e.GetLine());
+        return e.what();
+    }
+    ADD_FAILURE() << "no exception from " << function;
+    return std::string();
+}
+
+std::string Letters(const CGraph::TEventMarkers& markers)
+{
+    std::string letters;
+    for (const auto& marker : markers)
+        letters += marker->GetId();
+    return letters;
+}
+
+class ChartTest : public ::testing::Test
+{
+protected:
+    ChartTest() : m_oChart(m_oParent) {}
+
+    CWnd m_oParent;
+    CChart m_oChart;
+};
+
+} // namespace
+
+TEST_F(ChartTest, FailuresNameTheirPlaceAndAddNothing)
+{
+    m_oChart.AddCategory("Yield", CHART);
+    m_oChart.AddCategory("Reject", FLAG);
+    EXPECT_EQ("Category Nope not found.",
+              Failure([&] { m_oChart.AddData("Nope", 1, 2); },
+                      "CppUtil::Gui::Chart::CChart::FindCategory", 108));
+    EXPECT_EQ("Use AddEvent() to add data that is flagable.",
+              Failure([&] { m_oChart.AddData("Reject", 1, 2); },
+                      "CppUtil::Gui::Chart::CChart::AddData", 119));
+    // The flag is checked before the time axis.
+    EXPECT_EQ("Use AddData() to add data that is not flagable.",
+              Failure([&] { m_oChart.AddEvent("Yield", 1, "d", "f"); },
+                      "CppUtil::Gui::Chart::CChart::AddEvent", 134));
+    EXPECT_EQ("Events are only supported when the X-axis time.  Call SetTimeXAxis() before "
+              "adding an event.",
+              Failure([&] { m_oChart.AddEvent("Reject", 1, "d", "f"); },
+                      "CppUtil::Gui::Chart::CChart::AddEvent", 140));
+    EXPECT_TRUE(m_oChart.IsDataEmpty());
+    EXPECT_FALSE(m_oChart.IsCategoriesEmpty());
+}
+
+TEST_F(ChartTest, ValuesReachTheirCategoriesAndClearRestartsTheIds)
+{
+    m_oChart.SetTimeXAxis();
+    m_oChart.AddCategory("Yield", CHART);
+    m_oChart.AddCategory("Yield", CHART); // a duplicate is never found
+    m_oChart.AddCategory("Both", FLAG | CHART);
+    m_oChart.AddData("Yield", 1, 10);
+    m_oChart.AddData("Yield", 2, 20);
+    CGraph& graph = m_oChart.GetGraph();
+    ASSERT_EQ(1u, graph.GetSeries().size());
+    EXPECT_EQ(graph.FindSeries(m_oChart.FindCategory("Yield")), graph.GetSeries()[0]);
+    EXPECT_EQ(2u, graph.GetSeries()[0]->GraphData().size());
+
+    // Flagable and chartable: an event and a point at (time, 0).
+    m_oChart.AddEvent("Both", 7, "first", "");
+    m_oChart.AddEvent("Both", 9, "second", "");
+    const auto both = graph.FindSeries(m_oChart.FindCategory("Both"));
+    ASSERT_TRUE(both);
+    EXPECT_EQ(CDatum(7, 0), both->GraphData().front());
+    CEventList::TEvents events = m_oChart.GetEventList().GetVisibleEvents();
+    ASSERT_EQ(2u, events.size());
+    EXPECT_EQ(0u, events[0]->GetId());
+    EXPECT_EQ(1u, events[1]->GetId());
+    EXPECT_EQ(9u, events[1]->GetTime());
+    EXPECT_EQ("second", events[1]->GetDescription().Str());
+    EXPECT_EQ(m_oChart.FindCategory("Both"), events[1]->GetCategory());
+
+    m_oChart.Clear();
+    EXPECT_TRUE(m_oChart.IsDataEmpty());
+    EXPECT_TRUE(m_oChart.IsCategoriesEmpty());
+    EXPECT_TRUE(graph.GetSeries().empty());
+    // The time axis survives: events need no new SetTimeXAxis, and ids start again.
+    EXPECT_TRUE(m_oChart.IsTimeXAxis());
+    m_oChart.AddCategory("Reject", FLAG);
+    m_oChart.AddEvent("Reject", 3, "again", "");
+    events = m_oChart.GetEventList().GetVisibleEvents();
+    ASSERT_EQ(1u, events.size());
+    EXPECT_EQ(0u, events[0]->GetId());
+    EXPECT_FALSE(m_oChart.IsDataEmpty());
+}
+
+TEST_F(ChartTest, ACategoryThatIsNeitherIsReportedAndAddsNothing)
+{
+    CLogRecorder recorder;
+    CppUtil::Text::CMessageManager manager;
+    manager.SetLoggingEventHandler(recorder.Handler());
+    m_oChart.AddCategory("Note", CCategory::OPEN_IN_EXTERNAL_VIEWER);
+    m_oChart.SetTimeXAxis();
+    EXPECT_EQ("Use AddData() to add data that is not flagable.",
+              Failure([&] { m_oChart.AddEvent("Note", 1, "", ""); },
+                      "CppUtil::Gui::Chart::CChart::AddEvent", 134));
+    ASSERT_NO_THROW(m_oChart.AddData("Note", 1, 2));
+    EXPECT_TRUE(m_oChart.IsDataEmpty());
+    const std::vector<SLogLine> lines = recorder.Lines();
+    ASSERT_EQ(1u, lines.size());
+    EXPECT_EQ("Assertion failed: spoCategory->IsFlagable() || spoCategory->IsChartable(), file "
+              "CppUtil.Gui.Chart.Chart, line 152",
+              lines[0].m_sText);
+}
+
+TEST_F(ChartTest, LayoutGivesTheListTheRightEdgeOnceThereAreEvents)
+{
+    const CRect area(10, 20, 810, 620);
+    m_oChart.Position(area);
+    EXPECT_EQ(area, m_oChart.GetGraph().GetRect());
+    EXPECT_TRUE(m_oChart.GetEventList().GetRect().IsRectNull());
+
+    m_oChart.SetTimeXAxis();
+    m_oChart.AddCategory("Reject", FLAG);
+    m_oChart.AddEvent("Reject", 5, "", "");
+    EXPECT_EQ(area, m_oChart.GetGraph().GetRect()); // not until the host asks again
+    m_oChart.Position(area);
+    EXPECT_EQ(CRect(10, 20, 545, 620), m_oChart.GetGraph().GetRect());
+    EXPECT_EQ(CRect(550, 20, 810, 620), m_oChart.GetEventList().GetRect());
+}
+
+TEST_F(ChartTest, CategoriesAndMarkers)
+{
+    CCategory group("Handler", FLAG, "");
+    CCategory jam("Jam", FLAG | ERR, "Handler");
+    EXPECT_EQ("Jam", jam.GetName().Str());
+    EXPECT_EQ("Handler", jam.GetDisplayName().Str());
+    EXPECT_EQ("Handler", group.GetDisplayName().Str());
+    EXPECT_TRUE(jam.IsSubCategory() && jam.IsSubCategoryOf("Handler") && jam.IsError());
+    EXPECT_FALSE(group.IsSubCategory() || jam.IsSubCategoryOf("Jam") || group.IsChartable());
+    EXPECT_TRUE(CCategory("x", 4, "").IsOpenInExternalViewer());
+
+    auto category = std::make_shared<CCategory>(jam);
+    auto event = std::make_shared<CChartEvent>(0, category, 5, "d", "f");
+    auto twin = std::make_shared<CChartEvent>(*event);
+    const Gdiplus::Rect at(1, 2, 3, 4);
+    EXPECT_TRUE(CEventMarker('A', at, event) == CEventMarker('A', at, event));
+    EXPECT_TRUE(CEventMarker('A', at, event) != CEventMarker('A', at, twin));
+    EXPECT_TRUE(CEventMarker('A', at, event) != CEventMarker('B', at, event));
+    EXPECT_TRUE(CEventMarker('A', at, event) !=
+                CEventMarker('A', Gdiplus::Rect(1, 2, 3, 5), event));
+}
+
+TEST_F(ChartTest, TheSelectorDecidesWhichEventsAndMarkersShow)
+{
+    m_oChart.SetTimeXAxis();
+    m_oChart.AddCategory("Handler", FLAG);
+    m_oChart.AddCategory("Jam", FLAG | ERR, "Handler");
+    m_oChart.AddCategory("Socket", FLAG);
+    m_oChart.AddCategory("Yield", CHART);
+    m_oChart.AddCategory("Power", FLAG | ERR);
+    m_oChart.AddData("Yield", 0, 1);
+    m_oChart.AddData("Yield", 100, 2);
+    m_oChart.AddEvent("Socket", 50, "socket", "");
+    m_oChart.AddEvent("Jam", 30, "jam", "");
+    m_oChart.AddEvent("Power", 70, "power", "");
+    m_oChart.AddEvent("Handler", 10, "handler", "");
+    m_oChart.Position(CRect(0, 0, 900, 500));
+
+    CEventList& list = m_oChart.GetEventList();
+    CGraph& graph = m_oChart.GetGraph();
+    std::vector<std::string> choices;
+    for (const CString& choice : list.GetCategoryChoices())
+        choices.push_back(choice.Str());
+    EXPECT_EQ(
+        (std::vector<std::string>{"[All]", "[All Errors]", "[None]", "Handler", "Socket", "Power"}),
+        choices);
+    EXPECT_EQ("[All]", list.GetSelectedCategory().Str());
+
+    graph.RenderSvg();
+    // Letters in time order, not in order of arrival.
+    EXPECT_EQ("ABCD", Letters(graph.GetVisibleEventMarkers()));
+    EXPECT_EQ("handler", graph.GetVisibleEventMarkers()[0]->GetEvent()->GetDescription().Str());
+    EXPECT_EQ("power", graph.GetVisibleEventMarkers()[3]->GetEvent()->GetDescription().Str());
+
+    struct SChoice
+    {
+        const char* m_szChoice;
+        std::size_t m_uVisible;
+    } selections[] = {{"[All Errors]", 2}, {"Handler", 2}, {"Socket", 1}, {"[None]", 0}};
+    for (const SChoice& selection : selections)
+    {
+        const unsigned int redraws = list.GetRedrawCount();
+        ASSERT_TRUE(list.SelectCategory(selection.m_szChoice));
+        EXPECT_GT(list.GetRedrawCount(), redraws);
+        // The graph learned of the change at once and handed its markers over.
+        EXPECT_EQ(selection.m_uVisible, graph.GetVisibleEventMarkers().size())
+            << selection.m_szChoice;
+        EXPECT_EQ(selection.m_uVisible, list.GetVisibleEvents().size()) << selection.m_szChoice;
+    }
+    EXPECT_FALSE(list.SelectCategory("Jam")); // a sub-category is offered by its group
+    EXPECT_EQ("[None]", list.GetSelectedCategory().Str());
+
+    // A marker click and an item click both reach both views.
+    ASSERT_TRUE(list.SelectCategory("[All]"));
+    graph.RenderSvg();
+    const auto markers = graph.GetVisibleEventMarkers();
+    const Gdiplus::Rect at = markers[1]->GetLocation();
+    ASSERT_TRUE(graph.OnLeftClick(at.X + 1, at.Y + 1));
+    EXPECT_EQ(markers[1]->GetEvent(), graph.GetActiveEvent());
+    EXPECT_EQ(markers[1]->GetEvent(), list.GetActiveEvent());
+    ASSERT_TRUE(list.OnItemClick(2));
+    EXPECT_EQ("power", graph.GetActiveEvent()->GetDescription().Str());
+    EXPECT_EQ(graph.GetActiveEvent(), list.GetActiveEvent());
+    EXPECT_FALSE(list.OnItemClick(4));
+
+    // The list redraws only when the markers really change.
+    const unsigned int redraws = list.GetRedrawCount();
+    graph.RenderSvg();
+    EXPECT_EQ(redraws, list.GetRedrawCount());
+    graph.GetXAxis().SetCurrentExtents(CAxis::CExtents(20, 60));
+    graph.RenderSvg();
+    EXPECT_EQ(redraws + 1, list.GetRedrawCount());
+    EXPECT_EQ("AB", Letters(graph.GetVisibleEventMarkers()));
+}
+
+TEST_F(ChartTest, GraphShowsAllTheDataUntilTheUserZooms)
+{
+    m_oChart.AddCategory("Short", CHART);
+    m_oChart.AddCategory("Long", CHART);
+    m_oChart.AddData("Short", 0, 1);
+    m_oChart.AddData("Short", 10, 2);
+    m_oChart.AddData("Long", 0, -1);
+    m_oChart.AddData("Long", 100, 5);
+    CGraph& graph = m_oChart.GetGraph();
+    graph.UpdateExtents();
+    EXPECT_TRUE(graph.GetXAxis().GetCurrentExtents() == CAxis::CExtents(0, 100));
+    EXPECT_NEAR(-1.12, graph.GetYAxis().GetCurrentExtents().m_dMinimum, 0.01);
+    m_oChart.AddData("Long", 150, 5);
+    graph.UpdateExtents();
+    EXPECT_TRUE(graph.GetXAxis().GetCurrentExtents() == CAxis::CExtents(0, 150));
+
+    graph.GetXAxis().SetCurrentExtents(CAxis::CExtents(20, 40));
+    m_oChart.AddData("Long", 200, 50);
+    graph.UpdateExtents();
+    EXPECT_TRUE(graph.GetXAxis().GetCurrentExtents() == CAxis::CExtents(20, 40));
+    EXPECT_TRUE(graph.GetXAxis().GetMaxExtents() == CAxis::CExtents(0, 200));
+    EXPECT_GT(graph.GetYAxis().GetCurrentExtents().m_dMaximum, 50);
+}

@@ -1,0 +1,189 @@
+#include <cpputil/CppUtil.Gui.Chart.Axis.h>
+#include <cpputil/CppUtil.Gui.Chart.DataSeries.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+using namespace CppUtil::Gui::Chart;
+
+namespace
+{
+
+CAxis MakeXAxis(double minimum, double maximum)
+{
+    CAxis axis(CAxis::X_AXIS, {8, 12}, Gdiplus::Color(), Gdiplus::Color());
+    axis.UpdateMaxExtents(minimum);
+    axis.UpdateMaxExtents(maximum);
+    axis.OnUpdateExtentsComplete();
+    return axis;
+}
+
+CAxis MakeYAxis()
+{
+    return CAxis(CAxis::Y_AXIS, {5, 9}, Gdiplus::Color(), Gdiplus::Color());
+}
+
+// Points at x = 0, 1, 2 ... with y = x.
+CDataSeries MakeRamp(unsigned int count)
+{
+    CDataSeries series("ramp");
+    for (unsigned int i = 0; i < count; ++i)
+        series.Add(CDatum(i, i));
+    return series;
+}
+
+} // namespace
+
+TEST(DataSeriesTest, VisibleRangeTakesOnePointBeyondEachEdgeAndSetsTheSamplePeriod)
+{
+    CDataSeries series = MakeRamp(20001);
+    CAxis x = MakeXAxis(0, 20000);
+    x.SetCurrentExtents(CAxis::CExtents(100.5, 10099.5));
+    series.OnVisibleXExtentsChanged(x);
+    EXPECT_EQ(std::make_pair(100u, 10101u), series.GetVisibleDatumXExtents());
+    EXPECT_EQ(5u, series.GetSamplePeriod());
+
+    x.SetCurrentExtents(CAxis::CExtents(0, 3998));
+    series.OnVisibleXExtentsChanged(x);
+    EXPECT_EQ(std::make_pair(0u, 3999u), series.GetVisibleDatumXExtents());
+    EXPECT_EQ(1u, series.GetSamplePeriod());
+
+    x.SetCurrentExtents(CAxis::CExtents(19999.5, 20000));
+    series.OnVisibleXExtentsChanged(x);
+    EXPECT_EQ(std::make_pair(19999u, 20000u), series.GetVisibleDatumXExtents());
+
+    // Repeated x: the range starts before the first of the equal points.
+    CDataSeries steps("steps");
+    for (double value : {0.0, 1.0, 1.0, 1.0, 2.0, 3.0})
+        steps.Add(CDatum(value, 0));
+    CAxis stepsX = MakeXAxis(0, 3);
+    stepsX.SetCurrentExtents(CAxis::CExtents(1, 1.5));
+    steps.OnVisibleXExtentsChanged(stepsX);
+    EXPECT_EQ(std::make_pair(0u, 5u), steps.GetVisibleDatumXExtents());
+
+    // Against two plain binary searches, on runs of equal x and edges on and between points.
+    std::mt19937 random(11);
+    CDataSeries runs("runs");
+    std::vector<double> xs;
+    for (int i = 0; i < 3000; ++i)
+        xs.push_back(i / 7);
+    for (double value : xs)
+        runs.Add(CDatum(value, 0));
+    CAxis runsX = MakeXAxis(0, xs.back());
+    for (int round = 0; round < 2000; ++round)
+    {
+        std::uniform_int_distribution<int> at(-20, 900);
+        double a = at(random) / 2.0, b = at(random) / 2.0;
+        runsX.SetCurrentExtents(CAxis::CExtents(std::min(a, b), std::max(a, b)));
+        runs.OnVisibleXExtentsChanged(runsX);
+        const CAxis::CExtents e = runsX.GetCurrentExtents();
+        const long from = std::lower_bound(xs.begin(), xs.end(), e.m_dMinimum) - xs.begin();
+        const long to = std::lower_bound(xs.begin(), xs.end(), e.m_dMaximum) - xs.begin();
+        const auto expected = std::make_pair(static_cast<unsigned int>(std::max(0L, from - 1)),
+                                             static_cast<unsigned int>(std::min(2999L, to + 1)));
+        ASSERT_EQ(expected, runs.GetVisibleDatumXExtents()) << e.m_dMinimum << ".." << e.m_dMaximum;
+    }
+
+    CDataSeries empty("empty");
+    empty.OnVisibleXExtentsChanged(x);
+    EXPECT_EQ(std::make_pair(0u, 0u), empty.GetVisibleDatumXExtents());
+    EXPECT_EQ(CDatum(), empty.GetDatumClosestTo(CDatum(5, 5)));
+}
+
+TEST(DataSeriesTest, ClosestPointIsFoundByXInStepsOfTheSamplePeriod)
+{
+    CDataSeries series("tens");
+    for (int i = 0; i <= 10; ++i)
+        series.Add(CDatum(10.0 * i, i));
+    CAxis x = MakeXAxis(0, 100);
+    series.OnVisibleXExtentsChanged(x);
+    EXPECT_EQ(CDatum(20, 2), series.GetDatumClosestTo(CDatum(15, 99))); // a tie: the later
+    EXPECT_EQ(CDatum(10, 1), series.GetDatumClosestTo(CDatum(14.9, 0)));
+    EXPECT_EQ(CDatum(20, 2), series.GetDatumClosestTo(CDatum(15.1, 0)));
+    EXPECT_EQ(CDatum(0, 0), series.GetDatumClosestTo(CDatum(-50, 0)));
+    EXPECT_EQ(CDatum(100, 10), series.GetDatumClosestTo(CDatum(1e9, 0)));
+
+    // Thinned: the stop is the first sampled point at or right of the mouse, then only its
+    // direct neighbour is compared, never the points skipped in between.
+    CDataSeries ramp = MakeRamp(100000);
+    CAxis rampX = MakeXAxis(0, 99999);
+    ramp.OnVisibleXExtentsChanged(rampX);
+    ASSERT_EQ(49u, ramp.GetSamplePeriod());
+    EXPECT_EQ(CDatum(1273, 1273), ramp.GetDatumClosestTo(CDatum(1234.4, 0)));
+    EXPECT_EQ(CDatum(1225, 1225), ramp.GetDatumClosestTo(CDatum(1225, 0)));
+    EXPECT_EQ(CDatum(1274, 1274), ramp.GetDatumClosestTo(CDatum(1273.6, 0)));
+    // Past the last sampled point (99960): the last point of all.
+    EXPECT_EQ(CDatum(99999, 99999), ramp.GetDatumClosestTo(CDatum(99970, 0)));
+}
+
+TEST(DataSeriesTest, RelativeDataIsPercentChangeAgainstTheFirstNonZeroValue)
+{
+    CDataSeries series("relative");
+    EXPECT_FALSE(series.IsVisible());
+    EXPECT_EQ(1.0, series.ComputeNextY());
+    for (double y : {0.0, 0.0, -2.0, -1.0, 4.0})
+        series.Add(CDatum(series.ComputeNextY(), y));
+    EXPECT_EQ(5.0, series.ComputeNextY());
+
+    CAxis x = MakeXAxis(0, 1);
+    CAxis y = MakeYAxis();
+    y.SetRelativeUnits(true);
+    series.UpdateExtents(x, y);
+    ASSERT_TRUE(series.IsRelative());
+    const CDataSeries::TData& relative = series.GraphData();
+    ASSERT_EQ(5u, relative.size());
+    // The sign follows the formula: -1 against -2 reads as -50 %.
+    const double expected[] = {-100, -100, 0, -50, -300};
+    for (std::size_t i = 0; i < 5; ++i)
+        EXPECT_DOUBLE_EQ(expected[i], relative[i].m_dY) << i;
+    EXPECT_EQ(1.0, relative[0].m_dX);
+    EXPECT_NEAR(-300 - 300 * 0.02, y.GetMaxExtents().m_dMinimum, 1e-9);
+
+    // Points added later join the relative data against the same base.
+    series.Add(CDatum(6, -4));
+    ASSERT_EQ(6u, series.GraphData().size());
+    EXPECT_DOUBLE_EQ(100.0, series.GraphData().back().m_dY);
+
+    y.SetRelativeUnits(false);
+    series.UpdateExtents(x, y);
+    EXPECT_EQ(-4.0, series.GraphData().back().m_dY);
+
+    // All zero: nothing to draw, nothing fed to the axes.
+    CDataSeries zeros("zeros");
+    zeros.Add(CDatum(1, 0));
+    zeros.Add(CDatum(2, 0));
+    CAxis zerosX(CAxis::X_AXIS, {8, 12}, Gdiplus::Color(), Gdiplus::Color());
+    CAxis zerosY = MakeYAxis();
+    zerosY.SetRelativeUnits(true);
+    zeros.UpdateExtents(zerosX, zerosY);
+    EXPECT_TRUE(zeros.GraphData().empty());
+    EXPECT_TRUE(zerosX.GetMaxExtents() == CAxis::CExtents());
+    EXPECT_EQ(CDatum(), zeros.GetDatumClosestTo(CDatum(1, 0)));
+}
+
+TEST(DataSeriesTest, UpdateExtentsFeedsBothAxesAndResetsTheActiveDatum)
+{
+    CDataSeries series("wave");
+    for (int i = 0; i < 50; ++i)
+        series.Add(CDatum(10 + i, (i % 7) - 3));
+    CActiveDatum active;
+    active.m_oDatum = CDatum(12, 1);
+    active.m_iMarkerX = 40;
+    active.m_iMarkerY = 30;
+    active.m_iMarkerRadius = 4;
+    series.SetActiveDatum(active);
+    EXPECT_TRUE(series.GetActiveDatum().GetMarkerRect().Equals(Gdiplus::Rect(36, 26, 8, 8)));
+
+    CAxis x(CAxis::X_AXIS, {8, 12}, Gdiplus::Color(), Gdiplus::Color());
+    CAxis y = MakeYAxis();
+    series.UpdateExtents(x, y);
+    EXPECT_TRUE(x.GetCurrentExtents() == CAxis::CExtents(10, 59));
+    EXPECT_NEAR(-3 - 6 * 0.02, y.GetCurrentExtents().m_dMinimum, 1e-12);
+    EXPECT_NEAR(3 + 6 * 0.02, y.GetCurrentExtents().m_dMaximum, 1e-12);
+    EXPECT_EQ(std::make_pair(0u, 49u), series.GetVisibleDatumXExtents());
+    EXPECT_EQ(0, series.GetActiveDatum().m_iMarkerRadius);
+    EXPECT_EQ(CDatum(), series.GetActiveDatum().m_oDatum);
+}
