@@ -145,7 +145,7 @@ public:
     // Runs on the worker; waits for it.
     void Program(int device)
     {
-        Proxy().Invoke([this, device] { ProgramDevice(device); });
+        Proxy().PostAndWait([this, device] { ProgramDevice(device); });
     }
 
 private:
@@ -296,6 +296,10 @@ int main(int argc, char** argv)
             SwitchVerboseLogging(out, options.m_sVerbose);
         CVerboseLogging::NotifyIfEnabled();
         out.LogF("Quillon host started", 0u);
+        // The output window's throttler starts with the first text. Started here, on this thread,
+        // it needs nothing from this thread later: a worker that started it would wait for this
+        // thread, which is busy waiting for the worker.
+        out.AddText("Quillon host started");
 
         // The job: two sites programming devices in turn.
         const std::string lot = ReadSettings(out);
