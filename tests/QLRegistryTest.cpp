@@ -238,6 +238,9 @@ TEST_F(QLRegistryTest, FailedWritesRaiseTheStoreTexts)
     }
     value.SetValue(4, true);
     EXPECT_EQ(3ul, value.GetValue());
+    EXPECT_THROW(CQLRegistry::SetHklmPermissionSectionKeys(m_oOut, {section}),
+                 CppUtil::Exception::CQlException);
+    CQLRegistry::SetHklmPermissionSectionKeys(m_oOut, {});
 
 #if !defined(_WIN32)
     // The file registry refuses value names that would break its lines.

@@ -30,6 +30,8 @@ protected:
     VerboseLoggingTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
     {
         RemoveSwitches();
+        // The process's first store object may log a line of its own; it goes nowhere yet.
+        CVerboseLogging::LoadFromRegistry();
         m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
         CCheckableMessageBox::SetPresenter(
             [this](const CString& text, const CString& caption, unsigned int type, unsigned int,
