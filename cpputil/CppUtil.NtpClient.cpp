@@ -183,6 +183,7 @@ ATL::CTime CNtpClient::GetServerTime(const CString& server, int port)
     if (socket.Receive(reply, k_iReplySize) < k_iRequestSize)
         return OnError("Unable to read reply from the server");
 
+    // Read for a debugger's sake: neither changes the result.
     const int leapIndicator = reply[0] >> 6;
     const int stratum = reply[1];
     (void)leapIndicator;
@@ -191,6 +192,7 @@ ATL::CTime CNtpClient::GetServerTime(const CString& server, int port)
     const TNtpTime receive = Read(reply + 32);
     const TNtpTime transmit = Read(reply + 40);
 
+    // The round trip, as above for a debugger only.
     const double delay = Difference(destination, originate) - Difference(receive, transmit);
     (void)delay;
     const double offset =
@@ -211,7 +213,7 @@ bool CNtpClient::IsDataAvailable(CSocket& socket, unsigned long timeoutMs) const
     const int result =
         ::select(static_cast<int>(socket.m_hSocket) + 1, &readable, nullptr, nullptr, &timeout);
     if (result == SOCKET_ERROR)
-        SetLastSocketError();
+        Platform::SetLastSocketError();
     // The log line then names the time-out instead of whatever error came before.
     else if (result == 0)
         ::SetLastError(WSAETIMEDOUT);

@@ -371,6 +371,12 @@ TEST_F(DateTimeTest, SetLegacyReadsFreeFormUsEnglish)
         {"2019/4/8", Utc(2019, 4, 8)},
         {"4-8-19", Utc(2019, 4, 8)},
         {"2/29/2024", Utc(2024, 2, 29)},
+        // Three numbers: month first, else year first, else day first.
+        {"13 4 8", Utc(2013, 4, 8)},
+        {"13/4/2019", Utc(2019, 4, 13)},
+        // Two-digit years up to 49 are this century's.
+        {"1/1/49 1:05PM", Utc(2049, 1, 1, 13, 5)},
+        {"1/1/50", Utc(1950, 1, 1)},
         {"12/31/1999 11:59:59 PM", Utc(1999, 12, 31, 23, 59, 59)},
         // The days of daylight-saving changes.
         {"3/31/2019 4:00", Utc(2019, 3, 31, 4)},
@@ -391,6 +397,8 @@ TEST_F(DateTimeTest, SetLegacyReadsFreeFormUsEnglish)
                                    "4/8/2019 25:00",
                                    "4/8/2019 12:60",
                                    "4/8/2019 12:34:56 XM",
+                                   "Sept 3 2019",
+                                   "3.4.2019",
                                    "April 8, 2019 #"};
     CDateTime value{ATL::CTime(Utc(2020, 1, 1))};
     for (const char* text : refused)

@@ -2,6 +2,9 @@
 
 #include <cstring>
 
+using CppUtil::Platform::SetLastResolveError;
+using CppUtil::Platform::SetLastSocketError;
+
 namespace
 {
 

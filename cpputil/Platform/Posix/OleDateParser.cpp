@@ -1,7 +1,8 @@
 // The free-form forms of the OLE parser in US English: numeric dates month first ("4/8/2019") or
 // year first ("2019-04-08"), dates with month names ("April 8, 2019", "8 Apr 2019"), an optional
 // week day name, and times "12:34", "12:34:56" with an optional AM or PM, before or after the
-// date. A date alone is midnight; a time alone is on 1899-12-30, day 0 of OLE dates.
+// date. A date alone is midnight; a time alone is on 1899-12-30, day 0 of OLE dates. Where the
+// readings of three numbers are tried in turn, the order is the system parser's.
 #include "../OleDateParser.h"
 
 #include "../CivilTime.h"
@@ -30,6 +31,8 @@ struct SToken
     long m_lValue;
     int m_iDigits;
     std::string m_sWord;
+    // A word written straight after a number, as in "1:05PM".
+    bool m_bGlued;
 };
 
 const char* const k_aszMonths[] = {"january",   "february", "march",    "april",
@@ -38,11 +41,10 @@ const char* const k_aszMonths[] = {"january",   "february", "march",    "april",
 const char* const k_aszDays[] = {"sunday",   "monday", "tuesday", "wednesday",
                                  "thursday", "friday", "saturday"};
 
-// Names may be shortened to three letters or more.
+// A name in full or its first three letters, as the locale lists them.
 bool IsAbbreviation(const std::string& word, const char* name)
 {
-    return word.size() >= 3 && word.size() <= std::strlen(name) &&
-           word.compare(0, word.size(), name, word.size()) == 0;
+    return word == name || (word.size() == 3 && word.compare(0, 3, name, 3) == 0);
 }
 
 int MonthOf(const std::string& word)
@@ -65,12 +67,13 @@ bool IsDayName(const std::string& word)
     return false;
 }
 
-// 0 for a word that is neither AM nor PM, 1 for AM, 2 for PM.
-int MeridiemOf(const std::string& word)
+// 0 for a word that is neither AM nor PM, 1 for AM, 2 for PM. The one-letter forms stand apart.
+int MeridiemOf(const SToken& token)
 {
-    if (word == "am" || word == "a")
+    const std::string& word = token.m_sWord;
+    if (word == "am" || (word == "a" && !token.m_bGlued))
         return 1;
-    if (word == "pm" || word == "p")
+    if (word == "pm" || (word == "p" && !token.m_bGlued))
         return 2;
     return 0;
 }
@@ -82,7 +85,7 @@ bool Tokenize(const char* text, std::vector<SToken>& tokens)
         const unsigned char c = static_cast<unsigned char>(*p);
         if (std::isdigit(c))
         {
-            SToken token = {SToken::Number, 0, 0, std::string()};
+            SToken token = {SToken::Number, 0, 0, std::string(), false};
             for (; std::isdigit(static_cast<unsigned char>(*p)); ++p)
             {
                 // Nine digits already overflow every field.
@@ -94,17 +97,18 @@ bool Tokenize(const char* text, std::vector<SToken>& tokens)
         }
         else if (std::isalpha(c))
         {
-            SToken token = {SToken::Word, 0, 0, std::string()};
+            SToken token = {SToken::Word, 0, 0, std::string(),
+                            p != text && std::isdigit(static_cast<unsigned char>(p[-1]))};
             for (; std::isalpha(static_cast<unsigned char>(*p)); ++p)
                 token.m_sWord += static_cast<char>(std::tolower(static_cast<unsigned char>(*p)));
             tokens.push_back(token);
         }
         else if (c == ':')
         {
-            tokens.push_back({SToken::Colon, 0, 0, std::string()});
+            tokens.push_back({SToken::Colon, 0, 0, std::string(), false});
             ++p;
         }
-        else if (std::isspace(c) || c == ',' || c == '/' || c == '-' || c == '.')
+        else if (std::isspace(c) || c == ',' || c == '/' || c == '-')
         {
             ++p;
         }
@@ -129,12 +133,12 @@ bool IsValidDate(long year, long month, long day)
     return day <= k_aiDays[month - 1] + (month == 2 && IsLeapYear(year) ? 1 : 0);
 }
 
-// Two-digit years fall in 1930..2029.
+// Two-digit years fall in 1950..2049, the system's default window.
 long FullYear(const SToken& token)
 {
     if (token.m_iDigits > 2)
         return token.m_lValue;
-    return token.m_lValue < 30 ? 2000 + token.m_lValue : 1900 + token.m_lValue;
+    return token.m_lValue < 50 ? 2000 + token.m_lValue : 1900 + token.m_lValue;
 }
 
 long CurrentYear()
@@ -150,24 +154,20 @@ bool IsYear(const SToken& token)
     return token.m_iDigits > 2 || token.m_lValue > 31;
 }
 
+bool Accept(long year, long month, long day, long date[3])
+{
+    if (!IsValidDate(year, month, day))
+        return false;
+    date[0] = year;
+    date[1] = month;
+    date[2] = day;
+    return true;
+}
+
 // Month first, and day first when that is the only reading that makes a date.
 bool MonthDay(long month, long day, long year, long date[3])
 {
-    if (IsValidDate(year, month, day))
-    {
-        date[0] = year;
-        date[1] = month;
-        date[2] = day;
-        return true;
-    }
-    if (IsValidDate(year, day, month))
-    {
-        date[0] = year;
-        date[1] = day;
-        date[2] = month;
-        return true;
-    }
-    return false;
+    return Accept(year, month, day, date) || Accept(year, day, month, date);
 }
 
 bool ResolveDate(const std::vector<SToken>& numbers, int month, long date[3])
@@ -205,7 +205,10 @@ bool ResolveDate(const std::vector<SToken>& numbers, int month, long date[3])
             date[2] = numbers[2].m_lValue;
             return IsValidDate(date[0], date[1], date[2]);
         }
-        return MonthDay(numbers[0].m_lValue, numbers[1].m_lValue, FullYear(numbers[2]), date);
+        // Month, day, year; else year, month, day; else day, month, year.
+        return Accept(FullYear(numbers[2]), numbers[0].m_lValue, numbers[1].m_lValue, date) ||
+               Accept(FullYear(numbers[0]), numbers[1].m_lValue, numbers[2].m_lValue, date) ||
+               Accept(FullYear(numbers[2]), numbers[1].m_lValue, numbers[0].m_lValue, date);
     }
     if (numbers.size() == 2)
     {
@@ -243,7 +246,7 @@ bool ParseOleDate(const char* text, DWORD, LCID, DATE& result)
                                  tokens[i + 2].m_eKind == SToken::Number;
         const bool meridiemFollows = i + 1 < tokens.size() &&
                                      tokens[i + 1].m_eKind == SToken::Word &&
-                                     MeridiemOf(tokens[i + 1].m_sWord) != 0;
+                                     MeridiemOf(tokens[i + 1]) != 0;
         if (token.m_eKind == SToken::Number && (timeFollows || meridiemFollows))
         {
             if (hasTime)
@@ -257,8 +260,8 @@ bool ParseOleDate(const char* text, DWORD, LCID, DATE& result)
                  ++field, next += 2)
                 time[field] = tokens[next + 1].m_lValue;
             if (next < tokens.size() && tokens[next].m_eKind == SToken::Word &&
-                MeridiemOf(tokens[next].m_sWord) != 0)
-                meridiem = MeridiemOf(tokens[next++].m_sWord);
+                MeridiemOf(tokens[next]) != 0)
+                meridiem = MeridiemOf(tokens[next++]);
             i = next - 1;
         }
         else if (token.m_eKind == SToken::Number)

@@ -29,6 +29,11 @@ inline int closesocket(SOCKET s)
     return ::close(s);
 }
 
+namespace CppUtil
+{
+namespace Platform
+{
+
 // After a failed socket call: the error becomes the thread's last error, as Winsock does it.
 inline void SetLastSocketError()
 {
@@ -40,3 +45,6 @@ inline void SetLastResolveError(int result)
 {
     SetLastError(static_cast<DWORD>(result == EAI_SYSTEM ? errno : EHOSTUNREACH));
 }
+
+} // namespace Platform
+} // namespace CppUtil
