@@ -159,7 +159,8 @@ void RenderSvg(benchmark::State& state)
         benchmark::DoNotOptimize(graph.RenderSvg());
     }
 }
-BENCHMARK(RenderSvg)->Unit(benchmark::kMicrosecond);
+// In nanoseconds like the baseline: the ratio is taken from the figures as printed.
+BENCHMARK(RenderSvg);
 
 } // namespace
 
