@@ -20,7 +20,7 @@ int CommonValue(const unsigned char* data, std::size_t length)
     return *data;
 }
 
-// The bytes of single passes with an object made now, redone when the second changed meanwhile.
+// The byte each of so many single passes of a new object leaves.
 std::vector<int> PassValues(unsigned int passes)
 {
     std::vector<int> values;
