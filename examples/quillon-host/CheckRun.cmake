@@ -5,6 +5,8 @@
 # in that order (other lines may come between). A line starting with "!" is one that no line of
 # the file may match. Log lines start with their time stamp, which is checked and then dropped.
 
+cmake_minimum_required(VERSION 3.20)
+
 file(REMOVE_RECURSE ${DIR})
 execute_process(COMMAND ${EMULATOR} ${HOST} --dir ${DIR} ${ARGS}
     RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)

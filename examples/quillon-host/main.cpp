@@ -158,9 +158,9 @@ private:
                     CVerboseLogging::PnpPriorityLevel) %
             m_iSite % device % (device % 3);
         if (device == k_iFailingDevice)
-            CppUtil::Exception::ThrowQlException(
-                "Device not responding on socket 3.", "CProgrammer::ProgramDevice", "quillon-host",
-                __LINE__);
+            CppUtil::Exception::ThrowQlException("Device not responding on socket 3.",
+                                                 "CProgrammer::ProgramDevice", "quillon-host",
+                                                 __LINE__);
         m_oOut.JobLogF("Device %d programmed and verified at site %d", "checksum 0x5A3C") % device %
             m_iSite;
         if (CVerboseLogging::IsApsLoggingEnabled())
@@ -175,16 +175,27 @@ private:
 // areas: "off", or names of switches to turn on, separated by commas.
 void SwitchVerboseLogging(COutput& out, const std::string& areas)
 {
-    static const char* const k_aszAreas[] = {
-        "GalilCommunication", "EmptySocketTest",      "PnpPriorityLevel",
-        "VisionDownward",     "VisionUpward",         "VisionContours",
-        "VisionNewtonsMethod", "VisionDetectCameraLens", "VisionDetectPocket",
-        "VisionDetectNozzle", "VisionDetectBlobs",    "VisionDetectPart",
-        "VisionPatternMatch", "Serialization",        "VisionCameras",
-        "DownwardVisionImageCapture", "ApsLog"};
+    static const char* const k_aszAreas[] = {"GalilCommunication",
+                                             "EmptySocketTest",
+                                             "PnpPriorityLevel",
+                                             "VisionDownward",
+                                             "VisionUpward",
+                                             "VisionContours",
+                                             "VisionNewtonsMethod",
+                                             "VisionDetectCameraLens",
+                                             "VisionDetectPocket",
+                                             "VisionDetectNozzle",
+                                             "VisionDetectBlobs",
+                                             "VisionDetectPart",
+                                             "VisionPatternMatch",
+                                             "Serialization",
+                                             "VisionCameras",
+                                             "DownwardVisionImageCapture",
+                                             "ApsLog"};
     for (const char* name : k_aszAreas)
     {
-        const bool on = ("," + areas + ",").find("," + std::string(name) + ",") != std::string::npos;
+        const bool on =
+            ("," + areas + ",").find("," + std::string(name) + ",") != std::string::npos;
         if (areas != "off" && !on)
             continue;
         CRegistryValue<unsigned long> value(out, HKEY_LOCAL_MACHINE, "VerboseLogging", name, 0,
@@ -200,8 +211,8 @@ std::string ReadSettings(COutput& out)
     // A missing DWORD reads as all ones.
     const unsigned long previous = runs.GetValue() == 0xFFFFFFFFul ? 0 : runs.GetValue();
     runs.SetValue(previous + 1);
-    CRegistryValue<CString> lot(out, HKEY_CURRENT_USER, k_szSection, "LastLot", "none", true,
-                                false, true);
+    CRegistryValue<CString> lot(out, HKEY_CURRENT_USER, k_szSection, "LastLot", "none", true, false,
+                                true);
     out.LogF("Settings: run %lu, previous lot %s", 0u) % (previous + 1) % lot.GetValue();
     const std::string nextLot = "LOT-" + std::to_string(4711 + previous);
     lot.SetValue(nextLot.c_str());
