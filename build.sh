@@ -10,7 +10,7 @@ cd "$(dirname "$0")"
 NATIVE_PACKAGES=(cmake ninja-build g++ pkg-config libboost-dev googletest libbenchmark-dev libssl-dev
     openssl)
 CROSS_PACKAGES=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 mingw-w64-tools wine wine64)
-CHECK_PACKAGES=(clang-format)
+CHECK_PACKAGES=(clang-format doxygen)
 # The NTP client's tests query a chronyd of their own on loopback.
 TEST_PACKAGES=(chrony)
 # libFuzzer comes with clang's runtime libraries, which clang only recommends.
@@ -48,6 +48,10 @@ test_preset() {
     build_preset "$preset"
     echo "=== $preset: test"
     "${runner[@]}" ctest --preset "$preset" -j "$JOBS"
+    if [ "$preset" = debug ]; then
+        echo "=== debug: API reference"
+        cmake --build --preset debug --target docs
+    fi
 }
 
 fuzz_preset() {
@@ -77,9 +81,10 @@ check_format() {
 
 case "${1:-}" in
 run)
+    shift
     install_packages "${NATIVE_PACKAGES[@]}"
     build_preset debug
-    ./build/debug/bin/log-demo
+    ./build/debug/bin/quillon-host "$@"
     ;;
 test)
     install_packages "${NATIVE_PACKAGES[@]}" "${CROSS_PACKAGES[@]}" "${CHECK_PACKAGES[@]}" \

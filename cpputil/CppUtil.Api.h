@@ -1,4 +1,5 @@
-// Export macro for the CppUtil shared library.
+/// @file
+/// Export macro for the CppUtil shared library.
 #pragma once
 
 #if defined(_WIN32)
@@ -11,7 +12,7 @@
 #define CPPUTIL_API __attribute__((visibility("default")))
 #endif
 
-// The C exports: C linkage for C++ callers, plain declarations for C ones.
+/// The C exports: C linkage for C++ callers, plain declarations for C ones.
 #if defined(__cplusplus)
 #define CPPUTIL_C_API extern "C" CPPUTIL_API
 #else

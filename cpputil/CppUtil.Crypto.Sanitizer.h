@@ -1,4 +1,5 @@
-// Overwrites sensitive buffers in place and checks that the overwrite took.
+/// @file
+/// Overwrites sensitive buffers in place and checks that the overwrite took.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -8,8 +9,8 @@ namespace CppUtil
 namespace Crypto
 {
 
-// Each pass writes zeros, then ones, then one random byte over the whole buffer and reads the
-// random byte back. Not for sharing between threads: the generator is the C runtime's.
+/// Each pass writes zeros, then ones, then one random byte over the whole buffer and reads the
+/// random byte back. Not for sharing between threads: the generator is the C runtime's.
 class CPPUTIL_API CSanitizer
 {
 public:
@@ -17,8 +18,8 @@ public:
 
     CSanitizer() : m_iSeeded(0) {}
 
-    // Throws CQlException at the first pass whose read-back finds another byte. Zero passes
-    // leave the buffer alone.
+    /// Throws CQlException at the first pass whose read-back finds another byte. Zero passes
+    /// leave the buffer alone.
     void Sanitize(unsigned char* buffer, unsigned int length, unsigned int passes);
 
 private:

@@ -1,4 +1,5 @@
-// The one exception type the library throws.
+/// @file
+/// The one exception type the library throws.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -11,8 +12,8 @@ namespace CppUtil
 namespace Exception
 {
 
-// A failure with the place that raised it: what() is the message; the function, the source file
-// and the line are kept beside it.
+/// A failure with the place that raised it: what() is the message; the function, the source file
+/// and the line are kept beside it.
 class CPPUTIL_API CQlException : public std::runtime_error
 {
 public:
@@ -20,10 +21,10 @@ public:
                  unsigned int line);
     ~CQlException() override;
 
-    // Where the failure was raised, in one line for logs that already show the message.
+    /// Where the failure was raised, in one line for logs that already show the message.
     virtual CString GetDetails() const;
-    // Subclasses override both, so that an exception carried to another thread as a
-    // CQlException is thrown there again with its own type.
+    /// Subclasses override both, so that an exception carried to another thread as a
+    /// CQlException is thrown there again with its own type.
     virtual CQlException* Clone() const;
     [[noreturn]] virtual void Rethrow() const;
 

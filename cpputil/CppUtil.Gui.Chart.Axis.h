@@ -1,4 +1,5 @@
-// The numeric model of one axis of the chart's graph: extents, ticks, zoom and scroll.
+/// @file
+/// The numeric model of one axis of the chart's graph: extents, ticks, zoom and scroll.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -15,7 +16,7 @@ namespace Gui
 namespace Chart
 {
 
-// One tick mark: where it sits, in raw axis units, and what it reads.
+/// One tick mark: where it sits, in raw axis units, and what it reads.
 class CPPUTIL_API CTick
 {
 public:
@@ -38,9 +39,9 @@ public:
         Y_AXIS = 1
     };
 
-    // A range. The default is the empty range: the largest double as minimum and the smallest
-    // positive normal double as maximum, so the first value fed to an axis replaces the minimum
-    // and, when positive, the maximum; an all-negative data set keeps a maximum of about zero.
+    /// A range. The default is the empty range: the largest double as minimum and the smallest
+    /// positive normal double as maximum, so the first value fed to an axis replaces the minimum
+    /// and, when positive, the maximum; an all-negative data set keeps a maximum of about zero.
     class CPPUTIL_API CExtents
     {
     public:
@@ -58,8 +59,8 @@ public:
         double m_dMaximum;
     };
 
-    // One step of a compound unit: how many of the finer step make one of this, and the
-    // character written after this step's number when a finer step follows.
+    /// One step of a compound unit: how many of the finer step make one of this, and the
+    /// character written after this step's number when a finer step follows.
     class CPPUTIL_API CUnitScale
     {
     public:
@@ -75,7 +76,7 @@ public:
     };
     typedef std::vector<CUnitScale> TUnitScales;
 
-    // Seconds, minutes, hours, for raw values in seconds.
+    /// Seconds, minutes, hours, for raw values in seconds.
     static const TUnitScales TIME_SCALE;
 
     CAxis(EType type, const std::pair<unsigned int, unsigned int>& tickCountRange,
@@ -90,7 +91,7 @@ public:
     double GetCurrentExtentWidth() const { return m_oCurrentExtents.Width(); }
     bool IsCoordWithinCurrentExtents(double value) const;
 
-    // Cached per current extents: the graph asks several times per paint.
+    /// Cached per current extents: the graph asks several times per paint.
     std::vector<CTick> GetTicks();
     CTick CreateTick(double position, bool extraDigit) const;
     CString GetUnitsString() const;
@@ -102,8 +103,8 @@ public:
     void SetRelativeUnits(bool relative) { m_iRelativeUnits = relative ? 1 : 0; }
     bool IsRelativeUnits() const { return m_iRelativeUnits != 0; }
 
-    // anchor: where the fixed point lies across the current range, 0 left to 1 right. Zooming
-    // out by an amount undoes zooming in by the same amount. False when refused.
+    /// anchor: where the fixed point lies across the current range, 0 left to 1 right. Zooming
+    /// out by an amount undoes zooming in by the same amount. False when refused.
     bool Zoom(double anchor, bool zoomIn, double amount);
     void ScrollBy(double delta);
     void ScrollTo(double position);
@@ -141,7 +142,7 @@ private:
     CExtents m_oMaxExtents;
     std::vector<CTick> m_oTicks;
     TUnitScales m_oUnitScales;
-    // An index rather than a pointer into the scales, so that a copied axis refers to its own.
+    /// An index rather than a pointer into the scales, so that a copied axis refers to its own.
     int m_iSelectedUnitScale;
     double m_dUnitScaler;
     double m_dGridMultScaler;

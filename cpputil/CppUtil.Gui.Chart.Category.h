@@ -1,4 +1,5 @@
-// One kind of data or event in a chart.
+/// @file
+/// One kind of data or event in a chart.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -22,14 +23,14 @@ public:
         ERROR_CATEGORY = 8
     };
 
-    // A non-empty parent name makes this a sub-category of the group of that name.
+    /// A non-empty parent name makes this a sub-category of the group of that name.
     CCategory(const CString& name, int flags, const CString& parentName)
         : m_sName(name), m_iFlags(flags), m_sParentName(parentName)
     {
     }
 
     CString GetName() const { return m_sName; }
-    // A sub-category is shown under its group's name.
+    /// A sub-category is shown under its group's name.
     CString GetDisplayName() const { return IsSubCategory() ? m_sParentName : m_sName; }
     int GetFlags() const { return m_iFlags; }
     const CString& GetParentName() const { return m_sParentName; }

@@ -1,5 +1,6 @@
-// A time chart of data series with categorised events: the model, the graph on the left and the
-// event list on the right.
+/// @file
+/// A time chart of data series with categorised events: the model, the graph on the left and the
+/// event list on the right.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -21,7 +22,7 @@ namespace Gui
 namespace Chart
 {
 
-// Lives on the user-interface thread; nothing in it is locked.
+/// Lives on the user-interface thread; nothing in it is locked.
 class CPPUTIL_API CChart
 {
 public:
@@ -33,26 +34,26 @@ public:
     CChart(const CChart&) = delete;
     CChart& operator=(const CChart&) = delete;
 
-    // The event list takes the right-most part once there are events; call again after the
-    // first one arrives.
+    /// The event list takes the right-most part once there are events; call again after the
+    /// first one arrives.
     void Position(const CRect& rect);
-    // Names are not checked for duplicates: lookups find the first.
+    /// Names are not checked for duplicates: lookups find the first.
     void AddCategory(const CString& name, int flags, const CString& parentName = CString());
     std::shared_ptr<CCategory> FindCategory(const CString& name) const;
     void AddData(const CString& categoryName, double x, double y);
     void AddEvent(const CString& categoryName, unsigned int time, const CString& description,
                   const CString& logFilename);
-    // One way; must come before the first event.
+    /// One way; must come before the first event.
     void SetTimeXAxis();
     bool IsTimeXAxis() const { return m_bTimeXAxis; }
-    // Keeps the time-axis switch and the views.
+    /// Keeps the time-axis switch and the views.
     void Clear();
     bool IsCategoriesEmpty() const { return m_oCategories.empty(); }
     bool IsDataEmpty() const;
 
     CGraph& GetGraph() { return m_oGraph; }
     CEventList& GetEventList() { return m_oEventList; }
-    // Both views side by side, each where Position put it, as one page.
+    /// Both views side by side, each where Position put it, as one page.
     CString RenderHtml();
 
 private:

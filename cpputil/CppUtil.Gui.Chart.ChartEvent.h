@@ -1,4 +1,5 @@
-// An event on a chart's time line, and the marker the graph draws for it.
+/// @file
+/// An event on a chart's time line, and the marker the graph draws for it.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -18,7 +19,7 @@ namespace Chart
 class CPPUTIL_API CChartEvent
 {
 public:
-    // id: the number of events the chart held before this one.
+    /// id: the number of events the chart held before this one.
     CChartEvent(unsigned int id, const std::shared_ptr<CCategory>& category, unsigned int time,
                 const CString& description, const CString& logFilename)
         : m_uId(id), m_poCategory(category), m_uTime(time), m_sDescription(description),
@@ -40,8 +41,8 @@ private:
     CString m_sLogFilename;
 };
 
-// Equal markers share letter, rectangle and event object: an equal-looking copy of an event is
-// another event.
+/// Equal markers share letter, rectangle and event object: an equal-looking copy of an event is
+/// another event.
 class CPPUTIL_API CEventMarker
 {
 public:

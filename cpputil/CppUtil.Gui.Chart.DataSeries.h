@@ -1,4 +1,5 @@
-// The plotted points of one chartable category.
+/// @file
+/// The plotted points of one chartable category.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -31,13 +32,13 @@ public:
     double m_dY;
 };
 
-// The point the user picked, with where its marker and its description box are drawn.
+/// The point the user picked, with where its marker and its description box are drawn.
 class CPPUTIL_API CActiveDatum
 {
 public:
     CActiveDatum() : m_iMarkerX(0), m_iMarkerY(0), m_iMarkerRadius(0) {}
 
-    // The square around the marker centre with the radius as half its side.
+    /// The square around the marker centre with the radius as half its side.
     Gdiplus::Rect GetMarkerRect() const
     {
         return Gdiplus::Rect(m_iMarkerX - m_iMarkerRadius, m_iMarkerY - m_iMarkerRadius,
@@ -51,7 +52,7 @@ public:
     int m_iMarkerRadius;
 };
 
-// A series' two colours: the line it is drawn with and the fill of its markers and legend.
+/// A series' two colours: the line it is drawn with and the fill of its markers and legend.
 class CPPUTIL_API CColor
 {
 public:
@@ -67,19 +68,19 @@ public:
     Gdiplus::ARGB m_uFill;
 };
 
-// The x values must not decrease from one point to the next: the searches depend on it.
+/// The x values must not decrease from one point to the next: the searches depend on it.
 class CPPUTIL_API CDataSeries
 {
 public:
     typedef std::vector<CDatum> TData;
 
-    // About this many points are drawn per pass; longer visible ranges are thinned.
+    /// About this many points are drawn per pass; longer visible ranges are thinned.
     static const unsigned int k_uMostPointsPerPass = 2000;
 
     explicit CDataSeries(const CString& name);
 
     void Add(const CDatum& datum) { m_oData.push_back(datum); }
-    // The relative data when the Y axis shows percentages, else the data as added.
+    /// The relative data when the Y axis shows percentages, else the data as added.
     const TData& GraphData() const;
 
     const CString& GetName() const { return m_sName; }
@@ -99,14 +100,14 @@ public:
     }
     bool IsRelative() const { return m_bRelative; }
 
-    // Indices of the first and last point to draw, one beyond each edge of the visible range.
+    /// Indices of the first and last point to draw, one beyond each edge of the visible range.
     std::pair<unsigned int, unsigned int> GetVisibleDatumXExtents() const
     {
         return m_oVisibleDatumXExtents;
     }
-    // The step that thins the visible range to about k_uMostPointsPerPass points.
+    /// The step that thins the visible range to about k_uMostPointsPerPass points.
     unsigned int GetSamplePeriod() const;
-    // The visible point nearest in x, looked at in steps of the sample period.
+    /// The visible point nearest in x, looked at in steps of the sample period.
     CDatum GetDatumClosestTo(const CDatum& datum) const;
     double ComputeNextY() const;
 
@@ -115,7 +116,7 @@ public:
 
 private:
     const TData& RelativeData() const;
-    // Indices of the first points not left of each datum, as std::lower_bound gives them.
+    /// Indices of the first points not left of each datum, as std::lower_bound gives them.
     static std::pair<std::size_t, std::size_t> FindEdges(const TData& data, const CDatum& left,
                                                          const CDatum& right);
     static bool IsDatumLessThan(const CDatum& left, const CDatum& right)
@@ -125,9 +126,9 @@ private:
 
     CString m_sName;
     TData m_oData;
-    // Built on demand and extended as points arrive, since the data only ever grows.
+    /// Built on demand and extended as points arrive, since the data only ever grows.
     mutable TData m_oRelativeData;
-    // How far the search for the first non-zero y has got while none was found.
+    /// How far the search for the first non-zero y has got while none was found.
     mutable std::size_t m_uRelativeBaseSearched;
     CColor m_oColor;
     CActiveDatum m_oActiveDatum;

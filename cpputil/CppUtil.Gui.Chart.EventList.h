@@ -1,5 +1,6 @@
-// The chart's event list: the events of the selected categories as HTML, with the letters of
-// their markers on the graph.
+/// @file
+/// The chart's event list: the events of the selected categories as HTML, with the letters of
+/// their markers on the graph.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -21,7 +22,7 @@ namespace Chart
 
 class CChart;
 
-// A plain object that keeps its parent, for the reason given at CGraph.
+/// A plain object that keeps its parent, for the reason given at CGraph.
 class CPPUTIL_API CEventList
 {
 public:
@@ -45,17 +46,17 @@ public:
     void OnActiveCategoryChanged();
     void OnVisibleEventMarkersChanged();
 
-    // "[All]", "[All Errors]", "[None]", then each flagable category's display name once.
+    /// "[All]", "[All Errors]", "[None]", then each flagable category's display name once.
     std::vector<CString> GetCategoryChoices() const;
     const CString& GetSelectedCategory() const { return m_sSelectedCategory; }
-    // As if the user picked the choice; false, and nothing changes, for a text not offered.
+    /// As if the user picked the choice; false, and nothing changes, for a text not offered.
     bool SelectCategory(const CString& choice);
-    // As if the user clicked the item of the event with this id; false when there is none.
+    /// As if the user clicked the item of the event with this id; false when there is none.
     bool OnItemClick(unsigned int eventId);
     std::shared_ptr<CChartEvent> GetActiveEvent() const { return m_poActiveEvent; }
-    // The events of the visible categories, in order of arrival.
+    /// The events of the visible categories, in order of arrival.
     TEvents GetVisibleEvents() const;
-    // How often the list had to be drawn anew: its items, markers or active event changed.
+    /// How often the list had to be drawn anew: its items, markers or active event changed.
     unsigned int GetRedrawCount() const { return m_uRedrawCount; }
 
     CString RenderHtml() const;

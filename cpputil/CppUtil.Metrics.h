@@ -1,4 +1,5 @@
-// Minimum, maximum, total, mean and deviation of a series of durations.
+/// @file
+/// Minimum, maximum, total, mean and deviation of a series of durations.
 #pragma once
 
 #include "CppUtil.RunningStdDeviation.h"
@@ -26,7 +27,7 @@ public:
         m_oStdDeviation.Reset();
     }
 
-    // Records one measurement.
+    /// Records one measurement.
     void UpdateDelta(T delta) { CalculateStats(delta); }
 
     T GetDelta() const { return m_iLastDelta; }
@@ -35,8 +36,8 @@ public:
     T GetTotalDelta() const { return m_iTotalDelta; }
     double GetMeanDelta() const { return m_dMeanDelta; }
     double GetStandardDeviation() const { return m_oStdDeviation.GetStandardDeviation(); }
-    // The number of measurements plus one: the counter starts at 1 and existing reports rely on
-    // that.
+    /// The number of measurements plus one: the counter starts at 1 and existing reports rely on
+    /// that.
     unsigned int GetIterationCount() const { return m_uIterationCount; }
 
 private:

@@ -1,5 +1,6 @@
-// A stopwatch on the high-resolution performance counter whose measurements, in microseconds,
-// feed its metrics.
+/// @file
+/// A stopwatch on the high-resolution performance counter whose measurements, in microseconds,
+/// feed its metrics.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -15,14 +16,14 @@ public:
     CPerformanceTimer();
     ~CPerformanceTimer() override;
 
-    // One reading of the performance counter.
+    /// One reading of the performance counter.
     static LARGE_INTEGER GetSnapShot();
 
     void CaptureStart();
-    // Ends the capture and records its duration.
+    /// Ends the capture and records its duration.
     void CaptureEnd();
     void CalculateDelta();
-    // End less start, in microseconds.
+    /// End less start, in microseconds.
     __int64 CalculateElapsedTime() const;
 
     LARGE_INTEGER GetStartTime() const { return m_oStart; }

@@ -1,5 +1,6 @@
-// A scope timer: each one adds its lifetime to a process-wide table of seconds and calls per name,
-// which DisplayResults prints. The table has no lock: profile from one thread at a time.
+/// @file
+/// A scope timer: each one adds its lifetime to a process-wide table of seconds and calls per name,
+/// which DisplayResults prints. The table has no lock: profile from one thread at a time.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -31,13 +32,13 @@ public:
     };
 
     explicit CProfileTimer(const CString& name);
-    // Adds the elapsed seconds to the name's row and counts the call.
+    /// Adds the elapsed seconds to the name's row and counts the call.
     ~CProfileTimer();
     CProfileTimer(const CProfileTimer&) = delete;
     CProfileTimer& operator=(const CProfileTimer&) = delete;
 
     static void ClearMap();
-    // One line per name, in ascending order: "name - (seconds, calls)".
+    /// One line per name, in ascending order: "name - (seconds, calls)".
     static void DisplayResults(Text::COutput& out);
 
 private:

@@ -1,5 +1,6 @@
-// Running mean and population standard deviation of a stream of samples (Welford's method), so
-// that long measurement series need no storage and lose no precision to large sums.
+/// @file
+/// Running mean and population standard deviation of a stream of samples (Welford's method), so
+/// that long measurement series need no storage and lose no precision to large sums.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -16,7 +17,7 @@ public:
     CRunningStdDeviation& operator=(const CRunningStdDeviation&) = default;
 
     void Reset();
-    // Adds one sample.
+    /// Adds one sample.
     void Calculate(double x);
 
     double GetStandardDeviation() const { return m_dStandardDeviation; }
@@ -26,7 +27,7 @@ public:
 private:
     double m_dStandardDeviation;
     double m_dMean;
-    // The sum of squared deviations from the mean.
+    /// The sum of squared deviations from the mean.
     double m_dM2;
     int m_iCount;
 };

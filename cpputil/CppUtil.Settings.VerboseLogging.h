@@ -1,4 +1,5 @@
-// Machine-wide switches that turn on extra diagnostic logging per area of the host.
+/// @file
+/// Machine-wide switches that turn on extra diagnostic logging per area of the host.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -15,7 +16,7 @@ namespace Settings
 class CPPUTIL_API CVerboseLogging
 {
 public:
-    // One bit per area; a log line's message id is a mask of these.
+    /// One bit per area; a log line's message id is a mask of these.
     enum EType : unsigned int
     {
         GalilCommunication = 0x1,
@@ -37,15 +38,15 @@ public:
         ApsLog = 0x10000
     };
 
-    // A mask of 0 is always enabled. Otherwise the lowest switched-on area in the mask enables
-    // the message and its name followed by ": " becomes the prefix; prefix is untouched when
-    // the answer is no.
+    /// A mask of 0 is always enabled. Otherwise the lowest switched-on area in the mask enables
+    /// the message and its name followed by ": " becomes the prefix; prefix is untouched when
+    /// the answer is no.
     static bool IsMessageEnabled(unsigned int mask, CString& prefix);
     static bool IsApsLoggingEnabled();
 
-    // Reads every switch again from HKLM\...\VerboseLogging; a missing one is off.
+    /// Reads every switch again from HKLM\\...\\VerboseLogging; a missing one is off.
     static void LoadFromRegistry();
-    // At start-up: loads the switches and, when any is on, warns the operator with a box.
+    /// At start-up: loads the switches and, when any is on, warns the operator with a box.
     static void NotifyIfEnabled();
 
 private:
@@ -54,7 +55,7 @@ private:
     static CRegistryValue<unsigned long> CreateRegValue(const CString& name);
 
     static const CString k_sRegPath;
-    // Empty until the switches are loaded: every area is off.
+    /// Empty until the switches are loaded: every area is off.
     static std::map<EType, CRegistryValue<unsigned long>> k_oLogTypeMap;
 };
 

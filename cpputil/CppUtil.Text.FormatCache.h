@@ -1,4 +1,5 @@
-// Pool of parsed boost::format objects, keyed by their format text.
+/// @file
+/// Pool of parsed boost::format objects, keyed by their format text.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -15,7 +16,7 @@ namespace Text
 
 class CFormatCache;
 
-// A parsed format on loan from the pool, with the text it was parsed from.
+/// A parsed format on loan from the pool, with the text it was parsed from.
 class CPPUTIL_API CPooledFormat
 {
 public:
@@ -33,26 +34,26 @@ private:
 
     CString m_sText;
     boost::format m_oFormat;
-    // Where the pool keeps formats of this text, valid while the pool's generation is unchanged:
-    // giving a format back then needs no lookup.
+    /// Where the pool keeps formats of this text, valid while the pool's generation is unchanged:
+    /// giving a format back then needs no lookup.
     std::vector<std::unique_ptr<CPooledFormat>>* m_poSlot;
     unsigned int m_uGeneration;
 };
 
-// Parsing a format text costs more than applying it, and a host logs the same few hundred texts
-// over and over. A builder borrows a parsed format for its text and gives it back cleared, so a
-// text is parsed about once. A borrowed format belongs to its builder alone.
+/// Parsing a format text costs more than applying it, and a host logs the same few hundred texts
+/// over and over. A builder borrows a parsed format for its text and gives it back cleared, so a
+/// text is parsed about once. A borrowed format belongs to its builder alone.
 class CPPUTIL_API CFormatCache
 {
 public:
-    // A format for text with no arguments fed: a pooled one when there is one, otherwise a
-    // freshly parsed one.
+    /// A format for text with no arguments fed: a pooled one when there is one, otherwise a
+    /// freshly parsed one.
     static std::unique_ptr<CPooledFormat> Acquire(const CString& text);
 
-    // Gives a format back to the pool after clearing its arguments.
+    /// Gives a format back to the pool after clearing its arguments.
     static void Release(std::unique_ptr<CPooledFormat> format);
 
-    // How many formats the pool holds, for tests and diagnostics.
+    /// How many formats the pool holds, for tests and diagnostics.
     static std::size_t GetPooledCount();
 
 private:

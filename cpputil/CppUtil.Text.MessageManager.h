@@ -1,4 +1,5 @@
-// Routes finished texts to the host's logging delegate and to the output window.
+/// @file
+/// Routes finished texts to the host's logging delegate and to the output window.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -19,7 +20,7 @@ namespace Text
 
 class COutput;
 
-// Where the host writes a log line.
+/// Where the host writes a log line.
 enum ELogEntryDestination
 {
     Log = 0,
@@ -36,8 +37,8 @@ public:
         TLoggingEventHandler;
 
     CMessageManager();
-    // A copy takes the original's output, handler and switches and joins the set of live
-    // managers as a manager of its own.
+    /// A copy takes the original's output, handler and switches and joins the set of live
+    /// managers as a manager of its own.
     CMessageManager(const CMessageManager& other);
     CMessageManager& operator=(const CMessageManager& other);
     ~CMessageManager();
@@ -61,13 +62,13 @@ public:
 private:
     friend class COutput;
 
-    // The live managers, ordered by address. Guarded by a lock of the set's own; use
-    // ForEachManager rather than walking it.
+    /// The live managers, ordered by address. Guarded by a lock of the set's own; use
+    /// ForEachManager rather than walking it.
     static std::set<CMessageManager*>& GetMessageManagers();
 
-    // Calls action for every live manager in the set's order. A manager stays alive while the
-    // action runs on it: its destructor waits until no writer uses it. The set's lock is not held
-    // while the action runs, so a handler may itself log or create managers.
+    /// Calls action for every live manager in the set's order. A manager stays alive while the
+    /// action runs on it: its destructor waits until no writer uses it. The set's lock is not held
+    /// while the action runs, so a handler may itself log or create managers.
     static void ForEachManager(const boost::function<void(CMessageManager&)>& action);
 
     void WriteMessageToLogHelper(const CString& text, bool html, const CString& secondText,
@@ -77,17 +78,17 @@ private:
     void WriteMessageToTrace(const CString& text);
     void WriteMessageToPrint(const CString& text, const CString& secondText);
 
-    // The handler and the switches may be changed while other threads write. A writer reads the
-    // current handler with one atomic load; a replaced handler stays alive (owned below) until the
-    // manager dies, since a writer that started with it may still be calling it. Handlers are
-    // installed a few times in a manager's life, so keeping them costs next to nothing.
+    /// The handler and the switches may be changed while other threads write. A writer reads the
+    /// current handler with one atomic load; a replaced handler stays alive (owned below) until the
+    /// manager dies, since a writer that started with it may still be calling it. Handlers are
+    /// installed a few times in a manager's life, so keeping them costs next to nothing.
     std::atomic<COutput*> m_poOutput;
     std::atomic<const TLoggingEventHandler*> m_poLoggingEventHandler;
     std::mutex m_oHandlersMutex;
     std::vector<std::unique_ptr<const TLoggingEventHandler>> m_oInstalledHandlers;
     std::atomic<bool> m_bTraceLogging;
     std::atomic<bool> m_bPrintLogging;
-    // Writers inside ForEachManager using this manager; guarded by the set's lock.
+    /// Writers inside ForEachManager using this manager; guarded by the set's lock.
     unsigned int m_uBroadcastUsers;
 };
 

@@ -99,13 +99,15 @@ void COutput::SetWriteOutputWndDelegate(const TWriteOutputWndDelegate& writer)
     Writer() = writer;
 }
 
+COutput::TWriteOutputWndDelegate COutput::GetWriteOutputWndDelegate()
+{
+    std::lock_guard<std::mutex> lock(WriterMutex());
+    return Writer();
+}
+
 void COutput::WriteToOutputWnd(const CString& text, unsigned int flags)
 {
-    TWriteOutputWndDelegate writer;
-    {
-        std::lock_guard<std::mutex> lock(WriterMutex());
-        writer = Writer();
-    }
+    const TWriteOutputWndDelegate writer = GetWriteOutputWndDelegate();
     if (writer)
         writer(*this, text, flags);
 }

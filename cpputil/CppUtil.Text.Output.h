@@ -1,4 +1,5 @@
-// The output hub: every text the library and its host emit goes through a COutput.
+/// @file
+/// The output hub: every text the library and its host emit goes through a COutput.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -29,40 +30,42 @@ public:
     typedef boost::function<void(COutput& output, const CString& text, unsigned int flags)>
         TWriteOutputWndDelegate;
 
-    // Takes the manager into shared ownership (it may be null) and tells it of this output.
+    /// Takes the manager into shared ownership (it may be null) and tells it of this output.
     explicit COutput(CMessageManager* messageManager);
     COutput(const COutput& other);
     COutput& operator=(const COutput& other);
     ~COutput();
 
-    // Throws CQlException when the output has no manager.
+    /// Throws CQlException when the output has no manager.
     CMessageManager& MessageManager();
 
-    // Used when this output has no manager: texts go to the output the getter returns.
+    /// Used when this output has no manager: texts go to the output the getter returns.
     void SetActiveOutputGetter(const TActiveOutputGetter& getter);
 
-    // The host's output-window writer, shared by all outputs.
+    /// The host's output-window writer, shared by all outputs.
     static void SetWriteOutputWndDelegate(const TWriteOutputWndDelegate& writer);
-    // Calls the output-window writer now, on the calling thread.
+    /// A copy of the writer, for callers that write many texts at once.
+    static TWriteOutputWndDelegate GetWriteOutputWndDelegate();
+    /// Calls the output-window writer now, on the calling thread.
     void WriteToOutputWnd(const CString& text, unsigned int flags);
 
-    // Queues text for the output window with flags 0 (AddText) or 1 (AddDevelopmentText); it is
-    // written on the user-interface thread within about 50 ms. The first call starts the
-    // throttler, which waits for the user-interface thread's message loop when made elsewhere.
+    /// Queues text for the output window with flags 0 (AddText) or 1 (AddDevelopmentText); it is
+    /// written on the user-interface thread within about 50 ms. The first call starts the
+    /// throttler, which waits for the user-interface thread's message loop when made elsewhere.
     void AddText(const CString& text);
     void AddDevelopmentText(const CString& text);
 
     void RegisterMessage(const CString& name, int value);
     bool IsMessageRegistered(const CString& name) const;
-    // Throws CQlException when name is not registered.
+    /// Throws CQlException when name is not registered.
     int GetValue(const CString& name) const;
 
     bool DialogsEnabled() const { return m_bDialogsEnabled; }
     void DialogsEnabled(bool enabled) { m_bDialogsEnabled = enabled; }
 
-    // Text builders. (format, text): second text; (format, unsigned) of the log, legacy and
-    // HTML legacy builders: verbose-logging message id. The job and APS builders ignore the
-    // number and set the flag word to 1 instead.
+    /// Text builders. (format, text): second text; (format, unsigned) of the log, legacy and
+    /// HTML legacy builders: verbose-logging message id. The job and APS builders ignore the
+    /// number and set the flag word to 1 instead.
     CTextOutputBase<TLogF> LogF(const CString& format, const CString& secondText);
     CTextOutputBase<TLogF> LogF(const CString& format, unsigned int messageId);
     CTextOutputBase<TLegacyLogF> LegacyLogF(const CString& format, const CString& secondText);
@@ -82,7 +85,7 @@ public:
     CTextOutputBase<TPrintF> PrintF(const CString& format, const CString& secondText);
     CTextOutputBase<TTraceF> TraceF(const CString& format);
 
-    // The same builders with a compiled message as the format.
+    /// The same builders with a compiled message as the format.
     CTextOutputBase<TLogF> LogF(const CCompiledMsgBase& format, const CString& secondText);
     CTextOutputBase<TLogF> LogF(const CCompiledMsgBase& format, unsigned int messageId);
     CTextOutputBase<TLegacyLogF> LegacyLogF(const CCompiledMsgBase& format,
@@ -106,8 +109,8 @@ public:
     CTextOutputBase<TPrintF> PrintF(const CCompiledMsgBase& format, const CString& secondText);
     CTextOutputBase<TTraceF> TraceF(const CCompiledMsgBase& format);
 
-    // Message boxes of this output: type holds MB_* style bits (0x04000000 marks HTML text),
-    // extra is passed through to the box.
+    /// Message boxes of this output: type holds MB_* style bits (0x04000000 marks HTML text),
+    /// extra is passed through to the box.
     CMsgBoxF MsgBoxF(const char* format, unsigned int type, unsigned int extra);
     CMsgBoxF MsgBoxF(const char* format, const CString& title, unsigned int type,
                      unsigned int extra);
@@ -115,12 +118,12 @@ public:
     CMsgBoxF MsgBoxF(const CCompiledMsgBase& format, const CString& title, unsigned int type,
                      unsigned int extra);
 
-    // Hands a finished builder to the manager, the active output, or every live manager.
+    /// Hands a finished builder to the manager, the active output, or every live manager.
     template <class Tag>
     void Write(const CTextOutputBase<Tag>& text);
 
 private:
-    // Made on first use; copies made after that share it.
+    /// Made on first use; copies made after that share it.
     COutputWndThrottler& OutputWndThrottler();
 
     std::shared_ptr<CMessageManager> m_poMessageManager;
@@ -128,13 +131,13 @@ private:
     std::map<CString, int> m_oRegisteredMessages;
     bool m_bDialogsEnabled;
     std::shared_ptr<COutputWndThrottler> m_poOutputWndThrottler;
-    // The same throttler, published once it is made: every AddText reads it, and a lock there
-    // would make producers on several threads queue behind one another.
+    /// The same throttler, published once it is made: every AddText reads it, and a lock there
+    /// would make producers on several threads queue behind one another.
     std::atomic<COutputWndThrottler*> m_poPublishedThrottler;
 };
 
-// The library's process-wide output, made without a manager: its texts go to the active output
-// or to every live manager.
+/// The library's process-wide output, made without a manager: its texts go to the active output
+/// or to every live manager.
 CPPUTIL_API COutput& DefaultOutput();
 
 template <class Tag>
@@ -164,8 +167,8 @@ CTextOutputBase<Tag>::~CTextOutputBase() noexcept(false)
 {
     if (!m_poOutput)
         return;
-    // Checked here rather than at construction: a builder made inside a destructor that runs
-    // during unwinding must not throw into it either.
+    /// Checked here rather than at construction: a builder made inside a destructor that runs
+    /// during unwinding must not throw into it either.
     if (std::uncaught_exceptions() > 0)
     {
         try

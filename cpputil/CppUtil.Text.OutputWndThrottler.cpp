@@ -118,12 +118,14 @@ void COutputWndThrottler::OnTick()
 
 void COutputWndThrottler::WriteBatch(SBatchGate& gate, const TEntries& batch)
 {
+    // The writer is fetched once a batch rather than once a line: the batch may hold thousands.
+    const COutput::TWriteOutputWndDelegate writer = COutput::GetWriteOutputWndDelegate();
     std::lock_guard<std::recursive_mutex> lock(gate.m_oMutex);
     for (const auto& entry : batch)
     {
-        if (!gate.m_poOutput)
+        if (!gate.m_poOutput || !writer)
             return;
-        gate.m_poOutput->WriteToOutputWnd(entry.first, entry.second);
+        writer(*gate.m_poOutput, entry.first, entry.second);
     }
 }
 

@@ -1,4 +1,5 @@
-// Carries text for the host's output window from any thread to the user-interface thread.
+/// @file
+/// Carries text for the host's output window from any thread to the user-interface thread.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -23,24 +24,24 @@ namespace Text
 
 class COutput;
 
-// Collects text and hands it to the user-interface thread at most once a period, in the order it
-// was added, so that producers never wait for that thread and the window is repainted in batches
-// rather than once a line. Made by COutput on first use and shared by its copies.
+/// Collects text and hands it to the user-interface thread at most once a period, in the order it
+/// was added, so that producers never wait for that thread and the window is repainted in batches
+/// rather than once a line. Made by COutput on first use and shared by its copies.
 class CPPUTIL_API COutputWndThrottler : public Thread::CDaemonThread
 {
 public:
     static constexpr int k_iPeriod = 50;
 
-    // Starts the thread and the timer; waits for the user-interface thread's message loop when
-    // called from another thread. Throws CQlException when either cannot be started.
+    /// Starts the thread and the timer; waits for the user-interface thread's message loop when
+    /// called from another thread. Throws CQlException when either cannot be started.
     explicit COutputWndThrottler(COutput& output);
-    // Text still pending is dropped; nothing is written once this has returned, not even a batch
-    // already queued to the user-interface thread.
+    /// Text still pending is dropped; nothing is written once this has returned, not even a batch
+    /// already queued to the user-interface thread.
     ~COutputWndThrottler() override;
     COutputWndThrottler(const COutputWndThrottler&) = delete;
     COutputWndThrottler& operator=(const COutputWndThrottler&) = delete;
 
-    // Any thread; takes only the throttler's lock, for the append.
+    /// Any thread; takes only the throttler's lock, for the append.
     void Add(const CString& text, unsigned int flags);
 
 private:
@@ -55,7 +56,7 @@ private:
     CCriticalSection m_oLock;
     bool m_bStopped;
     std::shared_ptr<SBatchGate> m_poGate;
-    // Touched only by the tick, on the user-interface thread.
+    /// Touched only by the tick, on the user-interface thread.
     std::size_t m_uLastBatchSize;
     boost::shared_ptr<Thread::CTimerWindow> m_poTimer;
 };

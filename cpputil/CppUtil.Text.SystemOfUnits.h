@@ -1,4 +1,5 @@
-// Asks the host whether US units are shown.
+/// @file
+/// Asks the host whether US units are shown.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -14,7 +15,7 @@ class CPPUTIL_API CSystemOfUnits
 {
 public:
     static void SetDisplayUsUnitsGetter(const boost::function<bool()>& getter);
-    // False while no getter is installed: metric units need no host.
+    /// False while no getter is installed: metric units need no host.
     static bool IsDisplayUsUnits();
 };
 

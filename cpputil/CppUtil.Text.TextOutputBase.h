@@ -1,4 +1,5 @@
-// The temporary text builders made by COutput, one instantiation per kind of output.
+/// @file
+/// The temporary text builders made by COutput, one instantiation per kind of output.
 #pragma once
 
 #include "CppUtil.Text.FormatFeederBase.h"
@@ -41,8 +42,8 @@ struct TTraceF
 {
 };
 
-// Collects the arguments of one text and writes it through its COutput when destroyed, at the
-// end of the statement that made it. Builders move but do not copy: one statement, one text.
+/// Collects the arguments of one text and writes it through its COutput when destroyed, at the
+/// end of the statement that made it. Builders move but do not copy: one statement, one text.
 template <class Tag>
 class CTextOutputBase : public CFormatFeederBase<CTextOutputBase<Tag>>
 {
@@ -67,14 +68,14 @@ public:
     CTextOutputBase(const CTextOutputBase&) = delete;
     CTextOutputBase& operator=(const CTextOutputBase&) = delete;
 
-    // Writes the text. An exception from writing escapes unless another one is already
-    // propagating, in which case it is swallowed. Defined with COutput.
+    /// Writes the text. An exception from writing escapes unless another one is already
+    /// propagating, in which case it is swallowed. Defined with COutput.
     ~CTextOutputBase() noexcept(false);
 
     COutput* GetOutput() const { return m_poOutput; }
     const CString& GetSecondText() const { return m_sSecondText; }
     unsigned int GetMessageId() const { return m_uMessageId; }
-    // 1 for the job and APS builders made with a number, 0 otherwise.
+    /// 1 for the job and APS builders made with a number, 0 otherwise.
     unsigned int GetFlags() const { return m_uFlags; }
 
 private:

@@ -1,4 +1,5 @@
-// Appends lines from any thread to a file, in batches, from a worker thread of its own.
+/// @file
+/// Appends lines from any thread to a file, in batches, from a worker thread of its own.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -17,30 +18,30 @@ namespace Thread
 
 class COneShotTimer;
 
-// Lines are queued by AddLine and appended by the worker once a period, each followed by "\n",
-// whole and in the order they were added. Stop writes what is still queued. A file that cannot be
-// opened or written is reported through LogF and its lines stay queued for the next attempt, so
-// nothing is lost to a full disk or a locked file.
-//
-// A process killed while it appends can leave the file's last line unfinished; the next Start on
-// the file cuts that remnant off, so readers only ever get whole lines after it.
+/// Lines are queued by AddLine and appended by the worker once a period, each followed by "\n",
+/// whole and in the order they were added. Stop writes what is still queued. A file that cannot be
+/// opened or written is reported through LogF and its lines stay queued for the next attempt, so
+/// nothing is lost to a full disk or a locked file.
+///
+/// A process killed while it appends can leave the file's last line unfinished; the next Start on
+/// the file cuts that remnant off, so readers only ever get whole lines after it.
 class CPPUTIL_API CBufferedOutFile : public CDaemonThread
 {
 public:
     static constexpr unsigned int k_uFlushInterval = 1000;
 
-    // Nothing is touched before Start.
+    /// Nothing is touched before Start.
     CBufferedOutFile(Text::COutput& output, const CString& sFileName);
-    // Stops the worker, then writes, on the calling thread, whatever is still queued.
+    /// Stops the worker, then writes, on the calling thread, whatever is still queued.
     ~CBufferedOutFile() noexcept(false) override;
     CBufferedOutFile(const CBufferedOutFile&) = delete;
     CBufferedOutFile& operator=(const CBufferedOutFile&) = delete;
 
     CString GetFileName() const;
-    // Any thread, started or not; takes only the queue's lock.
+    /// Any thread, started or not; takes only the queue's lock.
     void AddLine(const CString& sLine);
-    // Appends the queued lines now, on the calling thread; false when some stay queued because
-    // the file could not be written.
+    /// Appends the queued lines now, on the calling thread; false when some stay queued because
+    /// the file could not be written.
     bool Flush();
     std::size_t GetPendingCount() const;
 
@@ -50,7 +51,7 @@ protected:
 
 private:
     void OnFlushTimer();
-    // Cuts an unfinished last line off the file, left there by a writer that died mid-append.
+    /// Cuts an unfinished last line off the file, left there by a writer that died mid-append.
     void RepairTail();
     void ReportFailure(const char* szWhat, int iError);
 
@@ -58,11 +59,11 @@ private:
     const CString m_sFileName;
     mutable std::mutex m_oQueueMutex;
     std::deque<CString> m_oQueue;
-    // Serialises writers of the file: the worker's timer, Flush callers and the destructor.
+    /// Serialises writers of the file: the worker's timer, Flush callers and the destructor.
     std::mutex m_oFileMutex;
-    // Guarded by m_oFileMutex: reported once until the file works again.
+    /// Guarded by m_oFileMutex: reported once until the file works again.
     bool m_bFailureReported;
-    // Lives on the worker, from its start to its stop.
+    /// Lives on the worker, from its start to its stop.
     std::unique_ptr<COneShotTimer> m_poTimer;
 };
 

@@ -1,5 +1,6 @@
-// The thread of a CDaemonThread: it only forwards to its owner, and keeps itself apart from an
-// owner that has abandoned it.
+/// @file
+/// The thread of a CDaemonThread: it only forwards to its owner, and keeps itself apart from an
+/// owner that has abandoned it.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -26,15 +27,15 @@ public:
     int ExitInstance() override;
     void Delete() override;
 
-    // On the owner's thread, once it has stopped waiting for this thread. Returns true when the
-    // thread is still going: it then owns the proxy window and itself, and never calls the owner
-    // again. Waits while the thread is inside a call to the owner.
+    /// On the owner's thread, once it has stopped waiting for this thread. Returns true when the
+    /// thread is still going: it then owns the proxy window and itself, and never calls the owner
+    /// again. Waits while the thread is inside a call to the owner.
     bool Abandon(boost::shared_ptr<CProxyWindow>& proxyWindow);
 
     CDaemonThread* m_poOwner;
 
 private:
-    // The owner, pinned until LeaveOwner, or null once abandoned.
+    /// The owner, pinned until LeaveOwner, or null once abandoned.
     CDaemonThread* EnterOwner();
     void LeaveOwner();
 

@@ -1,4 +1,5 @@
-// Carries an exception caught on a worker thread to the thread that owns the worker.
+/// @file
+/// Carries an exception caught on a worker thread to the thread that owns the worker.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -23,23 +24,23 @@ class CPPUTIL_API CExceptionTunnel
 {
 public:
     explicit CExceptionTunnel(Text::COutput& output);
-    // Derived destructors may re-throw what the worker left behind, and an override may not
-    // throw more than the destructor it overrides.
+    /// Derived destructors may re-throw what the worker left behind, and an override may not
+    /// throw more than the destructor it overrides.
     virtual ~CExceptionTunnel() noexcept(false);
     CExceptionTunnel(const CExceptionTunnel&) = delete;
     CExceptionTunnel& operator=(const CExceptionTunnel&) = delete;
 
 protected:
-    // Only from inside a catch handler: logs the exception being handled and keeps it, replacing
-    // whatever was pending.
+    /// Only from inside a catch handler: logs the exception being handled and keeps it, replacing
+    /// whatever was pending.
     void CaptureCurrentException(const CString& threadName);
-    // Throws the pending exception, if any, with its own type, and forgets it.
+    /// Throws the pending exception, if any, with its own type, and forgets it.
     void RethrowPendingException();
 
 private:
     boost::shared_ptr<Exception::CQlException> m_poException;
     Text::COutput& m_oOutput;
-    // The worker parks exceptions while its owner may be looking for one.
+    /// The worker parks exceptions while its owner may be looking for one.
     std::mutex m_oExceptionMutex;
 };
 

@@ -1,5 +1,6 @@
-// A hidden window that runs delegates, delivered to it as WM_USER messages, on the thread that
-// created it.
+/// @file
+/// A hidden window that runs delegates, delivered to it as WM_USER messages, on the thread that
+/// created it.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -20,25 +21,25 @@ class CPPUTIL_API CProxyWindow : public CWnd
 public:
     typedef boost::function<void()> TDelegate;
 
-    // Creates the window on the calling thread, which is then the only one the delegates run on.
-    // With executePendingOnDestroy, calls still queued at destruction run then; otherwise they
-    // are dropped. Throws CQlException when the window cannot be created.
+    /// Creates the window on the calling thread, which is then the only one the delegates run on.
+    /// With executePendingOnDestroy, calls still queued at destruction run then; otherwise they
+    /// are dropped. Throws CQlException when the window cannot be created.
     CProxyWindow(bool executePendingOnDestroy, const CString& name);
-    // From another thread, this blocks until the creating thread's message loop has torn the
-    // window down, so that loop must be running; when the creating thread has already ended,
-    // there is nothing left to wait for and nothing is waited for.
+    /// From another thread, this blocks until the creating thread's message loop has torn the
+    /// window down, so that loop must be running; when the creating thread has already ended,
+    /// there is nothing left to wait for and nothing is waited for.
     ~CProxyWindow() override;
 
     bool IsCreatedOnCurrentThread() const;
 
-    // Queues the call and returns. Throws CQlException when it cannot be queued.
+    /// Queues the call and returns. Throws CQlException when it cannot be queued.
     void Post(const TDelegate& call);
-    // Runs the call now; meant for the window's own thread, where a call's exception reaches the
-    // caller.
+    /// Runs the call now; meant for the window's own thread, where a call's exception reaches the
+    /// caller.
     void Send(const TDelegate& call);
-    // Queues the call and waits, without a time limit, until the window's thread has run it. An
-    // exception thrown by the call stays on the window's thread; the waiter is released all the
-    // same. Throws CQlException when the call cannot be queued.
+    /// Queues the call and waits, without a time limit, until the window's thread has run it. An
+    /// exception thrown by the call stays on the window's thread; the waiter is released all the
+    /// same. Throws CQlException when the call cannot be queued.
     void PostAndWait(const TDelegate& call);
 
 protected:

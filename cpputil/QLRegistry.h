@@ -1,5 +1,6 @@
-// The settings store: typed values in section keys below the product's root key, and the policy
-// that opens chosen machine-wide sections to every local user.
+/// @file
+/// The settings store: typed values in section keys below the product's root key, and the policy
+/// that opens chosen machine-wide sections to every local user.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -28,31 +29,31 @@ public:
     static const CString k_sHKCUAutohandlerSubKeyName;
     static const CString k_sBackslashSeparator;
 
-    // Opens root\GetSectionKeyName(section) with access; a key that cannot be opened leaves the
-    // object usable, with no key and no access (reads then give their defaults).
+    /// Opens root\\GetSectionKeyName(section) with access; a key that cannot be opened leaves the
+    /// object usable, with no key and no access (reads then give their defaults).
     CQLRegistry(Text::COutput& out, HKEY root, const CString& section, DWORD access);
     CQLRegistry(const CQLRegistry& other);
     CQLRegistry& operator=(const CQLRegistry&) = delete;
-    // Opens the key to Everyone when the section asks for it, which may throw; a throw while
-    // another exception unwinds is swallowed.
+    /// Opens the key to Everyone when the section asks for it, which may throw; a throw while
+    /// another exception unwinds is swallowed.
     ~CQLRegistry() noexcept(false);
 
     static CString GetSectionKeyName(const CString& section);
     void OpenSectionKey(DWORD access);
-    // Creates or opens the key for reading and writing; on success the object counts as holding
-    // all access, which is what the write-permission test compares against.
+    /// Creates or opens the key for reading and writing; on success the object counts as holding
+    /// all access, which is what the write-permission test compares against.
     bool Create();
     bool CurrentUserHasWritePermission() const;
     bool IsValuePresent(const CString& name) const;
 
-    // Once at start-up, before other threads use the store: the sections whose HKLM keys every
-    // user may write. Each gets "Permission" = "Everyone"; a key that cannot be written throws.
+    /// Once at start-up, before other threads use the store: the sections whose HKLM keys every
+    /// user may write. Each gets "Permission" = "Everyone"; a key that cannot be written throws.
     static void SetHklmPermissionSectionKeys(Text::COutput& out,
                                              const std::vector<CString>& sections);
     bool ShouldGrantHklmSectionKeyPermissionToEveryone() const;
     void GrantHklmSectionKeyPermissionToEveryone();
-    // Whether every key of the tree at HKLM\keyPath opens with all access; the first that does
-    // not is logged.
+    /// Whether every key of the tree at HKLM\\keyPath opens with all access; the first that does
+    /// not is logged.
     static bool CurrentUserHasWriteAccessToAllChildKeys(Text::COutput& out, const CString& keyPath);
     static void GrantFullControlForEveryoneToKey(Text::COutput& out, const CString& keyPath,
                                                  bool inheritToChildren);
@@ -78,8 +79,8 @@ private:
     void SetStringValue(const CString& name, const CString& value);
     void SetMultiString(const CString& name, const std::vector<CString>& value);
 
-    // The typed reads with the caller's default; LoadValue<T>(name) uses the default the store
-    // chooses (all-ones for the integers).
+    /// The typed reads with the caller's default; LoadValue<T>(name) uses the default the store
+    /// chooses (all-ones for the integers).
     void Load(const CString& name, CString& value, const CString& defaultValue) const;
     void Load(const CString& name, unsigned long& value, unsigned long defaultValue) const;
     void Load(const CString& name, unsigned long long& value,

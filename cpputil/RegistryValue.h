@@ -1,4 +1,5 @@
-// One named, typed setting of a section key, with its default, read on first use.
+/// @file
+/// One named, typed setting of a section key, with its default, read on first use.
 #pragma once
 
 #include "CppUtil.Exception.QlException.h"
@@ -16,7 +17,7 @@ class COutput;
 namespace Settings
 {
 
-// How the type of a setting shows in the name of the function that reports a failed write.
+/// How the type of a setting shows in the name of the function that reports a failed write.
 template <class T>
 struct SRegistryTypeName;
 template <>
@@ -62,15 +63,15 @@ struct SRegistryTypeName<std::vector<CString>>
     }
 };
 
-// T is one of CString, unsigned long (a DWORD), unsigned long long (a QWORD),
-// std::vector<unsigned char>, std::vector<CString> and double (kept as text).
+/// T is one of CString, unsigned long (a DWORD), unsigned long long (a QWORD),
+/// std::vector<unsigned char>, std::vector<CString> and double (kept as text).
 template <class T>
 class CRegistryValue
 {
 public:
-    // cacheValue: read the store once; without it every GetValue reads it again, for settings
-    // that other processes change. creatorFlag is kept for the creator; the store does not read
-    // it. loadNow reads at once.
+    /// cacheValue: read the store once; without it every GetValue reads it again, for settings
+    /// that other processes change. creatorFlag is kept for the creator; the store does not read
+    /// it. loadNow reads at once.
     CRegistryValue(Text::COutput& out, HKEY root, const CString& section, const CString& name,
                    const T& defaultValue, bool cacheValue, bool creatorFlag, bool loadNow)
         : m_oOut(out), m_hRoot(root), m_sSection(section), m_sName(name), m_oDefault(defaultValue),
@@ -90,7 +91,7 @@ public:
     }
     operator T() { return GetValue(); }
 
-    // A missing key or value, or one of another type, gives the default.
+    /// A missing key or value, or one of another type, gives the default.
     void Load()
     {
         CQLRegistry registry(m_oOut, m_hRoot, m_sSection, KEY_READ);
@@ -98,8 +99,8 @@ public:
         m_bLoaded = true;
     }
 
-    // Creates the key when needed. A key that cannot be created or written throws unless quiet;
-    // quiet only spares the failure to create it.
+    /// Creates the key when needed. A key that cannot be created or written throws unless quiet;
+    /// quiet only spares the failure to create it.
     void SetValue(const T& value, bool quiet = false)
     {
         CQLRegistry registry(m_oOut, m_hRoot, m_sSection, KEY_ALL_ACCESS);

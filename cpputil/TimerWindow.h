@@ -1,4 +1,5 @@
-// Calls a delegate periodically on the user-interface thread.
+/// @file
+/// Calls a delegate periodically on the user-interface thread.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -12,26 +13,26 @@ namespace CppUtil
 namespace Thread
 {
 
-// A hidden window that always lives on the user-interface thread, whichever thread makes or
-// releases it, so that its delegate runs there. With no caller hooked into CGuiThreadCaller, the
-// calling thread stands in for the user-interface thread.
+/// A hidden window that always lives on the user-interface thread, whichever thread makes or
+/// releases it, so that its delegate runs there. With no caller hooked into CGuiThreadCaller, the
+/// calling thread stands in for the user-interface thread.
 class CPPUTIL_API CTimerWindow : public CWnd
 {
 public:
     static constexpr int k_iTimerEvent = 1;
 
-    // Made on the user-interface thread, stopped. Waits for that thread's message loop when
-    // called from another thread. When the window cannot be made, the CQlException is raised on
-    // the user-interface thread: here when that is the calling thread, otherwise from its message
-    // loop, and the caller gets an empty pointer.
+    /// Made on the user-interface thread, stopped. Waits for that thread's message loop when
+    /// called from another thread. When the window cannot be made, the CQlException is raised on
+    /// the user-interface thread: here when that is the calling thread, otherwise from its message
+    /// loop, and the caller gets an empty pointer.
     static boost::shared_ptr<CTimerWindow> Create(boost::function<void()> fnDelegate,
                                                   int iInterval);
-    // Destroys the window on the user-interface thread, waiting for its message loop when
-    // released on another thread.
+    /// Destroys the window on the user-interface thread, waiting for its message loop when
+    /// released on another thread.
     virtual ~CTimerWindow();
 
-    // Both on the user-interface thread only. Starting a running timer changes nothing, so its
-    // rhythm is kept. Raises a CQlException when the system refuses the timer.
+    /// Both on the user-interface thread only. Starting a running timer changes nothing, so its
+    /// rhythm is kept. Raises a CQlException when the system refuses the timer.
     void StartTimer();
     void StopTimer();
 

@@ -1,6 +1,8 @@
 // CDateTime and the time values under it, in the zone named by TZ. CTest runs this program once
 // per zone (Europe/Berlin, America/New_York, Asia/Kolkata, UTC); the expectations come from the
 // zones' published rules, written out below, never from the library's own conversions.
+#include "CivilDays.h"
+
 #include <cpputil/CppUtil.DateTime.h>
 #include <cpputil/Platform/COleDateTime.h>
 
@@ -16,15 +18,6 @@ using CppUtil::CDateTime;
 
 namespace
 {
-
-std::int64_t DaysFromCivil(std::int64_t y, int m, int d)
-{
-    y -= m <= 2;
-    const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
-    const std::int64_t yoe = y - era * 400;
-    const std::int64_t doy = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5 + d - 1;
-    return era * 146097 + yoe * 365 + yoe / 4 - yoe / 100 + doy - 719468;
-}
 
 std::int64_t Utc(int y, int mo, int d, int h = 0, int mi = 0, int s = 0)
 {

@@ -1,5 +1,6 @@
 // CNtpClient against a scripted server on loopback that answers with chosen time stamps (or
 // badly, or not at all), and against chronyd, which CTest starts on its own port.
+#include "CivilDays.h"
 #include "LogRecorder.h"
 
 #include <cpputil/CppUtil.NtpClient.h>
@@ -22,15 +23,6 @@ using namespace CppUtil;
 
 namespace
 {
-
-std::int64_t DaysFromCivil(std::int64_t y, int m, int d)
-{
-    y -= m <= 2;
-    const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
-    const std::int64_t yoe = y - era * 400;
-    const std::int64_t doy = (153 * (m > 2 ? m - 3 : m + 9) + 2) / 5 + d - 1;
-    return era * 146097 + yoe * 365 + yoe / 4 - yoe / 100 + doy - 719468;
-}
 
 // Milliseconds since 1970 of the UTC clock.
 std::int64_t SystemMilliseconds()

@@ -1,5 +1,6 @@
-// MFC's rectangle by its edges. Our own on both backends, since MFC exists only with MSVC; the
-// members keep RECT's names so that code reads the same.
+/// @file
+/// MFC's rectangle by its edges. Our own on both backends, since MFC exists only with MSVC; the
+/// members keep RECT's names so that code reads the same.
 #pragma once
 
 #include <cstdint>

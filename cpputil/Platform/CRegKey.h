@@ -1,5 +1,6 @@
-// A registry key handle with the operations of ATL's CRegKey that the settings store uses; the
-// key is closed on destruction. Status codes are the registry calls' own.
+/// @file
+/// A registry key handle with the operations of ATL's CRegKey that the settings store uses; the
+/// key is closed on destruction. Status codes are the registry calls' own.
 #pragma once
 
 #include "../CppUtil.Api.h"
@@ -25,12 +26,12 @@ public:
     HKEY GetHandle() const { return m_hKey; }
     operator HKEY() const { return m_hKey; }
 
-    // Each fails with ERROR_INVALID_DATA when the value has another type or size.
+    /// Each fails with ERROR_INVALID_DATA when the value has another type or size.
     LONG QueryDWORDValue(LPCSTR name, DWORD& value) const;
     LONG QueryQWORDValue(LPCSTR name, ULONGLONG& value) const;
-    // size: the buffer's size in bytes, set to the value's size.
+    /// size: the buffer's size in bytes, set to the value's size.
     LONG QueryBinaryValue(LPCSTR name, void* value, ULONG* size) const;
-    // chars: the buffer's size in characters, set to what the text needs (with its NUL).
+    /// chars: the buffer's size in characters, set to what the text needs (with its NUL).
     LONG QueryStringValue(LPCSTR name, LPSTR value, ULONG* chars) const;
     LONG QueryMultiStringValue(LPCSTR name, LPSTR value, ULONG* chars) const;
 
@@ -38,7 +39,7 @@ public:
     LONG SetQWORDValue(LPCSTR name, ULONGLONG value);
     LONG SetBinaryValue(LPCSTR name, const void* value, ULONG size);
     LONG SetStringValue(LPCSTR name, LPCSTR value);
-    // value: NUL-separated texts ending with an empty one.
+    /// value: NUL-separated texts ending with an empty one.
     LONG SetMultiStringValue(LPCSTR name, LPCSTR value);
 
 private:

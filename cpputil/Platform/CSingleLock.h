@@ -1,4 +1,5 @@
-// Holds one synchronisation object locked for a scope, as MFC's CSingleLock.
+/// @file
+/// Holds one synchronisation object locked for a scope, as MFC's CSingleLock.
 #pragma once
 
 #include "../CppUtil.Api.h"
@@ -8,7 +9,7 @@ class CPPUTIL_API CSingleLock
 {
 public:
     explicit CSingleLock(CSyncObject* pObject, BOOL bInitialLock = FALSE);
-    // Unlocks the object when this lock holds it.
+    /// Unlocks the object when this lock holds it.
     ~CSingleLock();
     CSingleLock(const CSingleLock&) = delete;
     CSingleLock& operator=(const CSingleLock&) = delete;

@@ -1,4 +1,5 @@
-// MFC's blocking socket: a CAsyncSocket whose calls wait until they are done.
+/// @file
+/// MFC's blocking socket: a CAsyncSocket whose calls wait until they are done.
 #pragma once
 
 #include "CAsyncSocket.h"

@@ -1,5 +1,6 @@
-// Narrow 8-bit string with the interface of ATL's CStringT<char>, so code written against MFC/ATL
-// strings builds unchanged on every backend.
+/// @file
+/// Narrow 8-bit string with the interface of ATL's CStringT<char>, so code written against MFC/ATL
+/// strings builds unchanged on every backend.
 #pragma once
 
 #include "../CppUtil.Api.h"
@@ -12,7 +13,7 @@
 #include <string>
 #include <utility>
 
-// The printf archetype must match the runtime vsnprintf actually used, or %lld/%zu checks lie.
+/// The printf archetype must match the runtime vsnprintf actually used, or %lld/%zu checks lie.
 #if defined(__GNUC__)
 #if defined(__MINGW_PRINTF_FORMAT)
 #define CPPUTIL_CSTRING_PRINTF(fmtIndex, firstArg)                                                 \
@@ -26,13 +27,13 @@
 #endif
 
 #if defined(_MSC_VER)
-// The std::string member is private; clients never touch it across the DLL boundary.
+/// The std::string member is private; clients never touch it across the DLL boundary.
 #pragma warning(push)
 #pragma warning(disable : 4251)
 #endif
 
-// Indexes are int and "not found" is -1, as in ATL. Out-of-range arguments are clamped instead of
-// asserting, so a stray index degrades to an empty or shortened result rather than a crash.
+/// Indexes are int and "not found" is -1, as in ATL. Out-of-range arguments are clamped instead of
+/// asserting, so a stray index degrades to an empty or shortened result rather than a crash.
 class CPPUTIL_API CString
 {
 public:
@@ -82,13 +83,13 @@ public:
     operator const char*() const { return m_sText.c_str(); }
     const std::string& Str() const { return m_sText; }
 
-    // Index == length yields the terminator, as in ATL; anything further out yields '\0' too.
+    /// Index == length yields the terminator, as in ATL; anything further out yields '\0' too.
     char GetAt(int index) const
     {
         return IsValidIndex(index) ? m_sText[static_cast<size_t>(index)] : '\0';
     }
     char operator[](int index) const { return GetAt(index); }
-    // Out-of-range writes are ignored.
+    /// Out-of-range writes are ignored.
     void SetAt(int index, char ch)
     {
         if (index >= 0 && index < GetLength())
@@ -138,8 +139,8 @@ public:
     int Compare(const char* psz) const;
     int CompareNoCase(const char* psz) const;
 
-    // The buffer is sized up front so writes up to minLength characters (plus a terminator) stay
-    // inside the string; GetLength() reflects that size until ReleaseBuffer().
+    /// The buffer is sized up front so writes up to minLength characters (plus a terminator) stay
+    /// inside the string; GetLength() reflects that size until ReleaseBuffer().
     char* GetBuffer(int minLength);
     char* GetBufferSetLength(int length);
     void ReleaseBuffer(int newLength = -1);

@@ -1,5 +1,6 @@
-// A moment as 64-bit seconds since 1970-01-01 00:00 UTC, as ATL's CTime. The field constructors
-// read local clock time; Format shows local clock time and FormatGmt UTC.
+/// @file
+/// A moment as 64-bit seconds since 1970-01-01 00:00 UTC, as ATL's CTime. The field constructors
+/// read local clock time; Format shows local clock time and FormatGmt UTC.
 #pragma once
 
 #include "../CppUtil.Api.h"
@@ -16,17 +17,17 @@ public:
 
     CTime() : m_time(0) {}
     CTime(__int64 time) : m_time(time) {}
-    // Fields out of their range carry over (minute 60 is the next hour). A moment the system
-    // cannot represent gives -1, as mktime does.
+    /// Fields out of their range carry over (minute 60 is the next hour). A moment the system
+    /// cannot represent gives -1, as mktime does.
     CTime(int nYear, int nMonth, int nDay, int nHour, int nMin, int nSec, int nDST = -1);
     CTime(const SYSTEMTIME& st, int nDST = -1);
 
     __int64 GetTime() const { return m_time; }
-    // Null when the moment has no calendar fields on this system.
+    /// Null when the moment has no calendar fields on this system.
     std::tm* GetGmtTm(std::tm* ptm) const;
     std::tm* GetLocalTm(std::tm* ptm) const;
 
-    // Local clock fields.
+    /// Local clock fields.
     int GetYear() const;
     int GetMonth() const;
     int GetDay() const;
@@ -35,7 +36,7 @@ public:
     int GetSecond() const;
     int GetDayOfWeek() const;
 
-    // strftime formats; empty when the moment has no calendar fields.
+    /// strftime formats; empty when the moment has no calendar fields.
     CString Format(const char* pFormat) const;
     CString FormatGmt(const char* pFormat) const;
 

@@ -1,4 +1,5 @@
-// A signed duration in whole seconds, as ATL's CTimeSpan.
+/// @file
+/// A signed duration in whole seconds, as ATL's CTimeSpan.
 #pragma once
 
 #include "../CppUtil.Api.h"
@@ -12,7 +13,7 @@ public:
     CTimeSpan(__int64 time) : m_timeSpan(time) {}
     CTimeSpan(LONG lDays, int nHours, int nMins, int nSecs);
 
-    // The components carry the span's sign: -1:30:00 has GetHours() -1 and GetMinutes() -30.
+    /// The components carry the span's sign: -1:30:00 has GetHours() -1 and GetMinutes() -30.
     LONGLONG GetDays() const { return m_timeSpan / (24 * 3600); }
     LONGLONG GetTotalHours() const { return m_timeSpan / 3600; }
     LONG GetHours() const { return static_cast<LONG>(GetTotalHours() - GetDays() * 24); }
@@ -25,7 +26,7 @@ public:
     }
     __int64 GetTimeSpan() const { return m_timeSpan; }
 
-    // %D days, %H hours, %M minutes, %S seconds (each component two digits), %% a percent sign.
+    /// %D days, %H hours, %M minutes, %S seconds (each component two digits), %% a percent sign.
     CString Format(const char* pFormat) const;
 
     CTimeSpan operator+(CTimeSpan span) const { return CTimeSpan(m_timeSpan + span.m_timeSpan); }

@@ -1,12 +1,13 @@
-// A hidden window whose messages reach a virtual handler, with the part of MFC's CWnd the
-// library's window classes are written against.
+/// @file
+/// A hidden window whose messages reach a virtual handler, with the part of MFC's CWnd the
+/// library's window classes are written against.
 #pragma once
 
 #include "../CppUtil.Api.h"
 #include "WinMessages.h"
 
-// Registers (once) a window class whose windows are CWnd objects and returns its name, which
-// stays valid for the life of the process.
+/// Registers (once) a window class whose windows are CWnd objects and returns its name, which
+/// stays valid for the life of the process.
 CPPUTIL_API LPCSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor = nullptr,
                                        HBRUSH hbrBackground = nullptr, HICON hIcon = nullptr);
 
@@ -14,9 +15,9 @@ class CPPUTIL_API CWnd
 {
 public:
     CWnd();
-    // Destroys the window when the owning thread deletes the object. From another thread the
-    // window cannot be destroyed; it is cut loose from the object instead and lives on, unused,
-    // until its thread ends.
+    /// Destroys the window when the owning thread deletes the object. From another thread the
+    /// window cannot be destroyed; it is cut loose from the object instead and lives on, unused,
+    /// until its thread ends.
     virtual ~CWnd();
     CWnd(const CWnd&) = delete;
     CWnd& operator=(const CWnd&) = delete;
@@ -24,38 +25,38 @@ public:
     HWND GetSafeHwnd() const { return m_hWnd; }
     operator HWND() const { return m_hWnd; }
 
-    // The class must come from AfxRegisterWndClass, whose window procedure routes the window's
-    // messages to WindowProc. The window belongs to the calling thread.
+    /// The class must come from AfxRegisterWndClass, whose window procedure routes the window's
+    /// messages to WindowProc. The window belongs to the calling thread.
     virtual BOOL CreateEx(DWORD dwExStyle, LPCSTR lpszClassName, LPCSTR lpszWindowName,
                           DWORD dwStyle, int x, int y, int nWidth, int nHeight, HWND hWndParent,
                           HMENU nIDorHMenu, LPVOID lpParam = nullptr);
     virtual BOOL DestroyWindow();
 
     BOOL PostMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
-    // Rethrows here what a handler on this thread threw, since it cannot travel through the
-    // system's own frames.
+    /// Rethrows here what a handler on this thread threw, since it cannot travel through the
+    /// system's own frames.
     LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
     UINT_PTR SetTimer(UINT_PTR nIDEvent, UINT nElapse, TIMERPROC lpfnTimer);
     BOOL KillTimer(UINT_PTR nIDEvent);
 
-    // An exception thrown by a window handler is held on its thread and rethrown here. Message
-    // loops call this after each message they retrieve or dispatch, so that the exception
-    // surfaces from the loop on the window's thread.
+    /// An exception thrown by a window handler is held on its thread and rethrown here. Message
+    /// loops call this after each message they retrieve or dispatch, so that the exception
+    /// surfaces from the loop on the window's thread.
     static void RethrowHandlerException();
 
     HWND m_hWnd;
 
 protected:
-    // Every message of the window. The default sends WM_TIMER to OnTimer and the rest to
-    // DefWindowProc.
+    /// Every message of the window. The default sends WM_TIMER to OnTimer and the rest to
+    /// DefWindowProc.
     virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
     virtual void OnTimer(UINT_PTR nIDEvent);
-    // Runs after the window's last message, when m_hWnd is already null; the object may delete
-    // itself here.
+    /// Runs after the window's last message, when m_hWnd is already null; the object may delete
+    /// itself here.
     virtual void PostNcDestroy();
     LRESULT DefWindowProc(UINT message, WPARAM wParam, LPARAM lParam);
 
 private:
-    // Routes the system's window procedure to the objects; lives in the implementation.
+    /// Routes the system's window procedure to the objects; lives in the implementation.
     friend class CWndRouter;
 };

@@ -1,4 +1,5 @@
-// Proleptic Gregorian calendar arithmetic on days since 1970-01-01, free of any time zone.
+/// @file
+/// Proleptic Gregorian calendar arithmetic on days since 1970-01-01, free of any time zone.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +10,10 @@ namespace CppUtil
 namespace Platform
 {
 
-// Days from 1970-01-01 to the given date; months outside 1..12 roll into neighbouring years.
+/// Days from 1970-01-01 to the given date; months outside 1..12 roll into neighbouring years.
 inline std::int64_t DaysFromCivil(std::int64_t year, std::int64_t month, std::int64_t day)
 {
-    // Month 1 = March, so that the leap day ends the year.
+    /// Month 1 = March, so that the leap day ends the year.
     const std::int64_t monthsFromMarch = month - 3;
     year += monthsFromMarch >= 0 ? monthsFromMarch / 12 : (monthsFromMarch - 11) / 12;
     const std::int64_t shifted =
@@ -25,7 +26,7 @@ inline std::int64_t DaysFromCivil(std::int64_t year, std::int64_t month, std::in
     return era * 146097 + dayOfEra - 719468;
 }
 
-// The calendar fields of a second count, as gmtime gives them (tm_isdst 0).
+/// The calendar fields of a second count, as gmtime gives them (tm_isdst 0).
 inline void CivilFromSeconds(std::int64_t seconds, std::tm& fields)
 {
     std::int64_t days = seconds >= 0 ? seconds / 86400 : (seconds - 86399) / 86400;
@@ -34,7 +35,7 @@ inline void CivilFromSeconds(std::int64_t seconds, std::tm& fields)
     fields.tm_hour = static_cast<int>(rest / 3600);
     fields.tm_min = static_cast<int>(rest / 60 % 60);
     fields.tm_sec = static_cast<int>(rest % 60);
-    // 1970-01-01 was a Thursday.
+    /// 1970-01-01 was a Thursday.
     fields.tm_wday = static_cast<int>(((days % 7) + 11) % 7);
 
     days += 719468;
@@ -53,7 +54,7 @@ inline void CivilFromSeconds(std::int64_t seconds, std::tm& fields)
     fields.tm_yday = static_cast<int>(DaysFromCivil(year, month, day) - DaysFromCivil(year, 1, 1));
 }
 
-// Seconds since the epoch of calendar fields read as UTC; out-of-range fields carry over.
+/// Seconds since the epoch of calendar fields read as UTC; out-of-range fields carry over.
 inline std::int64_t SecondsFromCivil(std::int64_t year, std::int64_t month, std::int64_t day,
                                      std::int64_t hour, std::int64_t minute, std::int64_t second)
 {

@@ -1,4 +1,5 @@
-// The COM apartment of the calling thread.
+/// @file
+/// The COM apartment of the calling thread.
 #pragma once
 
 namespace CppUtil
@@ -6,8 +7,8 @@ namespace CppUtil
 namespace Platform
 {
 
-// Makes the calling thread a single-threaded apartment. Returns whether a matching
-// LeaveComApartment is owed; POSIX has no COM, so there nothing is owed.
+/// Makes the calling thread a single-threaded apartment. Returns whether a matching
+/// LeaveComApartment is owed; POSIX has no COM, so there nothing is owed.
 bool EnterSingleThreadedApartment();
 void LeaveComApartment();
 

@@ -1,7 +1,8 @@
-// The GDI+ value types the chart model is written against. They are our own on both backends:
-// the real ones live in gdiplus.h, which needs GdiplusStartup and the gdiplus library before a
-// single colour can be made, and the chart only ever carries these values around; it renders to
-// text, not through GDI+. A translation unit must not include gdiplus.h beside this header.
+/// @file
+/// The GDI+ value types the chart model is written against. They are our own on both backends:
+/// the real ones live in gdiplus.h, which needs GdiplusStartup and the gdiplus library before a
+/// single colour can be made, and the chart only ever carries these values around; it renders to
+/// text, not through GDI+. A translation unit must not include gdiplus.h beside this header.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +12,7 @@ namespace Gdiplus
 
 typedef std::uint32_t ARGB;
 
-// A colour packed as alpha, red, green and blue bytes, alpha in the top byte.
+/// A colour packed as alpha, red, green and blue bytes, alpha in the top byte.
 class Color
 {
 public:
@@ -43,7 +44,7 @@ private:
     ARGB m_uArgb;
 };
 
-// A rectangle as origin and size.
+/// A rectangle as origin and size.
 class Rect
 {
 public:

@@ -1,4 +1,5 @@
-// The backend's free-form date and time parser behind COleDateTime::ParseDateTime.
+/// @file
+/// The backend's free-form date and time parser behind COleDateTime::ParseDateTime.
 #pragma once
 
 #include "WinTypes.h"

@@ -1,5 +1,6 @@
-// The registry and security calls the settings store is written against: advapi32 on Windows,
-// the file registry elsewhere.
+/// @file
+/// The registry and security calls the settings store is written against: advapi32 on Windows,
+/// the file registry elsewhere.
 #pragma once
 
 #include "WinTypes.h"

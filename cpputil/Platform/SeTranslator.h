@@ -1,4 +1,5 @@
-// Installing a structured-exception translator for the calling thread.
+/// @file
+/// Installing a structured-exception translator for the calling thread.
 #pragma once
 
 #include "WinTypes.h"
@@ -10,7 +11,7 @@ namespace Platform
 
 typedef void (*SeTranslatorFunction)(unsigned int code, _EXCEPTION_POINTERS* info);
 
-// Returns whether the translator was installed: only the Microsoft runtime has the hook.
+/// Returns whether the translator was installed: only the Microsoft runtime has the hook.
 bool SetSeTranslator(SeTranslatorFunction translator);
 
 } // namespace Platform

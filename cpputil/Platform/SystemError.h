@@ -1,4 +1,5 @@
-// The system's description of an error code.
+/// @file
+/// The system's description of an error code.
 #pragma once
 
 #include "CString.h"
@@ -9,8 +10,8 @@ namespace CppUtil
 namespace Platform
 {
 
-// The text FormatMessageA gives for a system error code, without the line break Windows ends it
-// with; "Error N." when the system has none.
+/// The text FormatMessageA gives for a system error code, without the line break Windows ends it
+/// with; "Error N." when the system has none.
 CString GetSystemErrorText(DWORD error);
 
 } // namespace Platform

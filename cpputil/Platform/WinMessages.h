@@ -1,5 +1,6 @@
-// Hidden windows, message queues and timers: windows.h on Windows, the layer's own per-thread
-// queues elsewhere.
+/// @file
+/// Hidden windows, message queues and timers: windows.h on Windows, the layer's own per-thread
+/// queues elsewhere.
 #pragma once
 
 #include "WinSync.h"

@@ -1,4 +1,5 @@
-// Sockets with the Winsock names: Winsock itself on Windows, BSD sockets elsewhere.
+/// @file
+/// Sockets with the Winsock names: Winsock itself on Windows, BSD sockets elsewhere.
 #pragma once
 
 #include "WinTypes.h"
@@ -11,9 +12,9 @@ namespace CppUtil
 namespace Platform
 {
 
-// Winsock records its errors as the thread's last error itself.
+/// Winsock records its errors as the thread's last error itself.
 inline void SetLastSocketError() {}
-// After a failed getaddrinfo.
+/// After a failed getaddrinfo.
 inline void SetLastResolveError(int result)
 {
     ::WSASetLastError(result);

@@ -1,5 +1,6 @@
-// Waitable handles, events, threads and critical sections: windows.h on Windows, the layer's own
-// process-local versions elsewhere.
+/// @file
+/// Waitable handles, events, threads and critical sections: windows.h on Windows, the layer's own
+/// process-local versions elsewhere.
 #pragma once
 
 #include "WinTypes.h"
