@@ -34,7 +34,7 @@ struct COutputWndThrottler::SBatchGate
 
 COutputWndThrottler::COutputWndThrottler(COutput& output)
     : CDaemonThread(output), m_oOutput(output), m_bStopped(false),
-      m_poGate(std::make_shared<SBatchGate>(m_oOutput)), m_uLastBatchSize(0)
+      m_poGate(std::make_shared<SBatchGate>(m_oOutput))
 {
     SetThreadName("OutputWndThrottler");
     Start();
@@ -101,19 +101,27 @@ void COutputWndThrottler::Add(const CString& text, unsigned int flags)
 
 void COutputWndThrottler::OnTick()
 {
-    // Shared, so that handing the batch on copies a pointer rather than every text. The list
-    // left behind is sized like the last batch, here rather than by producers holding the lock.
-    std::shared_ptr<TEntries> poBatch = std::make_shared<TEntries>();
-    poBatch->reserve(m_uLastBatchSize);
+    // Shared, so that handing the batch on copies a pointer rather than every text.
+    std::shared_ptr<TEntries> poBatch =
+        m_poSpareEntries ? std::move(m_poSpareEntries) : std::make_shared<TEntries>();
     {
         CSingleLock lock(&m_oLock, TRUE);
         if (m_bStopped || m_oPending.empty())
+        {
+            m_poSpareEntries = std::move(poBatch);
             return;
+        }
         poBatch->swap(m_oPending);
     }
-    m_uLastBatchSize = poBatch->size();
     std::shared_ptr<SBatchGate> poGate = m_poGate;
     Thread::CGuiThreadCaller::BeginInvoke([poGate, poBatch] { WriteBatch(*poGate, *poBatch); });
+    // On the user-interface thread, where the tick runs once the host has hooked its caller, the
+    // batch was written inline and is ours alone again; a batch still queued is left to its call.
+    if (poBatch.use_count() == 1)
+    {
+        poBatch->clear();
+        m_poSpareEntries = std::move(poBatch);
+    }
 }
 
 void COutputWndThrottler::WriteBatch(SBatchGate& gate, const TEntries& batch)
