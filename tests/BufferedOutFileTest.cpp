@@ -287,6 +287,16 @@ TEST_F(BufferedOutFileTest, AWriterKilledWhileAppendingLeavesOnlyWholeLinesAfter
         std::this_thread::sleep_for(
             std::chrono::milliseconds(std::uniform_int_distribution<int>(0, 20)(random)));
         writer.Kill();
+        // Wine signals a terminated process's handle before its threads are gone, so a write
+        // under way may still land: wait until the file stops growing.
+        std::uintmax_t last = size();
+        for (int stable = 0; stable < 3;)
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            const std::uintmax_t now = size();
+            stable = now == last ? stable + 1 : 0;
+            last = now;
+        }
 
         // Whatever reached the file is the writer's lines in order, each whole but maybe the
         // last.
