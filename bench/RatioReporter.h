@@ -23,7 +23,9 @@ public:
     {
         for (const Run& run : runs)
             if (run.run_type == Run::RT_Iteration || run.aggregate_name == "median")
-                m_oTimes[run.run_name.function_name] = run.GetAdjustedRealTime();
+                // In seconds, so that a benchmark and its baseline may print in different units.
+                m_oTimes[run.run_name.function_name] =
+                    run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
         ConsoleReporter::ReportRuns(runs);
     }
 

@@ -39,13 +39,6 @@ bool COleDateTime::GetAsSystemTime(SYSTEMTIME& sysTime) const
     std::tm fields;
     CppUtil::Platform::CivilFromSeconds(
         CppUtil::Platform::SecondsFromCivil(1899, 12, 30, 0, 0, 0) + seconds, fields);
-    sysTime.wYear = static_cast<WORD>(fields.tm_year + 1900);
-    sysTime.wMonth = static_cast<WORD>(fields.tm_mon + 1);
-    sysTime.wDayOfWeek = static_cast<WORD>(fields.tm_wday);
-    sysTime.wDay = static_cast<WORD>(fields.tm_mday);
-    sysTime.wHour = static_cast<WORD>(fields.tm_hour);
-    sysTime.wMinute = static_cast<WORD>(fields.tm_min);
-    sysTime.wSecond = static_cast<WORD>(fields.tm_sec);
-    sysTime.wMilliseconds = 0;
+    CppUtil::Platform::SystemTimeFromFields(fields, 0, sysTime);
     return true;
 }

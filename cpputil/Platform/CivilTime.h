@@ -2,6 +2,8 @@
 /// Proleptic Gregorian calendar arithmetic on days since 1970-01-01, free of any time zone.
 #pragma once
 
+#include "WinTypes.h"
+
 #include <cstdint>
 #include <ctime>
 
@@ -59,6 +61,19 @@ inline std::int64_t SecondsFromCivil(std::int64_t year, std::int64_t month, std:
                                      std::int64_t hour, std::int64_t minute, std::int64_t second)
 {
     return DaysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
+}
+
+/// Calendar fields as a SYSTEMTIME with the given milliseconds; the year must fit its WORD.
+inline void SystemTimeFromFields(const std::tm& fields, WORD milliseconds, SYSTEMTIME& systemTime)
+{
+    systemTime.wYear = static_cast<WORD>(fields.tm_year + 1900);
+    systemTime.wMonth = static_cast<WORD>(fields.tm_mon + 1);
+    systemTime.wDayOfWeek = static_cast<WORD>(fields.tm_wday);
+    systemTime.wDay = static_cast<WORD>(fields.tm_mday);
+    systemTime.wHour = static_cast<WORD>(fields.tm_hour);
+    systemTime.wMinute = static_cast<WORD>(fields.tm_min);
+    systemTime.wSecond = static_cast<WORD>(fields.tm_sec);
+    systemTime.wMilliseconds = milliseconds;
 }
 
 } // namespace Platform

@@ -1,23 +1,7 @@
+#include "../CivilTime.h"
 #include "../WinTypes.h"
 
 #include <ctime>
-
-namespace
-{
-
-void ToSystemTime(const std::tm& fields, long nanoseconds, LPSYSTEMTIME systemTime)
-{
-    systemTime->wYear = static_cast<WORD>(fields.tm_year + 1900);
-    systemTime->wMonth = static_cast<WORD>(fields.tm_mon + 1);
-    systemTime->wDayOfWeek = static_cast<WORD>(fields.tm_wday);
-    systemTime->wDay = static_cast<WORD>(fields.tm_mday);
-    systemTime->wHour = static_cast<WORD>(fields.tm_hour);
-    systemTime->wMinute = static_cast<WORD>(fields.tm_min);
-    systemTime->wSecond = static_cast<WORD>(fields.tm_sec);
-    systemTime->wMilliseconds = static_cast<WORD>(nanoseconds / 1000000);
-}
-
-} // namespace
 
 void GetSystemTime(LPSYSTEMTIME systemTime)
 {
@@ -25,7 +9,8 @@ void GetSystemTime(LPSYSTEMTIME systemTime)
     ::clock_gettime(CLOCK_REALTIME, &now);
     std::tm fields;
     ::gmtime_r(&now.tv_sec, &fields);
-    ToSystemTime(fields, now.tv_nsec, systemTime);
+    CppUtil::Platform::SystemTimeFromFields(fields, static_cast<WORD>(now.tv_nsec / 1000000),
+                                            *systemTime);
 }
 
 void GetLocalTime(LPSYSTEMTIME systemTime)
@@ -34,7 +19,8 @@ void GetLocalTime(LPSYSTEMTIME systemTime)
     ::clock_gettime(CLOCK_REALTIME, &now);
     std::tm fields;
     ::localtime_r(&now.tv_sec, &fields);
-    ToSystemTime(fields, now.tv_nsec, systemTime);
+    CppUtil::Platform::SystemTimeFromFields(fields, static_cast<WORD>(now.tv_nsec / 1000000),
+                                            *systemTime);
 }
 
 BOOL QueryPerformanceCounter(LARGE_INTEGER* count)

@@ -15,14 +15,7 @@ bool ToSystemTime(const std::tm& fields, SYSTEMTIME& systemTime)
     // SYSTEMTIME covers the years 1601 to 30827.
     if (fields.tm_year < 1601 - 1900 || fields.tm_year > 30827 - 1900)
         return false;
-    systemTime.wYear = static_cast<WORD>(fields.tm_year + 1900);
-    systemTime.wMonth = static_cast<WORD>(fields.tm_mon + 1);
-    systemTime.wDayOfWeek = static_cast<WORD>(fields.tm_wday);
-    systemTime.wDay = static_cast<WORD>(fields.tm_mday);
-    systemTime.wHour = static_cast<WORD>(fields.tm_hour);
-    systemTime.wMinute = static_cast<WORD>(fields.tm_min);
-    systemTime.wSecond = static_cast<WORD>(fields.tm_sec);
-    systemTime.wMilliseconds = 0;
+    CppUtil::Platform::SystemTimeFromFields(fields, 0, systemTime);
     return true;
 }
 
