@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <string>
 
 using namespace CppUtil::Gui::Chart;
@@ -29,15 +28,6 @@ std::string Labels(CAxis& axis)
     return labels;
 }
 
-bool LabelsDistinct(CAxis& axis)
-{
-    const std::vector<CTick> ticks = axis.GetTicks();
-    for (std::size_t i = 1; i < ticks.size(); ++i)
-        if (ticks[i].GetLabel() == ticks[i - 1].GetLabel())
-            return false;
-    return true;
-}
-
 } // namespace
 
 TEST(AxisTest, DecimalTicksMatchSpacingsWorkedOutByHand)
@@ -48,17 +38,13 @@ TEST(AxisTest, DecimalTicksMatchSpacingsWorkedOutByHand)
         double m_dMin, m_dMax;
         const char* m_szLabels;
     } cases[] = {
-        {8, 12, 0, 7, "0 1 2 3 4 5 6 7"},
-        {8, 12, 0, 20, "0 2 4 6 8 10 12 14 16 18 20"},
         // 0.1 and 0.05 both fit exactly: the fewest ticks win.
         {5, 9, 0, 0.4, "0.0 0.1 0.2 0.3 0.4"},
         // 1.5 lies as far from 1 as from 2: the smaller multiplier wins.
         {8, 8, 0, 10.5, "0 1 2 3 4 5 6 7 8 9 10"},
-        {8, 12, 0, 1, "0.0 0.1 0.2 0.3 0.4 0.5 0.6 0.7 0.8 0.9 1.0"},
         {8, 12, -7.5, 12.5, "-6 -4 -2 0 2 4 6 8 10 12"},
         // The first tick is cut toward zero and lies left of the range; it is kept.
         {8, 12, 7.5, 27.5, "6 8 10 12 14 16 18 20 22 24 26"},
-        {5, 9, 0, 5000, "0 1000 2000 3000 4000 5000"},
         // The empty range's tiny positive maximum stays: all-negative data reaches zero.
         {5, 9, -250, -50, "-250 -200 -150 -100 -50 0"},
         {8, 12, 0, 0.03, "0.000 0.005 0.010 0.015 0.020 0.025 0.030"},
@@ -109,18 +95,10 @@ TEST(AxisTest, TimeAxisLabelsAreCompound)
     CAxis fraction = MakeAxis({8, 12}, 0, 0.5);
     fraction.SetTime();
     EXPECT_EQ("0.00 0.05 0.10 0.15 0.20 0.25 0.30 0.35 0.40 0.45 0.50", Labels(fraction));
-
-    CAxis relative = MakeAxis({5, 9}, -20, 20, CAxis::Y_AXIS);
-    relative.SetRelativeUnits(true);
-    EXPECT_EQ("%", relative.GetUnitsString().Str());
 }
 
 TEST(AxisTest, ExtentsMarginsAndClamping)
 {
-    const CAxis::CExtents empty;
-    EXPECT_EQ(std::numeric_limits<double>::max(), empty.m_dMinimum);
-    EXPECT_EQ(std::numeric_limits<double>::min(), empty.m_dMaximum);
-
     // All negative: the empty range's tiny maximum survives, so the range reaches zero.
     CAxis negative = MakeAxis({5, 9}, -5, -3, CAxis::Y_AXIS);
     EXPECT_NEAR(-5.1, negative.GetCurrentExtents().m_dMinimum, 1e-12);
@@ -159,7 +137,8 @@ TEST(AxisTest, ExtentsMarginsAndClamping)
     EXPECT_TRUE(y.GetCurrentExtents() == y.GetMaxExtents());
 
     x.ClearExtents();
-    EXPECT_TRUE(x.GetCurrentExtents() == empty && x.GetMaxExtents() == empty);
+    EXPECT_TRUE(x.GetCurrentExtents() == CAxis::CExtents() &&
+                x.GetMaxExtents() == CAxis::CExtents());
 }
 
 TEST(AxisTest, ZoomOutUndoesZoomInAndZoomStopsWhereLabelsRepeat)
@@ -197,7 +176,9 @@ TEST(AxisTest, ZoomOutUndoesZoomInAndZoomStopsWhereLabelsRepeat)
     ASSERT_LT(zooms, 60);
     EXPECT_GT(zooms, 0);
     const CAxis::CExtents stopped = time.GetCurrentExtents();
-    EXPECT_TRUE(LabelsDistinct(time));
+    const std::vector<CTick> ticks = time.GetTicks();
+    for (std::size_t i = 1; i < ticks.size(); ++i)
+        EXPECT_NE(ticks[i - 1].GetLabel(), ticks[i].GetLabel());
     EXPECT_FALSE(time.Zoom(0.5, true, 0.25));
     EXPECT_TRUE(time.GetCurrentExtents() == stopped);
     EXPECT_GT(stopped.Width(), 3.0);
@@ -210,7 +191,6 @@ TEST(AxisTest, ScrollingStaysInsideTheDataAndKeepsTheWidth)
     axis.SetCurrentExtents(CAxis::CExtents(40, 60));
     axis.ScrollBy(1000);
     EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(80, 100));
-    axis.ScrollRight();
     axis.ScrollPageRight();
     EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(80, 100));
     axis.ScrollBy(-1000);

@@ -14,12 +14,6 @@ using namespace CppUtil::Gui::Chart;
 namespace
 {
 
-enum
-{
-    FLAG = CCategory::FLAGABLE,
-    CHART = CCategory::CHARTABLE
-};
-
 const SElement& Only(const SElement& root, const std::string& cls)
 {
     const std::vector<const SElement*> found = root.ByClass(cls);
@@ -72,9 +66,9 @@ protected:
 TEST_F(ChartRenderTest, PageParsesBackAndShowsWhatTheAxesAndEventsSay)
 {
     m_oChart.SetTimeXAxis();
-    m_oChart.AddCategory("Rate", CHART);
-    m_oChart.AddCategory("Alarm", FLAG | CCategory::ERROR_CATEGORY);
-    m_oChart.AddCategory("Note", FLAG | CCategory::OPEN_IN_EXTERNAL_VIEWER, "Alarm");
+    m_oChart.AddCategory("Rate", CCategory::CHARTABLE);
+    m_oChart.AddCategory("Alarm", CCategory::FLAGABLE | CCategory::ERROR_CATEGORY);
+    m_oChart.AddCategory("Note", CCategory::FLAGABLE | CCategory::OPEN_IN_EXTERNAL_VIEWER, "Alarm");
     for (int second = 0; second <= 600; ++second)
         m_oChart.AddData("Rate", second, 100 + 20 * std::sin(second / 30.0));
     const std::string tricky = "Jam <3> & \"stop\" 'now' caf\xE9";
@@ -139,7 +133,7 @@ TEST_F(ChartRenderTest, PageParsesBackAndShowsWhatTheAxesAndEventsSay)
 
 TEST_F(ChartRenderTest, LargeSeriesIsThinnedAndZoomShowsEveryPoint)
 {
-    m_oChart.AddCategory("Signal", CHART);
+    m_oChart.AddCategory("Signal", CCategory::CHARTABLE);
     const int count = 1000000;
     for (int i = 0; i < count; ++i)
         m_oChart.AddData("Signal", i, i % 1000);

@@ -36,7 +36,7 @@ protected:
 
 } // namespace
 
-TEST_F(MessageManagerTest, PrintedTextIsLoggedLineByLine)
+TEST_F(MessageManagerTest, PrintedTextIsLoggedLineByLineAndVerboseAreasGateLogLines)
 {
     CUiThreadStandIn ui;
     m_oOut.PrintF("a\r\n\r\nb", "second");
@@ -57,9 +57,18 @@ TEST_F(MessageManagerTest, PrintedTextIsLoggedLineByLine)
     m_poManager->SetTraceLogging(true);
     m_oOut.LogF("x\r\ny", 0u);
     m_oOut.TraceF("p\nq");
+    // With every verbose-logging area off, lines naming an area are dropped, HTML ones too.
+    m_oOut.LogF("gated", 0x8u);
+    m_oOut.HtmlLegacyLogF("gated", 0x10000u);
     ASSERT_EQ(5u, m_oRecorder.Lines().size());
     EXPECT_EQ("x\r\ny", m_oRecorder.Lines()[3].m_sText);
     EXPECT_EQ("p\nq", m_oRecorder.Lines()[4].m_sText);
+
+    CString prefix("unchanged");
+    EXPECT_TRUE(CppUtil::Settings::CVerboseLogging::IsMessageEnabled(0, prefix));
+    EXPECT_FALSE(CppUtil::Settings::CVerboseLogging::IsMessageEnabled(0xFFFFFFFF, prefix));
+    EXPECT_EQ(CString("unchanged"), prefix);
+    EXPECT_FALSE(CppUtil::Settings::CVerboseLogging::IsApsLoggingEnabled());
 }
 
 TEST_F(MessageManagerTest, SwitchesAndHandler)
@@ -84,26 +93,6 @@ TEST_F(MessageManagerTest, SwitchesAndHandler)
     m_poManager->SetLoggingEventHandler(replacement.Handler());
     m_oOut.LogF("new handler", 0u);
     EXPECT_EQ(1u, replacement.Lines().size());
-}
-
-TEST_F(MessageManagerTest, VerboseGateAppliesToLogFamilyOnly)
-{
-    CString prefix("unchanged");
-    EXPECT_TRUE(CppUtil::Settings::CVerboseLogging::IsMessageEnabled(0, prefix));
-    EXPECT_FALSE(CppUtil::Settings::CVerboseLogging::IsMessageEnabled(0xFFFFFFFF, prefix));
-    EXPECT_EQ(CString("unchanged"), prefix);
-    EXPECT_FALSE(CppUtil::Settings::CVerboseLogging::IsApsLoggingEnabled());
-
-    // With every area off, lines naming an area are dropped, HTML ones too; print and trace
-    // texts are never gated.
-    m_poManager->SetTraceLogging(true);
-    m_oOut.LogF("gated", 0x8u);
-    m_oOut.HtmlLegacyLogF("gated", 0x10000u);
-    m_oOut.PrintF("printed", "");
-    m_oOut.TraceF("traced");
-    ASSERT_EQ(2u, m_oRecorder.Lines().size());
-    EXPECT_EQ("printed", m_oRecorder.Lines()[0].m_sText);
-    EXPECT_EQ("traced", m_oRecorder.Lines()[1].m_sText);
 }
 
 TEST_F(MessageManagerTest, BroadcastReachesEveryLiveManagerInAddressOrder)

@@ -63,7 +63,7 @@ const DWORD k_dwSystem = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSE
 } // namespace
 
 // Windows finds loaded modules only; this program loads the library because it uses CString.
-TEST(MessageTableTest, LibraryTableHoldsItsMessagesLetterForLetter)
+TEST(MessageTableTest, LibraryTableHoldsItsMessagesLetterForLetterAndNoOthers)
 {
     const HMODULE library = GetModuleHandleA("cpputil");
     ASSERT_NE(nullptr, library);
@@ -76,9 +76,22 @@ TEST(MessageTableTest, LibraryTableHoldsItsMessagesLetterForLetter)
     CString notice;
     notice.Format(Load(k_dwModule, library, 2).c_str(), "VerboseLogging");
     EXPECT_NE(-1, notice.Find("Quillon\\VerboseLogging to zero"));
+
+    EXPECT_EQ("", Load(k_dwModule, library, 12345));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError());
+    // 1 is the program's message, not the library's.
+    EXPECT_EQ("", Load(k_dwModule, library, MSG_TEST_LINES));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError());
+    SetLastError(ERROR_SUCCESS);
+    EXPECT_EQ(nullptr, GetModuleHandleA("no-such-module"));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_MOD_NOT_FOUND), GetLastError());
+    char small[8];
+    SetLastError(ERROR_SUCCESS);
+    EXPECT_EQ(0u, FormatMessageA(k_dwModule, library, 2, 0, small, sizeof small, nullptr));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
 }
 
-TEST(MessageTableTest, ProgramTableIsTheExecutables)
+TEST(MessageTableTest, ProgramTableIsTheExecutablesWithItsLanguages)
 {
     const HMODULE program = GetModuleHandleA(nullptr);
     ASSERT_NE(nullptr, program);
@@ -97,6 +110,11 @@ TEST(MessageTableTest, ProgramTableIsTheExecutables)
     EXPECT_EQ("Failed.\r\n", Load(k_dwModule, nullptr, MSG_TEST_ERROR));
     EXPECT_EQ("Hallo\r\n", Load(k_dwModule, program, MSG_TEST_GREETING, 0x407));
     EXPECT_EQ("Hello\r\n", Load(k_dwModule, program, MSG_TEST_GREETING, 0x409));
+    // German texts exist, but not this one; there is no French at all.
+    EXPECT_EQ("", Load(k_dwModule, program, MSG_TEST_LINES, 0x407));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError());
+    EXPECT_EQ("", Load(k_dwModule, program, MSG_TEST_GREETING, 0x40C));
+    EXPECT_EQ(static_cast<DWORD>(ERROR_RESOURCE_LANG_NOT_FOUND), GetLastError());
 }
 
 TEST(MessageTableTest, InsertsKeptWhenIgnoredAndAppliedOtherwise)
@@ -164,32 +182,6 @@ TEST(MessageTableTest, FormatRulesOfWin32)
     // An insert with nothing to fill it in.
     EXPECT_EQ("", Load(FORMAT_MESSAGE_FROM_STRING, "x %1 y", 0));
     EXPECT_EQ(static_cast<DWORD>(ERROR_INVALID_PARAMETER), GetLastError());
-}
-
-TEST(MessageTableTest, MissingMessagesModulesAndSmallBuffers)
-{
-    const HMODULE library = GetModuleHandleA("cpputil");
-    EXPECT_EQ("", Load(k_dwModule, library, 12345));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError());
-    // 1 is the program's message, not the library's.
-    EXPECT_EQ("", Load(k_dwModule, library, MSG_TEST_LINES));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError());
-
-    // The program has German texts, but not this one; it has no French at all.
-    const HMODULE program = GetModuleHandleA(nullptr);
-    EXPECT_EQ("", Load(k_dwModule, program, MSG_TEST_LINES, 0x407));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError());
-    EXPECT_EQ("", Load(k_dwModule, program, MSG_TEST_GREETING, 0x40C));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_RESOURCE_LANG_NOT_FOUND), GetLastError());
-
-    SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(nullptr, GetModuleHandleA("no-such-module"));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_MOD_NOT_FOUND), GetLastError());
-
-    char small[8];
-    SetLastError(ERROR_SUCCESS);
-    EXPECT_EQ(0u, FormatMessageA(k_dwModule, library, 2, 0, small, sizeof small, nullptr));
-    EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
 }
 
 TEST(MessageTableTest, SystemTextsOfTheErrorsTheTablesReport)

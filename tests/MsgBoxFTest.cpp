@@ -71,7 +71,7 @@ protected:
 
 } // namespace
 
-TEST_F(MsgBoxFTest, TemporaryShowsAtEndOfStatementAndIsLogged)
+TEST_F(MsgBoxFTest, TemporaryShowsAtEndOfStatementAndIsLoggedHtmlAsHtml)
 {
     m_oOut.MsgBoxF("Lot %s done", "Quillon", MB_OK, 77) % "A-17";
     ASSERT_EQ(1u, m_oUser.m_oShown.size());
@@ -94,6 +94,15 @@ TEST_F(MsgBoxFTest, TemporaryShowsAtEndOfStatementAndIsLogged)
     ASSERT_EQ(2u, m_oUser.m_oShown.size());
     EXPECT_EQ("Continue 3?", m_oUser.m_oShown[1].m_sText);
     EXPECT_EQ(1u, m_oRecorder.Lines().size());
+
+    // An HTML box shows plain text and logs the HTML.
+    m_oOut.MsgBoxF("<b>Lot %s</b> failed:<br />3 &lt; 5", MB_OK | CMsgBoxF::k_uHtmlText, 0) %
+        "A-17";
+    ASSERT_EQ(3u, m_oUser.m_oShown.size());
+    EXPECT_EQ("Lot A-17 failed:\r\n3 < 5", m_oUser.m_oShown[2].m_sText);
+    ASSERT_EQ(2u, m_oRecorder.Lines().size());
+    EXPECT_TRUE(m_oRecorder.Lines()[1].m_bHtml);
+    EXPECT_EQ("<b>Lot A-17</b> failed:<br />3 &lt; 5", m_oRecorder.Lines()[1].m_sText);
 }
 
 TEST_F(MsgBoxFTest, DialogsDisabledLogsPlainBoxesOnly)
@@ -160,17 +169,6 @@ TEST_F(MsgBoxFTest, SuppressSimilarAnswersEveryBoxOfTheFormat)
     EXPECT_EQ(42, (m_oOut.MsgBoxF("Head %d is cold.", MB_OK, 0) % CMsgBoxF::SuppressSimiliar %
                    CMsgBoxF::ShowOnShow % 5)
                       .Show());
-}
-
-TEST_F(MsgBoxFTest, HtmlBoxShowsPlainTextAndLogsHtml)
-{
-    m_oOut.MsgBoxF("<b>Lot %s</b> failed:<br />3 &lt; 5", MB_OK | CMsgBoxF::k_uHtmlText, 0) %
-        "A-17";
-    ASSERT_EQ(1u, m_oUser.m_oShown.size());
-    EXPECT_EQ("Lot A-17 failed:\r\n3 < 5", m_oUser.m_oShown[0].m_sText);
-    ASSERT_EQ(1u, m_oRecorder.Lines().size());
-    EXPECT_TRUE(m_oRecorder.Lines()[0].m_bHtml);
-    EXPECT_EQ("<b>Lot A-17</b> failed:<br />3 &lt; 5", m_oRecorder.Lines()[0].m_sText);
 }
 
 TEST(HtmlDlgTest, PlainTextOfAPage)

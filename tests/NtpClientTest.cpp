@@ -10,12 +10,9 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 #include <string>
 #include <thread>
 
@@ -29,28 +26,19 @@ std::int64_t SystemMilliseconds()
 {
     SYSTEMTIME st;
     ::GetSystemTime(&st);
-    return ((DaysFromCivil(st.wYear, st.wMonth, st.wDay) * 24 + st.wHour) * 60 + st.wMinute) *
-               60000 +
-           st.wSecond * 1000 + st.wMilliseconds;
+    const std::int64_t days = DaysFromCivil(st.wYear, st.wMonth, st.wDay);
+    return (days * 86400 + st.wHour * 3600 + st.wMinute * 60 + st.wSecond) * 1000 +
+           st.wMilliseconds;
 }
 
 // The client gives UTC clock digits as local clock fields; this reads the digits back.
 std::int64_t UtcDigitsOf(const ATL::CTime& time)
 {
-    std::tm local;
-    if (!time.GetLocalTm(&local))
+    std::tm t;
+    if (!time.GetLocalTm(&t))
         return -1;
-    return ((DaysFromCivil(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday) * 24 +
-             local.tm_hour) *
-                60 +
-            local.tm_min) *
-               60 +
-           local.tm_sec;
-}
-
-std::int64_t FloorDiv(std::int64_t a, std::int64_t b)
-{
-    return a >= 0 ? a / b : -((-a + b - 1) / b);
+    const std::int64_t days = DaysFromCivil(t.tm_year + 1900, t.tm_mon + 1, t.tm_mday);
+    return days * 86400 + t.tm_hour * 3600 + t.tm_min * 60 + t.tm_sec;
 }
 
 const std::uint64_t k_uNtpEpochOffset = 2208988800u;
@@ -89,7 +77,6 @@ public:
         m_oThread = std::thread(&CScriptedServer::Serve, this);
     }
     ~CScriptedServer() { Join(); }
-
     // Waits until the request has been answered (or not, as asked).
     void Join()
     {
@@ -97,13 +84,12 @@ public:
             m_oThread.join();
     }
 
-    int Port() const { return static_cast<int>(m_uPort); }
-
     // Valid once the client call has returned.
     int m_iRequestSize = 0;
     unsigned char m_aucRequest[128] = {};
     std::int64_t m_iTransmitMs = 0;
     UINT m_uClientPort = 0;
+    UINT m_uPort = 0;
 
 private:
     void Serve()
@@ -126,30 +112,17 @@ private:
         WriteStamp(reply + 24, t1);
         WriteStamp(reply + 32, shifted);
         WriteStamp(reply + 40, shifted);
-        switch (m_eAnswer)
-        {
-        case Offset:
-            m_oSocket.SendTo(reply, 48, m_uClientPort, "127.0.0.1");
-            break;
-        case Short:
-            m_oSocket.SendTo(reply, 40, m_uClientPort, "127.0.0.1");
-            break;
-        case Silent:
-            break;
-        case OtherPort:
-        {
-            CAsyncSocket other;
-            EXPECT_TRUE(other.Create(0, SOCK_DGRAM, 0, "127.0.0.1"));
-            other.SendTo(reply, 48, m_uClientPort, "127.0.0.1");
-            break;
-        }
-        }
+        if (m_eAnswer == Silent)
+            return;
+        CAsyncSocket other;
+        EXPECT_TRUE(m_eAnswer != OtherPort || other.Create(0, SOCK_DGRAM, 0, "127.0.0.1"));
+        (m_eAnswer == OtherPort ? other : m_oSocket)
+            .SendTo(reply, m_eAnswer == Short ? 40 : 48, m_uClientPort, "127.0.0.1");
     }
 
     EAnswer m_eAnswer;
     double m_dOffset;
     CAsyncSocket m_oSocket;
-    UINT m_uPort = 0;
     std::thread m_oThread;
 };
 
@@ -191,15 +164,15 @@ TEST_F(NtpClientTest, AppliesTheServersOffset)
         CScriptedServer server(CScriptedServer::Offset, offset);
         CNtpClient client(m_oOut);
         const std::int64_t before = SystemMilliseconds();
-        const ATL::CTime result = client.GetServerTime("127.0.0.1", server.Port());
+        const ATL::CTime result = client.GetServerTime("127.0.0.1", server.m_uPort);
         const std::int64_t after = SystemMilliseconds();
         server.Join();
         const std::int64_t offsetMs = std::llround(offset * 1000);
 
         // The reply came at once: the result is the client's clock plus the offset, to the
         // millisecond, so a carry or borrow gone wrong moves it by a whole second.
-        EXPECT_GE(UtcDigitsOf(result), FloorDiv(before + offsetMs - 5, 1000));
-        EXPECT_LE(UtcDigitsOf(result), FloorDiv(after + offsetMs, 1000));
+        EXPECT_GE(UtcDigitsOf(result), (before + offsetMs - 5) / 1000);
+        EXPECT_LE(UtcDigitsOf(result), (after + offsetMs) / 1000);
         EXPECT_TRUE(m_oRecorder.Lines().empty()) << LastLog();
 
         // The request: 48 bytes in client mode, nothing set but the transmit time, which is now.
@@ -237,7 +210,7 @@ TEST_F(NtpClientTest, FailuresAreLoggedAndGiveAnEmptyTime)
         CScriptedServer server(c.m_eAnswer);
         CNtpClient client(m_oOut);
         const auto start = std::chrono::steady_clock::now();
-        const ATL::CTime result = client.GetServerTime("127.0.0.1", server.Port());
+        const ATL::CTime result = client.GetServerTime("127.0.0.1", server.m_uPort);
         const double seconds =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         server.Join();
@@ -267,11 +240,7 @@ TEST_F(NtpClientTest, AgreesWithChronyd)
         GTEST_SKIP() << "chronyd is started by CTest (fixture NtpServer); run this through ctest";
     std::ifstream unavailable(std::string(dir) + "/unavailable");
     if (unavailable)
-    {
-        std::stringstream why;
-        why << unavailable.rdbuf();
-        GTEST_SKIP() << why.str();
-    }
+        GTEST_SKIP() << unavailable.rdbuf();
 
     CNtpClient client(m_oOut);
     ATL::CTime result;

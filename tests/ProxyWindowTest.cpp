@@ -89,7 +89,7 @@ TEST(ProxyWindowTest, CallsFromSeveralThreadsRunOnTheCreatorInPostOrder)
         });
 }
 
-TEST(ProxyWindowTest, WindowIsNamedAfterItsOwnerAndSendRunsAtOnce)
+TEST(ProxyWindowTest, NamedAfterItsOwnerSendRunsAtOnceAndForeignDeleteWaitsForTheCreator)
 {
     OnFreshThread(
         []
@@ -111,7 +111,32 @@ TEST(ProxyWindowTest, WindowIsNamedAfterItsOwnerAndSendRunsAtOnce)
             EXPECT_THROW(plain.Send([] { throw std::runtime_error("sent call failed"); }),
                          std::runtime_error);
             EXPECT_NO_THROW(PumpMessages(0));
+
+            // Deleted from another thread, it is torn down by its creator's loop.
+            CProxyWindow* window = new CProxyWindow(false, "foreign");
+            const HWND hWnd = *window;
+            int runs = 0;
+            window->Post([&runs] { ++runs; });
+            std::atomic<bool> deleted(false);
+            std::thread destroyer(
+                [&]
+                {
+                    delete window;
+                    deleted = true;
+                });
+            while (!deleted)
+                PumpMessages(10);
+            destroyer.join();
+            // A window merely cut loose from its object would still be there.
+            EXPECT_FALSE(IsWindow(hWnd));
+            EXPECT_EQ(nullptr, FindWindow(nullptr, "CppUtil::CProxyWindow Message Sink (foreign)"));
+            EXPECT_EQ(1, runs);
         });
+
+    // A creator that has ended cannot tear its window down; nothing waits for it.
+    CProxyWindow* orphan = nullptr;
+    std::thread([&orphan] { orphan = new CProxyWindow(true, "orphan"); }).join();
+    delete orphan;
 }
 
 TEST(ProxyWindowTest, TearDownDropsOrRunsTheQueuedCallsAndReleasesTheirWaiters)
@@ -158,35 +183,4 @@ TEST(ProxyWindowTest, TearDownDropsOrRunsTheQueuedCallsAndReleasesTheirWaiters)
             EXPECT_THROW(PumpMessages(0), std::runtime_error);
             ExpectPendingQuit(4);
         });
-}
-
-TEST(ProxyWindowTest, DestroyedFromAnotherThreadByItsCreatorsLoop)
-{
-    OnFreshThread(
-        []
-        {
-            CProxyWindow* window = new CProxyWindow(false, "foreign");
-            const HWND hWnd = *window;
-            int runs = 0;
-            window->Post([&runs] { ++runs; });
-            std::atomic<bool> deleted(false);
-            std::thread destroyer(
-                [&]
-                {
-                    delete window;
-                    deleted = true;
-                });
-            while (!deleted)
-                PumpMessages(10);
-            destroyer.join();
-            // A window merely cut loose from its object would still be there.
-            EXPECT_FALSE(IsWindow(hWnd));
-            EXPECT_EQ(nullptr, FindWindow(nullptr, "CppUtil::CProxyWindow Message Sink (foreign)"));
-            EXPECT_EQ(1, runs);
-        });
-
-    // A creator that has ended cannot tear its window down; nothing waits for it.
-    CProxyWindow* orphan = nullptr;
-    std::thread([&orphan] { orphan = new CProxyWindow(true, "orphan"); }).join();
-    delete orphan;
 }

@@ -2,12 +2,13 @@
 #include "RegistrySandbox.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
-#include <cpputil/Platform/CRegKey.h>
 #include <cpputil/RegistryValue.h>
 
 #include <chrono>
 #include <cstdio>
 #include <gtest/gtest.h>
+#include <utility>
+#include <vector>
 
 #if !defined(_WIN32)
 #include <cpputil/Platform/Posix/FileRegistry.h>
@@ -34,8 +35,8 @@ protected:
     template <class T>
     T Load(HKEY hive, const CString& section, const char* name, const T& defaultValue)
     {
-        CRegistryValue<T> value(m_oOut, hive, section, name, defaultValue, true, false, true);
-        return value.GetValue();
+        return CRegistryValue<T>(m_oOut, hive, section, name, defaultValue, true, false, true)
+            .GetValue();
     }
 
     template <class T>
@@ -57,6 +58,22 @@ protected:
     CMessageManager* m_poManager;
     COutput m_oOut;
 };
+
+// "text | function | file" of the exception the call raises, empty if it raises none.
+template <class F>
+std::string Failure(F call)
+{
+    try
+    {
+        call();
+    }
+    catch (const CppUtil::Exception::CQlException& e)
+    {
+        return std::string(e.what()) + " | " + e.GetFunction().GetString() + " | " +
+               e.GetFile().GetString();
+    }
+    return "";
+}
 
 // Whether HKLM\keyPath is open to every user; inherits tells whether sub-keys are to follow.
 bool IsOpenToEveryone(const CString& keyPath, bool* inherits = nullptr)
@@ -99,37 +116,13 @@ bool IsOpenToEveryone(const CString& keyPath, bool* inherits = nullptr)
 
 } // namespace
 
-// Runs first in this program: only the process's first store object reads the switch.
-TEST_F(QLRegistryTest, FirstStoreObjectNotesTheExtractorSwitch)
-{
-    {
-        CppUtil::Platform::CRegKey key;
-        ASSERT_EQ(ERROR_SUCCESS,
-                  key.Create(HKEY_CURRENT_USER,
-                             CQLRegistry::GetSectionKeyName("WikitextMsgExtractor"), nullptr,
-                             REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, nullptr));
-        ASSERT_EQ(ERROR_SUCCESS, key.SetDWORDValue("Enable", 1));
-    }
-    {
-        CQLRegistry first(m_oOut, HKEY_CURRENT_USER, m_oSandbox.Section("Any"), KEY_READ);
-    }
-    {
-        CQLRegistry second(m_oOut, HKEY_CURRENT_USER, m_oSandbox.Section("Any"), KEY_READ);
-    }
-    const std::vector<std::string> texts = LogTexts();
-    ASSERT_EQ(1u, texts.size());
-    EXPECT_NE(std::string::npos, texts[0].find("WikitextMsgExtractor\\Enable"));
-#if defined(_WIN32)
-    ::RegDeleteTreeA(HKEY_CURRENT_USER, CQLRegistry::GetSectionKeyName("WikitextMsgExtractor"));
-#endif
-}
-
-TEST_F(QLRegistryTest, TypedValuesRoundTripAndMissingOnesGiveDefaults)
+TEST_F(QLRegistryTest, TypedValuesRoundTripAndMissingOrMistypedOnesGiveDefaults)
 {
     const CString section = m_oSandbox.Section("Typed");
     const HKEY hive = HKEY_CURRENT_USER;
     EXPECT_EQ(7ul, Load<unsigned long>(hive, section, "Dword", 7));
-    EXPECT_EQ(CString("none"), Load<CString>(hive, section, "Text", "none"));
+    EXPECT_EQ(std::vector<CString>{"x"}, Load(hive, section, "List", std::vector<CString>{"x"}));
+    EXPECT_EQ(2.5, Load(hive, section, "Third", 2.5));
 
     Store<unsigned long>(hive, section, "Dword", 0xFFFFFFFFul);
     Store<unsigned long long>(hive, section, "Qword", 0xFEDCBA9876543210ull);
@@ -139,8 +132,10 @@ TEST_F(QLRegistryTest, TypedValuesRoundTripAndMissingOnesGiveDefaults)
     Store(hive, section, "List", std::vector<CString>{"ab", "c", "d e"});
     Store(hive, section, "NoList", std::vector<CString>());
     Store(hive, section, "Third", 1.0 / 3);
-    Store(hive, section, "Huge", -1.5e300);
+    Store<CString>(hive, section, "Number", "12");
+    Store<CString>(hive, section, "Real", "1.5x");
 
+    // Names match in any case.
     EXPECT_EQ(0xFFFFFFFFul, Load<unsigned long>(hive, section, "dword", 7));
     EXPECT_EQ(0xFEDCBA9876543210ull, Load<unsigned long long>(hive, section, "QWORD", 1));
     EXPECT_EQ(CString("C:\\dir \"quoted\" = [x]"), Load<CString>(hive, section, "Text", "none"));
@@ -150,10 +145,18 @@ TEST_F(QLRegistryTest, TypedValuesRoundTripAndMissingOnesGiveDefaults)
     EXPECT_EQ((std::vector<CString>{"ab", "c", "d e"}),
               Load(hive, section, "List", std::vector<CString>{"x"}));
     EXPECT_EQ(std::vector<CString>(), Load(hive, section, "NoList", std::vector<CString>{"x"}));
-    EXPECT_EQ(std::vector<CString>{"x"}, Load(hive, section, "Missing", std::vector<CString>{"x"}));
     EXPECT_EQ(1.0 / 3, Load(hive, section, "Third", 0.0));
-    EXPECT_EQ(-1.5e300, Load(hive, section, "Huge", 0.0));
-    EXPECT_EQ(2.5, Load(hive, section, "Missing", 2.5));
+
+    // A value of another type reads as the default until it is rewritten.
+    EXPECT_EQ(5ul, Load<unsigned long>(hive, section, "Number", 5));
+    EXPECT_EQ(5ull, Load<unsigned long long>(hive, section, "Dword", 5));
+    EXPECT_EQ(CString("d"), Load<CString>(hive, section, "Dword", "d"));
+    EXPECT_EQ(std::vector<unsigned char>{1},
+              Load(hive, section, "Dword", std::vector<unsigned char>{1}));
+    EXPECT_EQ(std::vector<CString>{"d"}, Load(hive, section, "Number", std::vector<CString>{"d"}));
+    EXPECT_EQ(0.25, Load(hive, section, "Real", 0.25));
+    Store<unsigned long>(hive, section, "Number", 12);
+    EXPECT_EQ(12ul, Load<unsigned long>(hive, section, "Number", 5));
 
     // A value read once is kept; a value set through the object is what it then answers.
     CRegistryValue<unsigned long> cached(m_oOut, hive, section, "Dword", 0, true, false, false);
@@ -167,25 +170,6 @@ TEST_F(QLRegistryTest, TypedValuesRoundTripAndMissingOnesGiveDefaults)
     EXPECT_EQ(6ul, fresh.GetValue());
 }
 
-TEST_F(QLRegistryTest, ValueOfAnotherTypeReadsAsDefaultUntilRewritten)
-{
-    const CString section = m_oSandbox.Section("Types");
-    Store<CString>(HKEY_CURRENT_USER, section, "Number", "12");
-    Store<unsigned long>(HKEY_CURRENT_USER, section, "Text", 12);
-    Store<CString>(HKEY_CURRENT_USER, section, "Real", "1.5x");
-    EXPECT_EQ(5ul, Load<unsigned long>(HKEY_CURRENT_USER, section, "Number", 5));
-    EXPECT_EQ(5ull, Load<unsigned long long>(HKEY_CURRENT_USER, section, "Text", 5));
-    EXPECT_EQ(CString("d"), Load<CString>(HKEY_CURRENT_USER, section, "Text", "d"));
-    EXPECT_EQ(std::vector<unsigned char>{1},
-              Load(HKEY_CURRENT_USER, section, "Text", std::vector<unsigned char>{1}));
-    EXPECT_EQ(std::vector<CString>{"d"},
-              Load(HKEY_CURRENT_USER, section, "Number", std::vector<CString>{"d"}));
-    EXPECT_EQ(0.25, Load(HKEY_CURRENT_USER, section, "Real", 0.25));
-
-    Store<unsigned long>(HKEY_CURRENT_USER, section, "Number", 12);
-    EXPECT_EQ(12ul, Load<unsigned long>(HKEY_CURRENT_USER, section, "Number", 5));
-}
-
 TEST_F(QLRegistryTest, OpeningRetriesAndRecordsTheGrantedAccess)
 {
     const CString section = m_oSandbox.Section("Open");
@@ -196,22 +180,18 @@ TEST_F(QLRegistryTest, OpeningRetriesAndRecordsTheGrantedAccess)
     EXPECT_FALSE(missing.CurrentUserHasWritePermission());
     EXPECT_EQ(0u, missing.GetGrantedAccess());
     EXPECT_FALSE(missing.IsValuePresent("Anything"));
-
     EXPECT_TRUE(missing.Create());
     EXPECT_EQ(static_cast<DWORD>(0xF003F), missing.GetGrantedAccess());
     EXPECT_TRUE(missing.CurrentUserHasWritePermission());
 
     Store<unsigned long>(HKEY_CURRENT_USER, section, "Present", 1);
     CQLRegistry reader(m_oOut, HKEY_CURRENT_USER, section, KEY_READ);
-    EXPECT_EQ(static_cast<DWORD>(KEY_READ), reader.GetGrantedAccess());
     EXPECT_FALSE(reader.CurrentUserHasWritePermission());
     EXPECT_TRUE(reader.IsValuePresent("PRESENT"));
     EXPECT_FALSE(reader.IsValuePresent("Absent"));
-    CQLRegistry copy(reader);
-    EXPECT_TRUE(copy.IsValuePresent("Present"));
-
-    CQLRegistry writer(m_oOut, HKEY_CURRENT_USER, section, KEY_ALL_ACCESS);
-    EXPECT_TRUE(writer.CurrentUserHasWritePermission());
+    EXPECT_TRUE(CQLRegistry(reader).IsValuePresent("Present"));
+    EXPECT_TRUE(CQLRegistry(m_oOut, HKEY_CURRENT_USER, section, KEY_ALL_ACCESS)
+                    .CurrentUserHasWritePermission());
 }
 
 TEST_F(QLRegistryTest, FailedWritesRaiseTheStoreTexts)
@@ -220,44 +200,23 @@ TEST_F(QLRegistryTest, FailedWritesRaiseTheStoreTexts)
     const CString section = m_oSandbox.Section(std::string(300, 'k'));
     CRegistryValue<unsigned long> value(m_oOut, HKEY_CURRENT_USER, section, "V", 3, true, false,
                                         false);
-    try
-    {
-        value.SetValue(4);
-        ADD_FAILURE() << "the write succeeded";
-    }
-    catch (const CppUtil::Exception::CQlException& e)
-    {
-        EXPECT_EQ("Could not create or write registry key [" +
-                      std::string(CQLRegistry::GetSectionKeyName(section)) +
-                      "].\nIn order to run the software successfully, you must have \"Full "
-                      "Control\" permissions for this key.",
-                  std::string(e.what()));
-        EXPECT_EQ(CString("CppUtil::Settings::CRegistryValue<unsigned long>::SetValue"),
-                  e.GetFunction());
-        EXPECT_EQ(CString("RegistryValue"), e.GetFile());
-    }
-    value.SetValue(4, true);
+    EXPECT_EQ("Could not create or write registry key [" +
+                  std::string(CQLRegistry::GetSectionKeyName(section)) +
+                  "].\nIn order to run the software successfully, you must have \"Full "
+                  "Control\" permissions for this key. | "
+                  "CppUtil::Settings::CRegistryValue<unsigned long>::SetValue | RegistryValue",
+              Failure([&] { value.SetValue(4); }));
+    EXPECT_EQ("", Failure([&] { value.SetValue(4, true); }));
     EXPECT_EQ(3ul, value.GetValue());
-    EXPECT_THROW(CQLRegistry::SetHklmPermissionSectionKeys(m_oOut, {section}),
-                 CppUtil::Exception::CQlException);
+    EXPECT_NE("", Failure([&] { CQLRegistry::SetHklmPermissionSectionKeys(m_oOut, {section}); }));
     CQLRegistry::SetHklmPermissionSectionKeys(m_oOut, {});
-
 #if !defined(_WIN32)
     // The file registry refuses value names that would break its lines.
     CRegistryValue<unsigned long> broken(m_oOut, HKEY_CURRENT_USER, m_oSandbox.Section("Ok"),
                                          "a\nb", 0, true, false, false);
-    try
-    {
-        broken.SetValue(1);
-        ADD_FAILURE() << "the write succeeded";
-    }
-    catch (const CppUtil::Exception::CQlException& e)
-    {
-        EXPECT_EQ(std::string("Could not set DWORD value \"a\nb\" to registry. Error code = 87"),
-                  e.what());
-        EXPECT_EQ(CString("CppUtil::Settings::CQLRegistry::SetDWORDValue"), e.GetFunction());
-        EXPECT_EQ(CString("QLRegistry"), e.GetFile());
-    }
+    EXPECT_EQ("Could not set DWORD value \"a\nb\" to registry. Error code = 87 | "
+              "CppUtil::Settings::CQLRegistry::SetDWORDValue | QLRegistry",
+              Failure([&] { broken.SetValue(1); }));
 #endif
 }
 
@@ -265,36 +224,37 @@ TEST_F(QLRegistryTest, PermissionSectionsMatchInAnyCaseAndDecideTheGrant)
 {
     const CString listed = m_oSandbox.Section("Perm\\Shared");
     const CString other = m_oSandbox.Section("Private");
+    const CString parent = m_oSandbox.Section("Perm");
     CQLRegistry::SetHklmPermissionSectionKeys(m_oOut, {listed});
     EXPECT_EQ(CString("Everyone"), Load<CString>(HKEY_LOCAL_MACHINE, listed, "Permission", ""));
 
     CString shouted = listed;
     shouted.MakeUpper();
     {
+        // Only a listed HKLM section opened for writing is granted.
         CQLRegistry reader(m_oOut, HKEY_LOCAL_MACHINE, shouted, KEY_READ);
         EXPECT_FALSE(reader.ShouldGrantHklmSectionKeyPermissionToEveryone());
         CQLRegistry opened(m_oOut, HKEY_LOCAL_MACHINE, shouted, KEY_ALL_ACCESS);
         EXPECT_TRUE(opened.ShouldGrantHklmSectionKeyPermissionToEveryone());
         CQLRegistry user(m_oOut, HKEY_CURRENT_USER, listed, KEY_READ);
-        EXPECT_TRUE(user.Create());
-        EXPECT_FALSE(user.ShouldGrantHklmSectionKeyPermissionToEveryone());
         CQLRegistry unlisted(m_oOut, HKEY_LOCAL_MACHINE, other, KEY_READ);
-        EXPECT_TRUE(unlisted.Create());
-        EXPECT_FALSE(unlisted.ShouldGrantHklmSectionKeyPermissionToEveryone());
-        CQLRegistry parent(m_oOut, HKEY_LOCAL_MACHINE, m_oSandbox.Section("Perm"), KEY_READ);
-        EXPECT_TRUE(parent.Create());
-        EXPECT_FALSE(parent.ShouldGrantHklmSectionKeyPermissionToEveryone());
+        CQLRegistry above(m_oOut, HKEY_LOCAL_MACHINE, parent, KEY_READ);
+        for (CQLRegistry* registry : {&user, &unlisted, &above})
+        {
+            EXPECT_TRUE(registry->Create());
+            EXPECT_FALSE(registry->ShouldGrantHklmSectionKeyPermissionToEveryone());
+        }
     }
     bool inherits = true;
     EXPECT_TRUE(IsOpenToEveryone(CQLRegistry::GetSectionKeyName(listed), &inherits));
     EXPECT_FALSE(inherits);
     EXPECT_FALSE(IsOpenToEveryone(CQLRegistry::GetSectionKeyName(other)));
-    EXPECT_FALSE(IsOpenToEveryone(CQLRegistry::GetSectionKeyName(m_oSandbox.Section("Perm"))));
+    EXPECT_FALSE(IsOpenToEveryone(CQLRegistry::GetSectionKeyName(parent)));
     EXPECT_TRUE(m_oRecorder.Lines().empty());
 
     CQLRegistry::SetHklmPermissionSectionKeys(m_oOut, {});
-    CQLRegistry later(m_oOut, HKEY_LOCAL_MACHINE, listed, KEY_ALL_ACCESS);
-    EXPECT_FALSE(later.ShouldGrantHklmSectionKeyPermissionToEveryone());
+    EXPECT_FALSE(CQLRegistry(m_oOut, HKEY_LOCAL_MACHINE, listed, KEY_ALL_ACCESS)
+                     .ShouldGrantHklmSectionKeyPermissionToEveryone());
 }
 
 TEST_F(QLRegistryTest, WriteAccessWalkCoversEveryChildKey)
@@ -302,12 +262,12 @@ TEST_F(QLRegistryTest, WriteAccessWalkCoversEveryChildKey)
     for (const char* section : {"Walk\\A", "Walk\\B\\C", "Walk\\B\\D"})
         Store<unsigned long>(HKEY_LOCAL_MACHINE, m_oSandbox.Section(section), "V", 1);
     const CString walk = m_oSandbox.KeyPath("Walk");
+    const std::string cannotOpen = "Could not open " + std::string(walk);
     EXPECT_TRUE(CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk));
     EXPECT_FALSE(CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk + "\\Z"));
-    const std::vector<std::string> missing = LogTexts();
-    ASSERT_EQ(1u, missing.size());
-    EXPECT_EQ(0u, missing[0].find("Could not open " + std::string(walk) +
-                                  "\\Z for write access. RegOpenKeyEx() failed with: "));
+    ASSERT_EQ(1u, LogTexts().size());
+    EXPECT_EQ(
+        0u, LogTexts()[0].find(cannotOpen + "\\Z for write access. RegOpenKeyEx() failed with: "));
 
     CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, walk, true);
 #if defined(_WIN32)
@@ -321,7 +281,7 @@ TEST_F(QLRegistryTest, WriteAccessWalkCoversEveryChildKey)
     EXPECT_TRUE(IsOpenToEveryone(walk + "\\B\\C"));
 #endif
     CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, m_oSandbox.KeyPath("Nowhere"), false);
-    EXPECT_EQ(3u, LogTexts().size());
+    ASSERT_EQ(3u, LogTexts().size());
     EXPECT_EQ("Could not set \"Everyone\" permission for HKEY_LOCAL_MACHINE\\" +
                   std::string(m_oSandbox.KeyPath("Nowhere")) +
                   " because the current user does not have write access to all subkeys.",
@@ -342,13 +302,11 @@ TEST_F(QLRegistryTest, WriteAccessWalkCoversEveryChildKey)
     {
         if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
             ::_exit(10);
-        const bool writable = CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk);
+        int status = CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk) ? 1 : 0;
         CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, walk, false);
         const std::vector<std::string> texts = LogTexts();
-        const std::string expected = "Could not open " + std::string(walk) +
-                                     "\\B\\C for write access. RegOpenKeyEx() failed with: "
-                                     "Access is denied.";
-        int status = writable ? 1 : 0;
+        const std::string expected =
+            cannotOpen + "\\B\\C for write access. RegOpenKeyEx() failed with: Access is denied.";
         if (texts.size() != 6 || texts[3] != expected || texts[4] != expected ||
             texts[5].find("Could not set \"Everyone\" permission") != 0)
             status |= 2;
@@ -368,44 +326,40 @@ TEST_F(QLRegistryTest, WriteAccessWalkCoversEveryChildKey)
 }
 
 #if defined(_WIN32)
-namespace
-{
-
-// Runs Wine's (or Windows') own reg.exe and returns what it printed.
-std::string RunReg(const std::string& arguments)
-{
-    std::string output;
-    FILE* pipe = ::_popen(("reg " + arguments + " 2>&1").c_str(), "r");
-    if (!pipe)
-        return output;
-    char buffer[512];
-    while (std::fgets(buffer, sizeof buffer, pipe))
-        output += buffer;
-    ::_pclose(pipe);
-    return output;
-}
-
-} // namespace
-
 TEST_F(QLRegistryTest, SystemRegToolAgreesWithTheStore)
 {
+    // Wine's (or Windows') own reg.exe, and what it printed.
+    const auto reg = [](const std::string& arguments)
+    {
+        std::string output;
+        if (FILE* pipe = ::_popen(("reg " + arguments + " 2>&1").c_str(), "r"))
+        {
+            char buffer[512];
+            while (std::fgets(buffer, sizeof buffer, pipe))
+                output += buffer;
+            ::_pclose(pipe);
+        }
+        return output;
+    };
     const CString section = m_oSandbox.Section("Cross");
-    const std::string key = "HKCU\\" + std::string(CQLRegistry::GetSectionKeyName(section));
+    const std::string key =
+        "\"HKCU\\" + std::string(CQLRegistry::GetSectionKeyName(section)) + "\"";
     Store<unsigned long>(HKEY_CURRENT_USER, section, "Dword", 0x2A);
     Store<CString>(HKEY_CURRENT_USER, section, "Text", "hello world");
     Store(HKEY_CURRENT_USER, section, "List", std::vector<CString>{"a", "b"});
-    const std::string dword = RunReg("query \"" + key + "\" /v Dword");
-    EXPECT_NE(std::string::npos, dword.find("REG_DWORD")) << dword;
-    EXPECT_NE(std::string::npos, dword.find("0x2a")) << dword;
-    const std::string text = RunReg("query \"" + key + "\" /v Text");
-    EXPECT_NE(std::string::npos, text.find("REG_SZ")) << text;
-    EXPECT_NE(std::string::npos, text.find("hello world")) << text;
-    const std::string list = RunReg("query \"" + key + "\" /v List");
-    EXPECT_NE(std::string::npos, list.find("REG_MULTI_SZ")) << list;
-
-    RunReg("add \"" + key + "\" /v Added /t REG_DWORD /d 7 /f");
-    RunReg("add \"" + key + "\" /v AddedText /t REG_SZ /d \"from reg\" /f");
-    RunReg("add \"" + key + "\" /v AddedBytes /t REG_BINARY /d 00ff10 /f");
+    const std::pair<const char*, std::vector<std::string>> queries[] = {
+        {"Dword", {"REG_DWORD", "0x2a"}},
+        {"Text", {"REG_SZ", "hello world"}},
+        {"List", {"REG_MULTI_SZ"}}};
+    for (const auto& query : queries)
+    {
+        const std::string output = reg("query " + key + " /v " + query.first);
+        for (const std::string& expected : query.second)
+            EXPECT_NE(std::string::npos, output.find(expected)) << output;
+    }
+    reg("add " + key + " /v Added /t REG_DWORD /d 7 /f");
+    reg("add " + key + " /v AddedText /t REG_SZ /d \"from reg\" /f");
+    reg("add " + key + " /v AddedBytes /t REG_BINARY /d 00ff10 /f");
     EXPECT_EQ(7ul, Load<unsigned long>(HKEY_CURRENT_USER, section, "Added", 0));
     EXPECT_EQ(CString("from reg"), Load<CString>(HKEY_CURRENT_USER, section, "AddedText", ""));
     EXPECT_EQ((std::vector<unsigned char>{0, 0xFF, 0x10}),

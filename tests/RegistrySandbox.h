@@ -29,7 +29,6 @@ public:
         m_sPrefix = "CppUtilTest";
 #endif
     }
-
     ~CRegistrySandbox()
     {
 #if defined(_WIN32)
@@ -42,12 +41,11 @@ public:
 #endif
     }
 
-    // A section name that no other test or program uses.
+    // A section name that no other test or program uses, and its key path below the hive.
     CString Section(const std::string& name) const
     {
         return (m_sPrefix + "\\" + name).c_str();
     }
-    // The key path of that section, below the hive.
     CString KeyPath(const std::string& name) const
     {
         return CppUtil::Settings::CQLRegistry::GetSectionKeyName(Section(name));

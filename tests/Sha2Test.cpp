@@ -11,60 +11,50 @@
 namespace
 {
 
-// One digest's four exports: the one-shot, and the streaming ones fed pieces of the given sizes in
-// turn (no sizes: one update).
-struct SHash
-{
-    std::function<std::string(const TBytes&)> m_oOneShot;
-    std::function<std::string(const TBytes&, const std::vector<std::size_t>&)> m_oStreamed;
-};
+// A digest of message fed in pieces of the given sizes in turn; no sizes: the one-shot export.
+using THash = std::function<std::string(const TBytes&, const std::vector<std::size_t>&)>;
 
 template <typename Context>
-SHash MakeHash(std::size_t size, void (*init)(Context*),
+THash MakeHash(std::size_t size, void (*init)(Context*),
                void (*update)(Context*, const unsigned char*, unsigned int),
                void (*final)(Context*, unsigned char*),
                void (*oneShot)(const unsigned char*, unsigned int, unsigned char*))
 {
-    return SHash{[=](const TBytes& message)
-                 {
-                     unsigned char digest[64];
-                     oneShot(message.data(), static_cast<unsigned int>(message.size()), digest);
-                     return ToHex(digest, size);
-                 },
-                 [=](const TBytes& message, const std::vector<std::size_t>& pieces)
-                 {
-                     Context ctx;
-                     init(&ctx);
-                     for (std::size_t done = 0, piece = 0; done < message.size(); ++piece)
-                     {
-                         const std::size_t length =
-                             std::min(pieces[piece % pieces.size()], message.size() - done);
-                         update(&ctx, message.data() + done, static_cast<unsigned int>(length));
-                         done += length;
-                     }
-                     unsigned char digest[64];
-                     final(&ctx, digest);
-                     return ToHex(digest, size);
-                 }};
+    return [=](const TBytes& message, const std::vector<std::size_t>& pieces)
+    {
+        unsigned char digest[64];
+        if (pieces.empty())
+            oneShot(message.data(), static_cast<unsigned int>(message.size()), digest);
+        else
+        {
+            Context ctx;
+            init(&ctx);
+            for (std::size_t done = 0, piece = 0; done < message.size(); ++piece)
+            {
+                const std::size_t length =
+                    std::min(pieces[piece % pieces.size()], message.size() - done);
+                update(&ctx, message.data() + done, static_cast<unsigned int>(length));
+                done += length;
+            }
+            final(&ctx, digest);
+        }
+        return ToHex(digest, size);
+    };
 }
 
-const std::map<std::string, SHash>& Hashes()
-{
-    static const std::map<std::string, SHash> s_oHashes = {
-        {"sha224", MakeHash(28, sha224_init, sha224_update, sha224_final, sha224)},
-        {"sha256", MakeHash(32, sha256_init, sha256_update, sha256_final, sha256)},
-        {"sha384", MakeHash(48, sha384_init, sha384_update, sha384_final, sha384)},
-        {"sha512", MakeHash(64, sha512_init, sha512_update, sha512_final, sha512)},
-    };
-    return s_oHashes;
-}
+const std::map<std::string, THash> k_oHashes = {
+    {"sha224", MakeHash(28, sha224_init, sha224_update, sha224_final, sha224)},
+    {"sha256", MakeHash(32, sha256_init, sha256_update, sha256_final, sha256)},
+    {"sha384", MakeHash(48, sha384_init, sha384_update, sha384_final, sha384)},
+    {"sha512", MakeHash(64, sha512_init, sha512_update, sha512_final, sha512)},
+};
 
 // Sizes that straddle both block sizes (64 and 128 bytes) and their padding limits.
 const std::vector<std::size_t> k_oOddPieces = {1, 3, 55, 56, 63, 64, 65, 111, 112, 128, 7};
 
 } // namespace
 
-TEST(Sha2Test, PublishedExamples)
+TEST(Sha2Test, PublishedExamplesAndPiecesOfAnySize)
 {
     const std::map<std::string, std::string> messages = {
         {"abc", "abc"},
@@ -85,28 +75,23 @@ sha512 896 8e959b75dae313da8cf4f72814fc143f8f7779c6eb9f7fa17299aeadb6889018501d2
     int count = 0;
     for (; table >> name >> message >> digest; ++count)
     {
-        const std::string& text = messages.at(message);
-        const TBytes bytes(text.begin(), text.end());
-        EXPECT_EQ(digest, Hashes().at(name).m_oOneShot(bytes)) << name << " " << message;
-        EXPECT_EQ(digest, Hashes().at(name).m_oStreamed(bytes, {1})) << name << " " << message;
+        const TBytes bytes(messages.at(message).begin(), messages.at(message).end());
+        EXPECT_EQ(digest, k_oHashes.at(name)(bytes, {})) << name << " " << message;
+        EXPECT_EQ(digest, k_oHashes.at(name)(bytes, {1})) << name << " " << message;
     }
     EXPECT_EQ(8, count);
-}
 
-TEST(Sha2Test, PiecesOfAnySizeGiveTheOneShotDigest)
-{
-    TBytes message(300);
-    for (std::size_t i = 0; i < message.size(); ++i)
-        message[i] = static_cast<unsigned char>(i * 31 + 7);
-    for (const auto& hash : Hashes())
-        // Lengths across two blocks of either size, so that each padding case is met.
-        for (std::size_t length = 0; length <= message.size(); length += 1 + length / 40)
+    // Lengths across two blocks of either size, so that each padding case is met.
+    TBytes bytes(300);
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<unsigned char>(i * 31 + 7);
+    for (const auto& hash : k_oHashes)
+        for (std::size_t length = 0; length <= bytes.size(); length += 1 + length / 40)
         {
-            const TBytes part(message.begin(), message.begin() + length);
-            const std::string expected = hash.second.m_oOneShot(part);
-            EXPECT_EQ(expected, hash.second.m_oStreamed(part, k_oOddPieces))
-                << hash.first << length;
-            EXPECT_EQ(expected, hash.second.m_oStreamed(part, {0, 2})) << hash.first << length;
+            const TBytes prefix(bytes.begin(), bytes.begin() + length);
+            const std::string expected = hash.second(prefix, {});
+            EXPECT_EQ(expected, hash.second(prefix, k_oOddPieces)) << hash.first << length;
+            EXPECT_EQ(expected, hash.second(prefix, {0, 2})) << hash.first << length;
         }
 }
 
@@ -119,9 +104,8 @@ TEST(Sha2Test, RandomMessagesAgreeWithTheOpensslCommand)
     ASSERT_EQ(12u, vectors.size());
     for (const SCryptoVector& v : vectors)
     {
-        const SHash& hash = Hashes().at(v.m_sName);
-        EXPECT_EQ(ToHex(v.m_oFields[1]), hash.m_oOneShot(v.m_oFields[0])) << v.m_sName;
-        EXPECT_EQ(ToHex(v.m_oFields[1]), hash.m_oStreamed(v.m_oFields[0], k_oOddPieces))
+        EXPECT_EQ(ToHex(v.m_oFields[1]), k_oHashes.at(v.m_sName)(v.m_oFields[0], {})) << v.m_sName;
+        EXPECT_EQ(ToHex(v.m_oFields[1]), k_oHashes.at(v.m_sName)(v.m_oFields[0], k_oOddPieces))
             << v.m_sName;
     }
 }

@@ -17,13 +17,6 @@ using CppUtil::Text::COutput;
 namespace
 {
 
-struct SBox
-{
-    std::string m_sText;
-    std::string m_sCaption;
-    unsigned int m_uType;
-};
-
 class VerboseLoggingTest : public ::testing::Test
 {
 protected:
@@ -37,7 +30,9 @@ protected:
             [this](const CString& text, const CString& caption, unsigned int type, unsigned int,
                    bool, bool&)
             {
-                m_oBoxes.push_back({text.GetString(), caption.GetString(), type});
+                m_oBoxes.push_back(text.GetString());
+                EXPECT_EQ(CString("Verbose Logging"), caption);
+                EXPECT_EQ(0x30u, type & 0xFFFFu);
                 return 1;
             });
     }
@@ -74,13 +69,14 @@ protected:
     CLogRecorder m_oRecorder;
     CMessageManager* m_poManager;
     COutput m_oOut;
-    std::vector<SBox> m_oBoxes;
+    std::vector<std::string> m_oBoxes;
 };
 
 } // namespace
 
-TEST_F(VerboseLoggingTest, WithoutSwitchesEveryAreaIsOffAndNothingIsShown)
+TEST_F(VerboseLoggingTest, SwitchedAreasGateLinesAndTheLowestPrefixesThem)
 {
+    // Only known areas count: with none switched on nothing is shown and gated lines are dropped.
     Switch("Unrelated", 1);
     CVerboseLogging::NotifyIfEnabled();
     EXPECT_TRUE(m_oBoxes.empty());
@@ -93,25 +89,17 @@ TEST_F(VerboseLoggingTest, WithoutSwitchesEveryAreaIsOffAndNothingIsShown)
     m_oOut.LogF("kept", 0u);
     ASSERT_EQ(1u, m_oRecorder.Lines().size());
     EXPECT_EQ("kept", m_oRecorder.Lines()[0].m_sText);
-}
 
-TEST_F(VerboseLoggingTest, LowestSwitchedOnAreaPrefixesTheLine)
-{
     Switch("ApsLog", 1);
     Switch("GalilCommunication", 0x100);
     Switch("VisionUpward", 0);
     CVerboseLogging::NotifyIfEnabled();
     ASSERT_EQ(1u, m_oBoxes.size());
-    EXPECT_EQ(Message(2), m_oBoxes[0].m_sText);
-    EXPECT_EQ("Verbose Logging", m_oBoxes[0].m_sCaption);
-    EXPECT_EQ(0x30u, m_oBoxes[0].m_uType & 0xFFFFu);
-
-    CString prefix;
+    EXPECT_EQ(Message(2), m_oBoxes[0]);
     EXPECT_TRUE(CVerboseLogging::IsMessageEnabled(0xFFFFFFFF, prefix));
     EXPECT_EQ(CString("GalilCommunication: "), prefix);
     EXPECT_TRUE(CVerboseLogging::IsMessageEnabled(CVerboseLogging::ApsLog | 0x10, prefix));
     EXPECT_EQ(CString("ApsLog: "), prefix);
-    EXPECT_TRUE(CVerboseLogging::IsApsLoggingEnabled());
 
     const std::size_t before = m_oRecorder.Lines().size();
     m_oOut.LogF("aps %d", CVerboseLogging::ApsLog) % 1;
@@ -123,21 +111,18 @@ TEST_F(VerboseLoggingTest, LowestSwitchedOnAreaPrefixesTheLine)
     EXPECT_EQ("ApsLog: aps 1", lines[before].m_sText);
     EXPECT_EQ("GalilCommunication: <b>both</b>", lines[before + 1].m_sText);
 
-    // Switched off in the registry: the gate follows on the next load.
+    // Switched off in the registry: the gate follows on the next load, not before.
     Switch("GalilCommunication", 0);
     Switch("ApsLog", 0);
     EXPECT_TRUE(CVerboseLogging::IsApsLoggingEnabled());
     CVerboseLogging::LoadFromRegistry();
     EXPECT_FALSE(CVerboseLogging::IsMessageEnabled(0xFFFFFFFF, prefix));
-}
 
-TEST_F(VerboseLoggingTest, ImageCaptureSwitchShowsTheStrongerNotice)
-{
+    // Image capture shows the stronger notice.
     Switch("DownwardVisionImageCapture", 1);
     CVerboseLogging::NotifyIfEnabled();
-    ASSERT_EQ(1u, m_oBoxes.size());
-    EXPECT_EQ(Message(11), m_oBoxes[0].m_sText);
-    CString prefix;
+    ASSERT_EQ(2u, m_oBoxes.size());
+    EXPECT_EQ(Message(11), m_oBoxes[1]);
     EXPECT_TRUE(
         CVerboseLogging::IsMessageEnabled(CVerboseLogging::DownwardVisionImageCapture, prefix));
     EXPECT_EQ(CString("DownwardVisionImageCapture: "), prefix);

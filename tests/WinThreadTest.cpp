@@ -65,11 +65,10 @@ DWORD ExitCode(HANDLE thread)
 
 } // namespace
 
-TEST(WinThreadTest, SuspendedThreadWaitsForResume)
+TEST(WinThreadTest, SuspendedThreadWaitsForResumeAndFailedInitStillExits)
 {
     CProbeThread* thread = new CProbeThread(TRUE);
     ASSERT_EQ(thread, AfxBeginThread(thread, THREAD_PRIORITY_NORMAL, 0, CREATE_SUSPENDED));
-    EXPECT_NE(nullptr, thread->m_hThread);
     EXPECT_NE(0u, thread->m_nThreadID);
     EXPECT_FALSE(thread->m_oInitialised.Lock(200));
     EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(thread->m_hThread, 0));
@@ -85,11 +84,9 @@ TEST(WinThreadTest, SuspendedThreadWaitsForResume)
     EXPECT_TRUE(thread->m_bRan);
     EXPECT_TRUE(thread->m_bExited);
     delete thread;
-}
 
-TEST(WinThreadTest, FailedInitInstanceSkipsRunButNotExitInstance)
-{
-    CProbeThread* thread = new CProbeThread(FALSE, 4);
+    // A failed InitInstance skips Run but not ExitInstance.
+    thread = new CProbeThread(FALSE, 4);
     ASSERT_EQ(thread, AfxBeginThread(thread));
     ASSERT_EQ(WAIT_OBJECT_0, WaitForSingleObject(thread->m_hThread, 10000));
     EXPECT_FALSE(thread->m_bRan);
