@@ -57,7 +57,7 @@ COutputWndThrottler::~COutputWndThrottler()
     {
         CSingleLock lock(&m_oLock, TRUE);
         m_bStopped = true;
-        m_oPending.clear();
+        m_oPending = SEntries();
     }
     {
         std::lock_guard<std::recursive_mutex> lock(m_poGate->m_oMutex);
@@ -92,26 +92,24 @@ COutputWndThrottler::~COutputWndThrottler()
 
 void COutputWndThrottler::Add(const CString& text, unsigned int flags)
 {
-    // Copied before the lock is taken, so that producers do not wait for one another's copies.
-    std::pair<CString, unsigned int> entry(text, flags);
     CSingleLock lock(&m_oLock, TRUE);
     if (!m_bStopped)
-        m_oPending.push_back(std::move(entry));
+        m_oPending.Append(text.Str(), flags);
 }
 
 void COutputWndThrottler::OnTick()
 {
     // Shared, so that handing the batch on copies a pointer rather than every text.
-    std::shared_ptr<TEntries> poBatch =
-        m_poSpareEntries ? std::move(m_poSpareEntries) : std::make_shared<TEntries>();
+    std::shared_ptr<SEntries> poBatch =
+        m_poSpareEntries ? std::move(m_poSpareEntries) : std::make_shared<SEntries>();
     {
         CSingleLock lock(&m_oLock, TRUE);
-        if (m_bStopped || m_oPending.empty())
+        if (m_bStopped || m_oPending.m_oLines.empty())
         {
             m_poSpareEntries = std::move(poBatch);
             return;
         }
-        poBatch->swap(m_oPending);
+        poBatch->Swap(m_oPending);
     }
     std::shared_ptr<SBatchGate> poGate = m_poGate;
     Thread::CGuiThreadCaller::BeginInvoke([poGate, poBatch] { WriteBatch(*poGate, *poBatch); });
@@ -119,21 +117,52 @@ void COutputWndThrottler::OnTick()
     // batch was written inline and is ours alone again; a batch still queued is left to its call.
     if (poBatch.use_count() == 1)
     {
-        poBatch->clear();
+        poBatch->Clear();
         m_poSpareEntries = std::move(poBatch);
     }
 }
 
-void COutputWndThrottler::WriteBatch(SBatchGate& gate, const TEntries& batch)
+void COutputWndThrottler::SEntries::Append(const std::string& text, unsigned int flags)
+{
+    m_oLines.emplace_back(m_sText.size() + text.size(), flags);
+    try
+    {
+        m_sText += text;
+    }
+    catch (...)
+    {
+        m_oLines.pop_back();
+        throw;
+    }
+}
+
+void COutputWndThrottler::SEntries::Clear()
+{
+    m_sText.clear();
+    m_oLines.clear();
+}
+
+void COutputWndThrottler::SEntries::Swap(SEntries& other)
+{
+    m_sText.swap(other.m_sText);
+    m_oLines.swap(other.m_oLines);
+}
+
+void COutputWndThrottler::WriteBatch(SBatchGate& gate, const SEntries& batch)
 {
     // The writer is fetched once a batch rather than once a line: the batch may hold thousands.
     const COutput::TWriteOutputWndDelegate writer = COutput::GetWriteOutputWndDelegate();
     std::lock_guard<std::recursive_mutex> lock(gate.m_oMutex);
-    for (const auto& entry : batch)
+    // One string for every line, so that its storage is reused from line to line.
+    CString line;
+    std::size_t begin = 0;
+    for (const auto& entry : batch.m_oLines)
     {
         if (!gate.m_poOutput || !writer)
             return;
-        writer(*gate.m_poOutput, entry.first, entry.second);
+        line.SetString(batch.m_sText.data() + begin, static_cast<int>(entry.first - begin));
+        writer(*gate.m_poOutput, line, entry.second);
+        begin = entry.first;
     }
 }
 

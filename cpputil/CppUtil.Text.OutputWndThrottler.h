@@ -8,7 +8,9 @@
 #include "Platform/CString.h"
 
 #include <boost/shared_ptr.hpp>
+#include <cstddef>
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -45,21 +47,34 @@ public:
     void Add(const CString& text, unsigned int flags);
 
 private:
-    typedef std::vector<std::pair<CString, unsigned int>> TEntries;
+    /// Pending lines, packed: their characters back to back in one buffer, and for each line where
+    /// it ends and its flags. A line costs one copy into storage that is reused batch after batch,
+    /// rather than a heap block of its own that the user-interface thread would have to free
+    /// against the producers' allocations.
+    struct SEntries
+    {
+        /// Strong guarantee: when memory runs out the list is as it was.
+        void Append(const std::string& text, unsigned int flags);
+        void Clear();
+        void Swap(SEntries& other);
+
+        std::string m_sText;
+        std::vector<std::pair<std::size_t, unsigned int>> m_oLines;
+    };
     struct SBatchGate;
 
     void OnTick();
-    static void WriteBatch(SBatchGate& gate, const TEntries& batch);
+    static void WriteBatch(SBatchGate& gate, const SEntries& batch);
 
     COutput& m_oOutput;
-    TEntries m_oPending;
+    SEntries m_oPending;
     CCriticalSection m_oLock;
     bool m_bStopped;
     std::shared_ptr<SBatchGate> m_poGate;
     /// Touched only by the tick, on the user-interface thread: the list of the batch written last,
     /// emptied, which becomes the next pending list. Reusing its storage spares the producers the
-    /// page faults of a fresh list every period.
-    std::shared_ptr<TEntries> m_poSpareEntries;
+    /// page faults of a fresh list every period; it stays at the size of the largest batch so far.
+    std::shared_ptr<SEntries> m_poSpareEntries;
     boost::shared_ptr<Thread::CTimerWindow> m_poTimer;
 };
 

@@ -31,6 +31,10 @@ TEST(CString, ConstructionAndElementAccess)
     EXPECT_EQ(s, "z");
     s = static_cast<const char*>(nullptr);
     EXPECT_TRUE(s.IsEmpty());
+    s.SetString("abcdef", 4);
+    EXPECT_EQ(s, "abcd");
+    s.SetString("abc", -1);
+    EXPECT_TRUE(s.IsEmpty());
 }
 
 TEST(CString, Format)

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using namespace CppUtil::Text;
@@ -36,7 +37,7 @@ protected:
     OutputWndThrottlerTest() : m_oUiThread(std::this_thread::get_id())
     {
         COutput::SetWriteOutputWndDelegate([this](COutput&, const CString& text, unsigned int flags)
-                                           { Write(text.GetString(), flags); });
+                                           { Write(text.Str(), flags); });
     }
     ~OutputWndThrottlerTest() override
     {
@@ -94,21 +95,28 @@ protected:
 
 TEST_F(OutputWndThrottlerTest, OnePeriodsTextArrivesAsOneBatchInCallOrder)
 {
+    // Lines of every length, the empty one and one with a NUL inside, come out as they went in.
+    const std::string withNul("before\0after", 12);
+    const std::string longLine(5000, 'x');
     COutput out(nullptr);
     out.AddText("first");
     out.AddDevelopmentText("second");
-    out.AddText("third");
+    out.AddText("");
+    out.AddText(CString(withNul.data(), static_cast<int>(withNul.size())));
+    out.AddDevelopmentText(longLine.c_str());
+    out.AddText("last");
     EXPECT_EQ(0u, LinesWritten()) << "written before the user-interface thread's loop ran";
 
-    const std::vector<SWritten> written = PumpUntilWritten(3);
-    ASSERT_EQ(4u, written.size());
-    EXPECT_EQ("first", written[0].m_sText);
-    EXPECT_EQ(0u, written[0].m_uFlags);
-    EXPECT_EQ("second", written[1].m_sText);
-    EXPECT_EQ(1u, written[1].m_uFlags);
-    EXPECT_EQ("third", written[2].m_sText);
-    EXPECT_EQ(0u, written[2].m_uFlags);
-    EXPECT_EQ(k_szBatchEnd, written[3].m_sText);
+    const std::vector<SWritten> written = PumpUntilWritten(6);
+    ASSERT_EQ(7u, written.size());
+    const std::vector<std::pair<std::string, unsigned int>> expected = {
+        {"first", 0}, {"second", 1}, {"", 0}, {withNul, 0}, {longLine, 1}, {"last", 0}};
+    for (std::size_t i = 0; i < expected.size(); ++i)
+    {
+        EXPECT_EQ(expected[i].first, written[i].m_sText) << "line " << i;
+        EXPECT_EQ(expected[i].second, written[i].m_uFlags) << "line " << i;
+    }
+    EXPECT_EQ(k_szBatchEnd, written[6].m_sText);
     for (const SWritten& line : written)
         EXPECT_TRUE(line.m_bOnUiThread) << line.m_sText;
 }

@@ -76,6 +76,16 @@ public:
         return *this;
     }
 
+    /// Replaces the text with length characters from pch, reusing the storage when it is large
+    /// enough.
+    void SetString(const char* pch, int length)
+    {
+        if (pch && length > 0)
+            m_sText.assign(pch, static_cast<size_t>(length));
+        else
+            m_sText.clear();
+    }
+
     int GetLength() const { return static_cast<int>(m_sText.size()); }
     bool IsEmpty() const { return m_sText.empty(); }
     void Empty() { m_sText.clear(); }
