@@ -203,9 +203,12 @@ bool CDateTime::Set(const CString& text, bool utc)
         return false;
 
     namespace spirit = boost::spirit::classic;
-    unsigned int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
-    unsigned int zoneHours = 0, zoneMinutes = 0;
+    unsigned int year = 0, month = 0, day = 0, zoneHours = 0, zoneMinutes = 0;
+    int hour = 0, minute = 0, second = 0;
     char sign = 0;
+    // The clock fields are not range-checked, CTime carries them over, but they must fit the int
+    // it takes: a larger number would wrap round to a time centuries before the text's.
+    const spirit::uint_parser<int> clockField;
     // The zone is four digits, hhmm.
     const spirit::uint_parser<unsigned int, 10, 2, 2> twoDigits;
     const char* const begin = text.GetString();
@@ -213,9 +216,9 @@ bool CDateTime::Set(const CString& text, bool utc)
                                       spirit::uint_p[spirit::assign_a(year)] >> '-' >>
                                           spirit::uint_p[spirit::assign_a(month)] >> '-' >>
                                           spirit::uint_p[spirit::assign_a(day)] >> ' ' >>
-                                          spirit::uint_p[spirit::assign_a(hour)] >> ':' >>
-                                          spirit::uint_p[spirit::assign_a(minute)] >> ':' >>
-                                          spirit::uint_p[spirit::assign_a(second)] >> ' ' >>
+                                          clockField[spirit::assign_a(hour)] >> ':' >>
+                                          clockField[spirit::assign_a(minute)] >> ':' >>
+                                          clockField[spirit::assign_a(second)] >> ' ' >>
                                           (spirit::ch_p('0')[spirit::assign_a(sign)] |
                                            spirit::ch_p('+')[spirit::assign_a(sign)] |
                                            spirit::ch_p('-')[spirit::assign_a(sign)]) >>
@@ -227,8 +230,8 @@ bool CDateTime::Set(const CString& text, bool utc)
     if (year <= 1970 || year >= 3001 || month < 1 || month > 12 || day < 1 || day > 31)
         return false;
 
-    ATL::CTime time(static_cast<int>(year), static_cast<int>(month), static_cast<int>(day),
-                    static_cast<int>(hour), static_cast<int>(minute), static_cast<int>(second));
+    ATL::CTime time(static_cast<int>(year), static_cast<int>(month), static_cast<int>(day), hour,
+                    minute, second);
     if (!utc)
     {
         const ATL::CTimeSpan zone(0, static_cast<int>(zoneHours), static_cast<int>(zoneMinutes), 0);

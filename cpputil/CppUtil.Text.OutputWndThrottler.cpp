@@ -18,6 +18,8 @@ namespace
 {
 
 const char* const k_szSource = "CppUtil.Text.OutputWndThrottler";
+// A text buffer up to this size is reused however little of it a batch needed.
+const std::size_t k_uBufferAlwaysKept = 64 * 1024;
 
 } // namespace
 
@@ -115,7 +117,8 @@ void COutputWndThrottler::OnTick()
     Thread::CGuiThreadCaller::BeginInvoke([poGate, poBatch] { WriteBatch(*poGate, *poBatch); });
     // On the user-interface thread, where the tick runs once the host has hooked its caller, the
     // batch was written inline and is ours alone again; a batch still queued is left to its call.
-    if (poBatch.use_count() == 1)
+    // Storage far larger than what it held is let go, so that a burst does not keep its memory.
+    if (poBatch.use_count() == 1 && !poBatch->IsOversized())
     {
         poBatch->Clear();
         m_poSpareEntries = std::move(poBatch);
@@ -134,6 +137,11 @@ void COutputWndThrottler::SEntries::Append(const std::string& text, unsigned int
         m_oLines.pop_back();
         throw;
     }
+}
+
+bool COutputWndThrottler::SEntries::IsOversized() const
+{
+    return m_sText.capacity() > k_uBufferAlwaysKept && m_sText.size() < m_sText.capacity() / 4;
 }
 
 void COutputWndThrottler::SEntries::Clear()

@@ -55,6 +55,8 @@ private:
     {
         /// Strong guarantee: when memory runs out the list is as it was.
         void Append(const std::string& text, unsigned int flags);
+        /// Whether the text buffer is much larger than the text it holds.
+        bool IsOversized() const;
         void Clear();
         void Swap(SEntries& other);
 
@@ -73,7 +75,7 @@ private:
     std::shared_ptr<SBatchGate> m_poGate;
     /// Touched only by the tick, on the user-interface thread: the list of the batch written last,
     /// emptied, which becomes the next pending list. Reusing its storage spares the producers the
-    /// page faults of a fresh list every period; it stays at the size of the largest batch so far.
+    /// page faults of a fresh list every period.
     std::shared_ptr<SEntries> m_poSpareEntries;
     boost::shared_ptr<Thread::CTimerWindow> m_poTimer;
 };

@@ -214,7 +214,9 @@ TEST_F(DateTimeTest, SetReadsOnlyTheFixedFormAndAppliesItsZone)
           "3001-01-01 00:00:00 +0000", "2019-00-08 12:34:56 +0200", "2019-13-08 12:34:56 +0200",
           "2019-04-00 12:34:56 +0200", "2019-04-32 12:34:56 +0200", "2019-04-08 12:34:56 *0200",
           "2019-04-08T12:34:56 +0200", "2019-04-08 12:34:56 +0200 ", "2019-04-08 12:34: 6 +0200",
-          "99999999999-04-08 12:34:56 +0200"})
+          "99999999999-04-08 12:34:56 +0200",
+          // A clock field past what an int holds would wrap round to centuries earlier.
+          "2019-04-08 12:2147483648:56 +0200"})
     {
         EXPECT_FALSE(value.Set(text, false)) << text;
         EXPECT_FALSE(value.Set(text, true)) << text;
