@@ -9,11 +9,6 @@
 
 namespace CppUtil
 {
-namespace Text
-{
-class COutput;
-}
-
 namespace Settings
 {
 

@@ -2,6 +2,7 @@
 // infinities, huge and tiny numbers), leaves axes whose current range lies inside the data and a
 // page that is well-formed XML.
 #include "../tests/MarkupProbe.h"
+#include "FuzzCheck.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Gui.Chart.Chart.h>
@@ -18,12 +19,6 @@ using namespace CppUtil::Gui::Chart;
 
 namespace
 {
-
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 class CReader
 {

@@ -1,21 +1,11 @@
 // Any text given to CDateTime's parsers is either refused, leaving the value as it was, or gives
 // a value that prints in the fixed form; nothing crashes.
+#include "FuzzCheck.h"
+
 #include <cpputil/CppUtil.DateTime.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-
-namespace
-{
-
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -1,24 +1,13 @@
 // Any input to the .mc parser of cpputil-mc either yields messages or an error on a line of the
 // input; it never crashes, and what it yields can always be written out.
+#include "FuzzCheck.h"
 #include "McFile.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <set>
 #include <string>
-
-namespace
-{
-
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

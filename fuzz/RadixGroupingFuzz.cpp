@@ -1,20 +1,15 @@
 // Any text given to the hexadecimal grouping comes back with the same characters once blanks are
 // ignored, grouped in fours from the right with single blanks, and never crashes.
+#include "FuzzCheck.h"
+
 #include <cpputil/CppUtil.Text.RadixFormatter.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 namespace
 {
-
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 std::string WithoutBlanks(const std::string& text)
 {

@@ -1,10 +1,11 @@
 // Any input to the registry file reader either is refused as a whole or yields keys and values
 // that, written out in either encoding, read back the same.
+#include "FuzzCheck.h"
+
 #include <cpputil/Platform/Posix/RegFile.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 using CppUtil::Platform::CRegFile;
@@ -12,12 +13,6 @@ using CppUtil::Platform::SRegSection;
 
 namespace
 {
-
-void Check(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 void CheckSame(const std::vector<SRegSection>& a, const std::vector<SRegSection>& b)
 {

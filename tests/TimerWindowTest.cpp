@@ -17,11 +17,6 @@ using CppUtil::Thread::PumpMessages;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-namespace
-{
-
-} // namespace
-
 TEST(TimerWindowTest, TicksOnlyBetweenStartAndStop)
 {
     // Nothing hooked: the calling thread stands in for the user-interface thread.

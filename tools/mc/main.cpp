@@ -2,28 +2,19 @@
 // the symbolic names and a C++ source that registers the table under the module's name.
 //
 //   cpputil-mc [--customer] --module NAME [--executable] --header OUT.h --source OUT.cpp IN.mc
+#include "../ReadFile.h"
 #include "McFile.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <sstream>
 #include <string>
+
+using CppUtil::Tools::ReadFile;
 
 namespace
 {
-
-bool ReadFile(const std::string& path, std::string& text)
-{
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return false;
-    std::ostringstream buffer;
-    buffer << in.rdbuf();
-    text = buffer.str();
-    return !in.bad();
-}
 
 // An unchanged file keeps its time stamp, so its dependants are not compiled again.
 bool WriteFileIfChanged(const std::string& path, const std::string& text)

@@ -1,5 +1,7 @@
 #include "RegCommand.h"
 
+#include "../ReadFile.h"
+
 #include <cpputil/Platform/Posix/FileRegistry.h>
 
 #include <cerrno>
@@ -485,17 +487,6 @@ int Delete(const std::vector<std::string>& args, std::istream& in, std::ostream&
         Fail(StatusText(status));
     out << k_szSuccess << "\n";
     return 0;
-}
-
-bool ReadFile(const std::string& path, std::string& bytes)
-{
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-        return false;
-    std::ostringstream buffer;
-    buffer << file.rdbuf();
-    bytes = buffer.str();
-    return !file.bad();
 }
 
 int Import(const std::vector<std::string>& args, std::ostream& out)

@@ -3,24 +3,30 @@
 
 #include <ctime>
 
-void GetSystemTime(LPSYSTEMTIME systemTime)
+namespace
+{
+
+// The clock now, with milliseconds, as broken down by gmtime_r or localtime_r.
+void SystemTimeNow(std::tm* (*breakDown)(const std::time_t*, std::tm*), LPSYSTEMTIME systemTime)
 {
     timespec now;
     ::clock_gettime(CLOCK_REALTIME, &now);
     std::tm fields;
-    ::gmtime_r(&now.tv_sec, &fields);
+    breakDown(&now.tv_sec, &fields);
     CppUtil::Platform::SystemTimeFromFields(fields, static_cast<WORD>(now.tv_nsec / 1000000),
                                             *systemTime);
 }
 
+} // namespace
+
+void GetSystemTime(LPSYSTEMTIME systemTime)
+{
+    SystemTimeNow(::gmtime_r, systemTime);
+}
+
 void GetLocalTime(LPSYSTEMTIME systemTime)
 {
-    timespec now;
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    std::tm fields;
-    ::localtime_r(&now.tv_sec, &fields);
-    CppUtil::Platform::SystemTimeFromFields(fields, static_cast<WORD>(now.tv_nsec / 1000000),
-                                            *systemTime);
+    SystemTimeNow(::localtime_r, systemTime);
 }
 
 BOOL QueryPerformanceCounter(LARGE_INTEGER* count)
