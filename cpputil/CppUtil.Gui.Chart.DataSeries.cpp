@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace CppUtil
 {
@@ -77,18 +76,24 @@ void CDataSeries::UpdateExtents(CAxis& xAxis, CAxis& yAxis)
 {
     m_bRelative = yAxis.IsRelativeUnits();
     const TData& data = GraphData();
-    if (!data.empty())
+    // Gaps (NaN and infinities) feed nothing: one of them would stretch the axes over every
+    // series to no range at all.
+    const auto isFinite = [](const CDatum& datum) { return datum.IsFinite(); };
+    const auto first = std::find_if(data.begin(), data.end(), isFinite);
+    if (first != data.end())
     {
+        const auto last = std::find_if(data.rbegin(), data.rend(), isFinite).base();
         // x never decreases, so its ends are its extremes; y needs every point.
-        xAxis.UpdateMaxExtents(data.front().m_dX);
-        xAxis.UpdateMaxExtents(data.back().m_dX);
-        double lowest = std::numeric_limits<double>::infinity();
-        double highest = -std::numeric_limits<double>::infinity();
-        for (const CDatum& datum : data)
-        {
-            lowest = std::min(lowest, datum.m_dY);
-            highest = std::max(highest, datum.m_dY);
-        }
+        xAxis.UpdateMaxExtents(first->m_dX);
+        xAxis.UpdateMaxExtents((last - 1)->m_dX);
+        double lowest = first->m_dY;
+        double highest = first->m_dY;
+        for (auto datum = first; datum != last; ++datum)
+            if (datum->IsFinite())
+            {
+                lowest = std::min(lowest, datum->m_dY);
+                highest = std::max(highest, datum->m_dY);
+            }
         yAxis.UpdateMaxExtents(lowest);
         yAxis.UpdateMaxExtents(highest);
     }
@@ -158,8 +163,10 @@ const CDataSeries::TData& CDataSeries::RelativeData() const
 {
     if (m_oRelativeData.empty())
     {
+        // A NaN or infinite base would turn every point into a gap.
         while (m_uRelativeBaseSearched < m_oData.size() &&
-               m_oData[m_uRelativeBaseSearched].m_dY == 0.0)
+               !(m_oData[m_uRelativeBaseSearched].m_dY != 0.0 &&
+                 std::isfinite(m_oData[m_uRelativeBaseSearched].m_dY)))
             ++m_uRelativeBaseSearched;
         if (m_uRelativeBaseSearched == m_oData.size())
             return m_oRelativeData;

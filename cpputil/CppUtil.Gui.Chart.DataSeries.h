@@ -6,6 +6,7 @@
 #include "Platform/CString.h"
 #include "Platform/GdiplusTypes.h"
 
+#include <cmath>
 #include <cstddef>
 #include <utility>
 #include <vector>
@@ -27,6 +28,8 @@ public:
 
     bool operator==(const CDatum& other) const { return m_dX == other.m_dX && m_dY == other.m_dY; }
     bool operator!=(const CDatum& other) const { return !(*this == other); }
+    /// A point with a NaN or an infinity has no place on the graph: it is a gap in the line.
+    bool IsFinite() const { return std::isfinite(m_dX) && std::isfinite(m_dY); }
 
     double m_dX;
     double m_dY;
@@ -128,7 +131,7 @@ private:
     TData m_oData;
     /// Built on demand and extended as points arrive, since the data only ever grows.
     mutable TData m_oRelativeData;
-    /// How far the search for the first non-zero y has got while none was found.
+    /// How far the search for the first finite, non-zero y has got while none was found.
     mutable std::size_t m_uRelativeBaseSearched;
     CColor m_oColor;
     CActiveDatum m_oActiveDatum;

@@ -339,7 +339,8 @@ CString CGraph::RenderSvg()
         svg.AppendFormat("<text class=\"y-units\" x=\"4\" y=\"%d\">%s</text>", plot.Y - 8,
                          Markup::Escape(yUnits).GetString());
 
-    // Each series thinned by its sample period; its last visible point always ends the line.
+    // Each series thinned by its sample period; its last visible point always ends the line. A
+    // point that cannot be placed (NaN, infinity) breaks the line into separate polylines.
     for (const std::shared_ptr<CDataSeries>& series : m_oSeries)
     {
         const CDataSeries::TData& data = series->GraphData();
@@ -348,19 +349,35 @@ CString CGraph::RenderSvg()
         const std::pair<unsigned int, unsigned int> range = series->GetVisibleDatumXExtents();
         const std::size_t last = std::min<std::size_t>(range.second, data.size() - 1);
         const std::size_t period = series->GetSamplePeriod();
-        svg.AppendFormat("<polyline class=\"series\" data-name=\"%s\" fill=\"none\" "
-                         "stroke=\"%s\" clip-path=\"url(#plot)\" points=\"",
-                         Markup::Escape(series->GetName()).GetString(),
-                         Markup::ToHex(Gdiplus::Color(series->GetColor().m_uLine)).GetString());
+        bool open = false;
+        const auto draw = [&](const CDatum& datum)
+        {
+            if (!datum.IsFinite())
+            {
+                if (open)
+                    svg += "\"/>";
+                open = false;
+                return;
+            }
+            if (!open)
+                svg.AppendFormat(
+                    "<polyline class=\"series\" data-name=\"%s\" fill=\"none\" stroke=\"%s\" "
+                    "clip-path=\"url(#plot)\" points=\"",
+                    Markup::Escape(series->GetName()).GetString(),
+                    Markup::ToHex(Gdiplus::Color(series->GetColor().m_uLine)).GetString());
+            open = true;
+            svg.AppendFormat("%.1f,%.1f ", ToPixelX(datum.m_dX), ToPixelY(datum.m_dY));
+        };
         std::size_t drawn = last;
         for (std::size_t index = range.first; index <= last; index += period)
         {
-            svg.AppendFormat("%.1f,%.1f ", ToPixelX(data[index].m_dX), ToPixelY(data[index].m_dY));
+            draw(data[index]);
             drawn = index;
         }
         if (drawn != last)
-            svg.AppendFormat("%.1f,%.1f ", ToPixelX(data[last].m_dX), ToPixelY(data[last].m_dY));
-        svg += "\"/>";
+            draw(data[last]);
+        if (open)
+            svg += "\"/>";
     }
 
     for (const std::shared_ptr<CEventMarker>& marker : m_oVisibleEventMarkers)

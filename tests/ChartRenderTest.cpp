@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -169,4 +171,48 @@ TEST_F(ChartRenderTest, LargeSeriesIsThinnedAndZoomShowsEveryPoint)
               text.find(graph.GetXAxis().CreateTick(active.m_oDatum.m_dX, true).GetLabel().Str()))
         << text;
     EXPECT_FALSE(graph.OnLeftClick(0, 0));
+}
+
+TEST_F(ChartRenderTest, NaNAndInfinitiesAreGapsThatLeaveTheAxesAlone)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    m_oChart.AddCategory("Good", CCategory::CHARTABLE);
+    m_oChart.AddCategory("Holes", CCategory::CHARTABLE);
+    m_oChart.AddCategory("Lost", CCategory::CHARTABLE);
+    for (int i = 0; i <= 10; ++i)
+    {
+        m_oChart.AddData("Good", i, 10 + i);
+        m_oChart.AddData("Holes", i, i == 4 ? nan : i == 7 ? -inf : 12.0);
+    }
+    m_oChart.AddData("Lost", 3, nan);
+    m_oChart.Position(CRect(0, 0, 800, 400));
+    CGraph& graph = m_oChart.GetGraph();
+
+    for (bool relative : {false, true})
+    {
+        SCOPED_TRACE(relative);
+        graph.SetRelativeUnits(relative);
+        const std::unique_ptr<SElement> svg = CMarkupProbe::Parse(graph.RenderSvg().Str());
+        const CAxis::CExtents y = graph.GetYAxis().GetMaxExtents();
+        EXPECT_TRUE(std::isfinite(y.m_dMinimum) && std::isfinite(y.m_dMaximum));
+        EXPECT_GE(Texts(*svg, "y-label").size(), 3u);
+
+        // Good draws whole; Holes in three pieces around its two gaps; Lost not at all.
+        std::vector<std::size_t> good, holes;
+        for (const SElement* line : svg->ByClass("series"))
+        {
+            const std::vector<std::pair<double, double>> points = Points(*line);
+            // Every point parsed: a "nan" would have stopped the reading.
+            const std::string text = line->Attr("points");
+            EXPECT_EQ(static_cast<std::size_t>(std::count(text.begin(), text.end(), ',')),
+                      points.size());
+            for (const auto& point : points)
+                EXPECT_TRUE(std::isfinite(point.first) && std::isfinite(point.second));
+            (line->Attr("data-name") == "Good" ? good : holes).push_back(points.size());
+            EXPECT_NE("Lost", line->Attr("data-name"));
+        }
+        EXPECT_EQ(std::vector<std::size_t>{11}, good);
+        EXPECT_EQ((std::vector<std::size_t>{4, 2, 3}), holes);
+    }
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -152,4 +153,59 @@ TEST(DataSeriesTest, RelativeDataIsPercentChangeAgainstTheFirstNonZeroValueAndEx
     EXPECT_TRUE(zeros.GraphData().empty());
     EXPECT_TRUE(x.GetMaxExtents() == CAxis::CExtents());
     EXPECT_EQ(CDatum(), zeros.GetDatumClosestTo(CDatum(1, 0)));
+}
+
+TEST(DataSeriesTest, NaNAndInfinitiesAreGapsThatFeedNoExtents)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    const auto makeY = [](bool relative)
+    {
+        CAxis y(CAxis::Y_AXIS, {5, 9}, Gdiplus::Color(), Gdiplus::Color());
+        y.SetRelativeUnits(relative);
+        return y;
+    };
+    // What an axis holds when no series feeds it.
+    CAxis unfed = makeY(false);
+    unfed.OnUpdateExtentsComplete();
+
+    // No finite sample: the axes stay as if the series were not there.
+    for (double bad : {nan, inf, -inf})
+        for (bool relative : {false, true})
+        {
+            SCOPED_TRACE(testing::Message() << bad << (relative ? " relative" : ""));
+            CDataSeries series("bad");
+            series.Add(CDatum(0, bad));
+            series.Add(CDatum(1, bad));
+            CAxis x(CAxis::X_AXIS, {8, 12}, Gdiplus::Color(), Gdiplus::Color());
+            CAxis y = makeY(relative);
+            series.UpdateExtents(x, y);
+            EXPECT_TRUE(x.GetMaxExtents() == CAxis::CExtents());
+            EXPECT_TRUE(y.GetMaxExtents() == unfed.GetMaxExtents());
+        }
+
+    // Gaps at both ends and between: only the finite points count, in x as in y.
+    CDataSeries mixed("mixed");
+    for (const CDatum& datum : {CDatum(0, nan), CDatum(1, 2), CDatum(2, inf), CDatum(3, -1),
+                                CDatum(4, -inf), CDatum(5, nan)})
+        mixed.Add(datum);
+    CAxis x(CAxis::X_AXIS, {8, 12}, Gdiplus::Color(), Gdiplus::Color());
+    CAxis y = makeY(false);
+    mixed.UpdateExtents(x, y);
+    EXPECT_TRUE(x.GetMaxExtents() == CAxis::CExtents(1, 3));
+    EXPECT_NEAR(-1 - 3 * 0.02, y.GetMaxExtents().m_dMinimum, 1e-12);
+    EXPECT_NEAR(2 + 3 * 0.02, y.GetMaxExtents().m_dMaximum, 1e-12);
+
+    // Relative: the base is the first finite non-zero value; the gaps stay gaps.
+    y = makeY(true);
+    x.ClearExtents();
+    mixed.UpdateExtents(x, y);
+    const CDataSeries::TData& relative = mixed.GraphData();
+    ASSERT_EQ(6u, relative.size());
+    EXPECT_FALSE(relative[0].IsFinite());
+    EXPECT_DOUBLE_EQ(0.0, relative[1].m_dY);
+    EXPECT_DOUBLE_EQ(-150.0, relative[3].m_dY);
+    EXPECT_FALSE(relative[4].IsFinite());
+    EXPECT_NEAR(-150 - 150 * 0.02, y.GetMaxExtents().m_dMinimum, 1e-9);
+    EXPECT_NEAR(150 * 0.02, y.GetMaxExtents().m_dMaximum, 1e-9);
 }
