@@ -26,6 +26,18 @@ const char k_szExtractorSection[] = "WikitextMsgExtractor";
 
 std::atomic<bool> s_bConstructedBefore(false);
 
+// kind names the registry type in the text, as in "Could not set DWORD value".
+void CheckWrite(LONG status, const char* kind, const CString& name, const char* function, int line)
+{
+    if (status == ERROR_SUCCESS)
+        return;
+    CString message;
+    message.Format("Could not set %s value \"%s\" to registry. Error code = %d", kind,
+                   name.GetString(), static_cast<int>(status));
+    Exception::ThrowQlException(message, CString("CppUtil::Settings::CQLRegistry::") + function,
+                                k_szFile, line);
+}
+
 CString Folded(CString text)
 {
     return text.MakeLower();
@@ -221,54 +233,23 @@ unsigned int CQLRegistry::GetMultiStringRequiredSize(const std::vector<CString>&
 
 void CQLRegistry::SetDWORDValue(const CString& name, DWORD value)
 {
-    const LONG status = m_oKey.SetDWORDValue(name, value);
-    if (status != ERROR_SUCCESS)
-    {
-        CString message;
-        message.Format("Could not set DWORD value \"%s\" to registry. Error code = %d",
-                       name.GetString(), static_cast<int>(status));
-        Exception::ThrowQlException(message, "CppUtil::Settings::CQLRegistry::SetDWORDValue",
-                                    k_szFile, __LINE__);
-    }
+    CheckWrite(m_oKey.SetDWORDValue(name, value), "DWORD", name, "SetDWORDValue", __LINE__);
 }
 
 void CQLRegistry::SetQWORDValue(const CString& name, unsigned long long value)
 {
-    const LONG status = m_oKey.SetQWORDValue(name, value);
-    if (status != ERROR_SUCCESS)
-    {
-        CString message;
-        message.Format("Could not set QWORD value \"%s\" to registry. Error code = %d",
-                       name.GetString(), static_cast<int>(status));
-        Exception::ThrowQlException(message, "CppUtil::Settings::CQLRegistry::SetQWORDValue",
-                                    k_szFile, __LINE__);
-    }
+    CheckWrite(m_oKey.SetQWORDValue(name, value), "QWORD", name, "SetQWORDValue", __LINE__);
 }
 
 void CQLRegistry::SetBinaryValue(const CString& name, const std::vector<unsigned char>& value)
 {
-    const LONG status = m_oKey.SetBinaryValue(name, value.data(), static_cast<ULONG>(value.size()));
-    if (status != ERROR_SUCCESS)
-    {
-        CString message;
-        message.Format("Could not set binary value \"%s\" to registry. Error code = %d",
-                       name.GetString(), static_cast<int>(status));
-        Exception::ThrowQlException(message, "CppUtil::Settings::CQLRegistry::SetBinaryValue",
-                                    k_szFile, __LINE__);
-    }
+    CheckWrite(m_oKey.SetBinaryValue(name, value.data(), static_cast<ULONG>(value.size())),
+               "binary", name, "SetBinaryValue", __LINE__);
 }
 
 void CQLRegistry::SetStringValue(const CString& name, const CString& value)
 {
-    const LONG status = m_oKey.SetStringValue(name, value);
-    if (status != ERROR_SUCCESS)
-    {
-        CString message;
-        message.Format("Could not set string value \"%s\" to registry. Error code = %d",
-                       name.GetString(), static_cast<int>(status));
-        Exception::ThrowQlException(message, "CppUtil::Settings::CQLRegistry::SetStringValue",
-                                    k_szFile, __LINE__);
-    }
+    CheckWrite(m_oKey.SetStringValue(name, value), "string", name, "SetStringValue", __LINE__);
 }
 
 void CQLRegistry::SetMultiString(const CString& name, const std::vector<CString>& value)
@@ -284,14 +265,7 @@ void CQLRegistry::SetMultiString(const CString& name, const std::vector<CString>
     const LONG status = ::RegSetValueExA(m_oKey, name, 0, REG_MULTI_SZ,
                                          reinterpret_cast<const BYTE*>(buffer.data()),
                                          static_cast<DWORD>(buffer.size()));
-    if (status != ERROR_SUCCESS)
-    {
-        CString message;
-        message.Format("Could not set multi-string value \"%s\" to registry. Error code = %d",
-                       name.GetString(), static_cast<int>(status));
-        Exception::ThrowQlException(message, "CppUtil::Settings::CQLRegistry::SetMultiString",
-                                    k_szFile, __LINE__);
-    }
+    CheckWrite(status, "multi-string", name, "SetMultiString", __LINE__);
 }
 
 void CQLRegistry::Load(const CString& name, CString& value, const CString& defaultValue) const
@@ -338,6 +312,16 @@ void CQLRegistry::Load(const CString& name, double& value, double defaultValue) 
     char* end = nullptr;
     const double number = std::strtod(text, &end);
     value = (!text.IsEmpty() && end && *end == '\0') ? number : defaultValue;
+}
+
+void CQLRegistry::SetValue(const CString& name, unsigned long value)
+{
+    // unsigned long is 64 bits wide on LP64 systems: a value that a DWORD cannot hold is refused
+    // like any failed write rather than cut to its low half.
+    const DWORD dword = static_cast<DWORD>(value);
+    if (dword != value)
+        CheckWrite(ERROR_INVALID_PARAMETER, "DWORD", name, "SetDWORDValue", __LINE__);
+    SetDWORDValue(name, dword);
 }
 
 void CQLRegistry::SetValue(const CString& name, double value)

@@ -107,10 +107,7 @@ private:
     }
 
     void SetValue(const CString& name, const CString& value) { SetStringValue(name, value); }
-    void SetValue(const CString& name, unsigned long value)
-    {
-        SetDWORDValue(name, static_cast<DWORD>(value));
-    }
+    void SetValue(const CString& name, unsigned long value);
     void SetValue(const CString& name, unsigned long long value) { SetQWORDValue(name, value); }
     void SetValue(const CString& name, const std::vector<unsigned char>& value)
     {

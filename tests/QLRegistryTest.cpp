@@ -210,6 +210,22 @@ TEST_F(QLRegistryTest, FailedWritesRaiseTheStoreTexts)
     EXPECT_EQ(3ul, value.GetValue());
     EXPECT_NE("", Failure([&] { CQLRegistry::SetHklmPermissionSectionKeys(m_oOut, {section}); }));
     CQLRegistry::SetHklmPermissionSectionKeys(m_oOut, {});
+
+    // Where unsigned long is wider than a DWORD, a value beyond 32 bits is refused, not cut, and
+    // the stored value stays.
+    const CString ok = m_oSandbox.Section("Wide");
+    CRegistryValue<unsigned long> wide(m_oOut, HKEY_CURRENT_USER, ok, "Dword", 0, true, false,
+                                       false);
+    wide.SetValue(0xFFFFFFFFul);
+    if (sizeof(unsigned long) > sizeof(DWORD))
+    {
+        const unsigned long tooWide = static_cast<unsigned long>(0x100000005ull);
+        EXPECT_EQ("Could not set DWORD value \"Dword\" to registry. Error code = 87 | "
+                  "CppUtil::Settings::CQLRegistry::SetDWORDValue | QLRegistry",
+                  Failure([&] { wide.SetValue(tooWide); }));
+        EXPECT_EQ(0xFFFFFFFFul, wide.GetValue());
+        EXPECT_EQ(0xFFFFFFFFul, Load<unsigned long>(HKEY_CURRENT_USER, ok, "Dword", 7));
+    }
 #if !defined(_WIN32)
     // The file registry refuses value names that would break its lines.
     CRegistryValue<unsigned long> broken(m_oOut, HKEY_CURRENT_USER, m_oSandbox.Section("Ok"),
