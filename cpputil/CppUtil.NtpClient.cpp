@@ -204,20 +204,11 @@ ATL::CTime CNtpClient::GetServerTime(const CString& server, int port)
 
 bool CNtpClient::IsDataAvailable(CSocket& socket, unsigned long timeoutMs) const
 {
-    fd_set readable;
-    FD_ZERO(&readable);
-    FD_SET(socket.m_hSocket, &readable);
-    timeval timeout;
-    timeout.tv_sec = static_cast<long>(timeoutMs / 1000);
-    timeout.tv_usec = static_cast<long>(timeoutMs % 1000 * 1000);
-    const int result =
-        ::select(static_cast<int>(socket.m_hSocket) + 1, &readable, nullptr, nullptr, &timeout);
-    if (result == SOCKET_ERROR)
-        Platform::SetLastSocketError();
+    const int result = Platform::WaitReadable(socket.m_hSocket, timeoutMs);
     // The log line then names the time-out instead of whatever error came before.
-    else if (result == 0)
+    if (result == 0)
         ::SetLastError(WSAETIMEDOUT);
-    return result > 0 && FD_ISSET(socket.m_hSocket, &readable);
+    return result > 0;
 }
 
 ATL::CTime CNtpClient::OnError(const CString& text)

@@ -1,6 +1,6 @@
 /// @file
 /// A socket with MFC's CAsyncSocket interface over Winsock or BSD sockets. Network events are not
-/// delivered as notifications: the socket stays blocking and callers wait with select.
+/// delivered as notifications: the socket stays blocking and callers wait with WaitReadable.
 #pragma once
 
 #include "../CppUtil.Api.h"
@@ -9,6 +9,19 @@
 
 /// Starts Windows Sockets for the process (a no-op where sockets need no start).
 CPPUTIL_API BOOL AfxSocketInit();
+
+namespace CppUtil
+{
+namespace Platform
+{
+
+/// Waits up to timeoutMs for a datagram (or a pending error) on the socket: 1 when one is there,
+/// 0 after the time-out, SOCKET_ERROR with the cause as the thread's last error. Works for any
+/// descriptor value, also at or above FD_SETSIZE, where a POSIX fd_set has no room.
+int WaitReadable(SOCKET socket, unsigned long timeoutMs);
+
+} // namespace Platform
+} // namespace CppUtil
 
 class CPPUTIL_API CAsyncSocket
 {
