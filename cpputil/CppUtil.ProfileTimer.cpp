@@ -1,19 +1,23 @@
 #include "CppUtil.ProfileTimer.h"
 
 #include "CppUtil.Text.Output.h"
+#include "Platform/ProcessClock.h"
 
 namespace CppUtil
 {
 
 std::map<CString, CProfileTimer::CBenchmark> CProfileTimer::s_oMap;
 
-CProfileTimer::CProfileTimer(const CString& name) : m_sName(name), m_lStart(std::clock()) {}
+CProfileTimer::CProfileTimer(const CString& name)
+    : m_sName(name), m_lStart(Platform::ProcessClock())
+{
+}
 
 CProfileTimer::~CProfileTimer()
 {
-    // clock() ticks CLOCKS_PER_SEC times a second: 1000 on Windows, a million on POSIX systems,
-    // where it also counts processor time rather than wall time.
-    const double elapsed = static_cast<double>(std::clock() - m_lStart) / CLOCKS_PER_SEC;
+    // CLOCKS_PER_SEC ticks a second: 1000 on Windows, a million on POSIX systems.
+    const double elapsed =
+        static_cast<double>(Platform::ProcessClock() - m_lStart) / CLOCKS_PER_SEC;
     CBenchmark& row = s_oMap[m_sName];
     row.m_dTotalSeconds += elapsed;
     ++row.m_iCalls;

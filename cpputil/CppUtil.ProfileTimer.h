@@ -43,6 +43,7 @@ public:
 
 private:
     CString m_sName;
+    /// Wall-clock ticks since the process started.
     std::clock_t m_lStart;
 
     static std::map<CString, CBenchmark> s_oMap;

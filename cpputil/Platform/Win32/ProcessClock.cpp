@@ -1,0 +1,6 @@
+#include "../ProcessClock.h"
+
+std::clock_t CppUtil::Platform::ProcessClock()
+{
+    return std::clock();
+}
