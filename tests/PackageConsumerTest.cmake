@@ -47,6 +47,17 @@ if(NOT RUN_OUTPUT MATCHES "${table_line}")
 endif()
 
 if(NOT EMULATOR)
+    # The installed tools run from their prefix with nothing from the environment to find the
+    # library by: their own run path has to.
+    set(installed ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH
+        CPPUTIL_REGISTRY_ROOT=${WORK_DIR}/registry)
+    set(key "HKCU\\Software\\Velmora\\Quillon\\Consumer")
+    run(${installed} ${prefix}/bin/cpputil-reg add ${key} /v Runs /t REG_DWORD /d 7 /f)
+    run(${installed} ${prefix}/bin/cpputil-reg query ${key} /v Runs)
+    if(NOT RUN_OUTPUT MATCHES "Runs +REG_DWORD +0x7\n")
+        message(FATAL_ERROR "The installed cpputil-reg did not keep the value: ${RUN_OUTPUT}")
+    endif()
+
     find_program(PKG_CONFIG pkg-config REQUIRED)
     file(GLOB_RECURSE pcfile ${prefix}/cpputil.pc)
     get_filename_component(pcdir ${pcfile} DIRECTORY)
@@ -60,8 +71,9 @@ if(NOT EMULATOR)
     # Without CMake the installed message compiler makes the table's header and source.
     set(tables ${WORK_DIR}/consumer-pc-messages)
     file(MAKE_DIRECTORY ${tables})
-    run(${prefix}/bin/cpputil-mc --module consumer-pc --executable --header ${tables}/Consumer.h
-        --source ${tables}/Consumer.mc.cpp ${CONSUMER_SOURCE_DIR}/Consumer.mc)
+    run(${installed} ${prefix}/bin/cpputil-mc --module consumer-pc --executable
+        --header ${tables}/Consumer.h --source ${tables}/Consumer.mc.cpp
+        ${CONSUMER_SOURCE_DIR}/Consumer.mc)
     run(cc -std=c99 -c ${CONSUMER_SOURCE_DIR}/CryptoHost.c ${flags} -o ${WORK_DIR}/CryptoHost.o)
     run(c++ -std=c++17 ${CONSUMER_SOURCE_DIR}/main.cpp ${tables}/Consumer.mc.cpp ${WORK_DIR}/CryptoHost.o
         -I${tables} ${flags} -o ${WORK_DIR}/consumer-pc -Wl,-rpath,${prefix}/lib)
