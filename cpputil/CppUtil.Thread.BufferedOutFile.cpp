@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <limits>
 #include <string>
@@ -67,18 +68,22 @@ CBufferedOutFile::CBufferedOutFile(Text::COutput& output, const CString& sFileNa
 
 CBufferedOutFile::~CBufferedOutFile() noexcept(false)
 {
-    // The worker's last flush runs in OnThreadStop; lines added since, or while no worker ran,
-    // are written here, even when the worker left a failure behind.
+    // The worker's last flush runs in OnThreadStop; one that outlasts the shut-down time-out is
+    // waited for before the members it uses go. Lines added since, or while no worker ran, are
+    // written here, even when the worker left a failure behind.
+    std::exception_ptr failure;
     try
     {
         Stop();
     }
     catch (...)
     {
-        Flush();
-        throw;
+        failure = std::current_exception();
     }
+    Shutdown();
     Flush();
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 CString CBufferedOutFile::GetFileName() const

@@ -2,10 +2,8 @@
 
 #include "CppUtil.Exception.QlException.h"
 #include "DaemonWinThread.h"
-#include "Platform/ComApartment.h"
 #include "Platform/SystemError.h"
 #include "Platform/WinMessages.h"
-#include "SeTranslate.h"
 
 namespace CppUtil
 {
@@ -29,22 +27,18 @@ struct SThreadDeleter
     }
 };
 
-// Debuggers learn thread names from a structured exception that only a debugger may see; this
-// build leaves them unnamed.
-void NameThreadForDebugger(const CString&) {}
-
 } // namespace
 
 CDaemonThread::CDaemonThread(Text::COutput& output)
-    : CExceptionTunnel(output), m_sThreadName("CDaemonThread"),
+    : CExceptionTunnel(output), m_poProxyWnd(nullptr), m_sThreadName("CDaemonThread"),
       m_uShutdownTimeout(k_uDefaultShutdownTimeout), m_oStartedEvent(FALSE, FALSE),
-      m_bComApartment(false)
+      m_iAbandonedHooks(0)
 {
 }
 
 CDaemonThread::~CDaemonThread() noexcept(false)
 {
-    Stop();
+    Shutdown();
 }
 
 void CDaemonThread::Start()
@@ -70,27 +64,36 @@ void CDaemonThread::Start()
 
 void CDaemonThread::Stop()
 {
-    if (!m_poThread)
-        return;
-    QuitWorker();
-    HANDLE handle = m_poThread->m_hThread;
-    ::MsgWaitForMultipleObjects(1, &handle, FALSE, m_uShutdownTimeout, 0);
-    boost::shared_ptr<CDaemonWinThread> thread;
-    thread.swap(m_poThread);
-    if (thread->Abandon(m_poProxyWnd))
-        boost::get_deleter<SThreadDeleter>(thread)->m_bOwned = false;
-    thread.reset();
-    RethrowPendingException();
+    // The worker is asked to end before anything is thrown, so that an owner on its way out
+    // never leaves it running.
+    if (StopWorker())
+        RethrowPendingException();
 }
 
-void CDaemonThread::QuitWorker()
+void CDaemonThread::Shutdown() noexcept
 {
-    RethrowPendingException();
-    // Without a window (its creation failed) the thread's own queue still ends the loop.
-    if (m_poProxyWnd)
-        m_poProxyWnd->PostMessage(WM_QUIT, 0, 0);
-    else
-        m_poThread->PostThreadMessage(WM_QUIT, 0, 0);
+    StopWorker();
+    CDaemonWinThread::AwaitAbandonedHooks(*this);
+    DiscardPendingException(m_sThreadName);
+}
+
+bool CDaemonThread::StopWorker()
+{
+    if (!m_poThread)
+        return false;
+    m_poThread->PostQuit();
+    HANDLE handle = m_poThread->m_hThread;
+    ::MsgWaitForMultipleObjects(1, &handle, FALSE, m_uShutdownTimeout, 0);
+    m_poProxyWnd = nullptr;
+    boost::shared_ptr<CDaemonWinThread> thread;
+    thread.swap(m_poThread);
+    // Giving up never waits, whatever the worker is doing: waiting for a hook to return would
+    // bind Stop to the hook, and a hook that marshals a call onto this thread would wait for Stop
+    // in turn. A worker given up inside a hook keeps its owner until the hook returns, and only
+    // the owner's destruction, which cannot go on without that, waits for it (Shutdown).
+    if (thread->Abandon())
+        boost::get_deleter<SThreadDeleter>(thread)->m_bOwned = false;
+    return true;
 }
 
 void CDaemonThread::SetThreadName(const CString& name)
@@ -119,48 +122,6 @@ void CDaemonThread::OnThreadStart() {}
 void CDaemonThread::OnThreadStop() {}
 
 void CDaemonThread::OnUncaughtException() {}
-
-void CDaemonThread::OnInitInstance()
-{
-    try
-    {
-        Exception::InstallStructuredExceptionTranslator();
-        NameThreadForDebugger(m_sThreadName);
-        m_poProxyWnd.reset(new CProxyWindow(false, m_sThreadName));
-        m_bComApartment = Platform::EnterSingleThreadedApartment();
-        OnThreadStart();
-    }
-    catch (...)
-    {
-        CaptureCurrentException(GetThreadName());
-    }
-    m_oStartedEvent.SetEvent();
-}
-
-void CDaemonThread::OnExitInstance()
-{
-    try
-    {
-        OnThreadStop();
-    }
-    catch (...)
-    {
-        CaptureCurrentException(GetThreadName());
-    }
-    // A failing hook must neither leave the apartment open nor keep the window: it can only be
-    // torn down here, on its own thread.
-    try
-    {
-        if (m_bComApartment)
-            Platform::LeaveComApartment();
-        m_bComApartment = false;
-        m_poProxyWnd.reset();
-    }
-    catch (...)
-    {
-        CaptureCurrentException(GetThreadName());
-    }
-}
 
 } // namespace Thread
 } // namespace CppUtil

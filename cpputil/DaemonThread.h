@@ -26,17 +26,16 @@ class CPPUTIL_API CDaemonThread : public CExceptionTunnel
 {
 public:
     explicit CDaemonThread(Text::COutput& output);
-    /// Pure, so that only subclasses exist. Stops the worker and so may throw what it left behind;
-    /// a subclass whose hooks run on the worker calls Stop in its own destructor, while it is
-    /// still whole.
+    /// Pure, so that only subclasses exist. Shuts the worker down (see Shutdown) and throws
+    /// nothing; a subclass's own destructor may still throw, from Stop for instance.
     ~CDaemonThread() noexcept(false) override = 0;
 
     /// Returns once the worker has started, re-throwing what its start-up threw; the worker runs
     /// its loop all the same. A second Start does nothing.
     void Start();
-    /// Asks the worker to end and waits for it up to the shut-down time-out; a worker that is not
-    /// done by then is abandoned, never killed. Re-throws what the worker left behind; when that
-    /// happens before the worker was asked to end, it is still running.
+    /// Asks the worker to end and waits for it up to the shut-down time-out, whatever it is doing;
+    /// a worker that is not done by then is abandoned, never killed, and calls no further hook.
+    /// Then re-throws what the worker left behind.
     void Stop();
 
 protected:
@@ -46,6 +45,12 @@ protected:
     void SetShutdownTimeout(unsigned int milliseconds);
     /// Re-throws anything pending first. Only while a worker exists.
     CProxyWindow& Proxy();
+    /// For destructors: stops the worker as Stop does, then waits, without a time limit, for a
+    /// hook that the worker was still inside when Stop gave up on it, serving meanwhile the calls
+    /// queued for this thread's proxy windows, which that hook may be waiting for. What the worker
+    /// left behind is logged instead of thrown. A subclass whose hooks use its own members calls
+    /// it first in its destructor.
+    void Shutdown() noexcept;
 
     /// On the worker, after its set-up.
     virtual void OnThreadStart();
@@ -58,16 +63,17 @@ protected:
 private:
     friend class CDaemonWinThread;
 
-    void OnInitInstance();
-    void OnExitInstance();
-    void QuitWorker();
+    /// Returns false when there was no worker to stop.
+    bool StopWorker();
 
-    boost::shared_ptr<CProxyWindow> m_poProxyWnd;
+    /// The worker's window, which the worker owns and tears down.
+    CProxyWindow* m_poProxyWnd;
     boost::shared_ptr<CDaemonWinThread> m_poThread;
     CString m_sThreadName;
     std::uint32_t m_uShutdownTimeout;
     CEvent m_oStartedEvent;
-    bool m_bComApartment;
+    /// Abandoned workers still inside one of the hooks; guarded by the workers' lifetime lock.
+    int m_iAbandonedHooks;
 };
 
 } // namespace Thread

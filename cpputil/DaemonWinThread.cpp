@@ -2,7 +2,11 @@
 
 #include "CppUtil.Exception.QlException.h"
 #include "DaemonThread.h"
+#include "Platform/ComApartment.h"
+#include "Platform/WinMessages.h"
+#include "SeTranslate.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -17,12 +21,20 @@ namespace
 // Shared by all daemon threads: a thread object may be deleted the moment its owner sees it
 // ended, so the lock that decides this cannot live inside it.
 std::mutex s_oLifetimeMutex;
-std::condition_variable s_oOwnerCallsDone;
+std::condition_variable s_oAbandonedHookReturned;
+
+// How often an owner that waits for an abandoned hook serves the calls queued for its thread.
+const std::chrono::milliseconds k_oServeInterval(10);
+
+// Debuggers learn thread names from a structured exception that only a debugger may see; this
+// build leaves them unnamed.
+void NameThreadForDebugger(const CString&) {}
 
 } // namespace
 
 CDaemonWinThread::CDaemonWinThread()
-    : m_poOwner(nullptr), m_iOwnerCalls(0), m_bAbandoned(false), m_bEnded(false)
+    : m_poOwner(nullptr), m_bComApartment(false), m_iOwnerCalls(0), m_bAbandoned(false),
+      m_bEnded(false)
 {
 }
 
@@ -36,7 +48,17 @@ BOOL CDaemonWinThread::InitInstance()
                                     "CppUtil::Thread::CDaemonWinThread::InitInstance",
                                     "DaemonThread", 40);
     // Start waits for the start-up, so the owner cannot abandon the thread meanwhile.
-    m_poOwner->OnInitInstance();
+    CallOwner(
+        [this](CDaemonThread& owner)
+        {
+            Exception::InstallStructuredExceptionTranslator();
+            NameThreadForDebugger(owner.GetThreadName());
+            m_poProxyWnd.reset(new CProxyWindow(false, owner.GetThreadName()));
+            owner.m_poProxyWnd = m_poProxyWnd.get();
+            m_bComApartment = Platform::EnterSingleThreadedApartment();
+            owner.OnThreadStart();
+        });
+    m_poOwner->m_oStartedEvent.SetEvent();
     // A failed start-up has been tunnelled; the loop runs anyway so that Stop ends it as usual.
     return TRUE;
 }
@@ -51,77 +73,128 @@ int CDaemonWinThread::Run()
         }
         catch (...)
         {
-            CDaemonThread* const owner = EnterOwner();
-            if (owner)
-            {
-                try
+            CallOwner(
+                [](CDaemonThread& owner)
                 {
-                    owner->CaptureCurrentException(owner->GetThreadName());
-                    owner->OnUncaughtException();
-                }
-                catch (...)
-                {
-                    owner->CaptureCurrentException(owner->GetThreadName());
-                }
-                LeaveOwner();
-            }
+                    owner.CaptureCurrentException(owner.GetThreadName());
+                    owner.OnUncaughtException();
+                });
         }
     }
 }
 
 int CDaemonWinThread::ExitInstance()
 {
-    if (CDaemonThread* const owner = EnterOwner())
+    CallOwner([](CDaemonThread& owner) { owner.OnThreadStop(); });
+    // Both belong to this thread, and can only be let go of here, owner or not.
+    if (m_bComApartment)
+        Platform::LeaveComApartment();
+    m_bComApartment = false;
+    boost::shared_ptr<CProxyWindow> proxyWindow;
     {
-        owner->OnExitInstance();
-        LeaveOwner();
+        std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
+        proxyWindow.swap(m_poProxyWnd);
     }
+    proxyWindow.reset();
     return 0;
 }
 
 void CDaemonWinThread::Delete()
 {
-    boost::shared_ptr<CProxyWindow> proxyWindow;
     bool abandoned = false;
     {
         std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
         m_bEnded = true;
         abandoned = m_bAbandoned;
-        proxyWindow.swap(m_poProxyWnd);
     }
     // From here on a waiting owner may delete this object, unless it has given it up.
-    proxyWindow.reset();
     if (abandoned)
         delete this;
 }
 
-bool CDaemonWinThread::Abandon(boost::shared_ptr<CProxyWindow>& proxyWindow)
+void CDaemonWinThread::PostQuit()
 {
-    std::unique_lock<std::mutex> lock(s_oLifetimeMutex);
-    s_oOwnerCallsDone.wait(lock, [this] { return m_iOwnerCalls == 0; });
+    std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
+    // Without a window (its creation failed, or the loop has ended already) the thread's own
+    // queue still ends the loop.
+    if (m_poProxyWnd)
+        m_poProxyWnd->PostMessage(WM_QUIT, 0, 0);
+    else
+        PostThreadMessage(WM_QUIT, 0, 0);
+}
+
+bool CDaemonWinThread::Abandon()
+{
+    std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
     if (m_bEnded)
         return false;
     m_bAbandoned = true;
-    // The window can only be torn down on this thread, so it goes with the thread.
-    m_poProxyWnd.swap(proxyWindow);
-    proxyWindow.reset();
+    if (m_iOwnerCalls > 0)
+        ++m_poOwner->m_iAbandonedHooks;
     return true;
 }
 
-CDaemonThread* CDaemonWinThread::EnterOwner()
+void CDaemonWinThread::AwaitAbandonedHooks(CDaemonThread& owner)
 {
-    std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
-    if (m_bAbandoned)
-        return nullptr;
-    ++m_iOwnerCalls;
-    return m_poOwner;
+    // The hook may be marshalling a call onto this very thread and waiting for it (through
+    // CGuiThreadCaller::Invoke, say, while this is the user-interface thread). Only this thread can
+    // run that call, so it serves the calls queued for its proxy windows while it waits; all other
+    // messages stay for its own loop. Polling keeps this apart from how each platform wakes a
+    // waiter for new messages.
+    bool quit = false;
+    WPARAM exitCode = 0;
+    std::unique_lock<std::mutex> lock(s_oLifetimeMutex);
+    while (!s_oAbandonedHookReturned.wait_for(lock, k_oServeInterval,
+                                              [&owner] { return owner.m_iAbandonedHooks == 0; }))
+    {
+        lock.unlock();
+        MSG message;
+        while (::PeekMessage(&message, nullptr, WM_USER, WM_USER, PM_REMOVE))
+        {
+            // A quit passes any filter; it belongs to the loop, which gets it back afterwards.
+            if (message.message == WM_QUIT)
+            {
+                quit = true;
+                exitCode = message.wParam;
+            }
+            else
+            {
+                ::DispatchMessage(&message);
+            }
+        }
+        lock.lock();
+    }
+    if (quit)
+        ::PostQuitMessage(static_cast<int>(exitCode));
 }
 
-void CDaemonWinThread::LeaveOwner()
+template <class THook>
+void CDaemonWinThread::CallOwner(const THook& hook)
 {
+    CDaemonThread* owner = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
+        if (m_bAbandoned)
+            return;
+        ++m_iOwnerCalls;
+        owner = m_poOwner;
+    }
+    try
+    {
+        hook(*owner);
+    }
+    catch (...)
+    {
+        owner->CaptureCurrentException(owner->GetThreadName());
+    }
     std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
-    --m_iOwnerCalls;
-    s_oOwnerCallsDone.notify_all();
+    // Once given up, the thread never touches its owner after this: the owner may be waiting to
+    // go.
+    if (--m_iOwnerCalls == 0 && m_bAbandoned)
+    {
+        --m_poOwner->m_iAbandonedHooks;
+        s_oAbandonedHookReturned.notify_all();
+    }
 }
 
 } // namespace Thread

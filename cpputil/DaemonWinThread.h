@@ -1,6 +1,6 @@
 /// @file
-/// The thread of a CDaemonThread: it only forwards to its owner, and keeps itself apart from an
-/// owner that has abandoned it.
+/// The thread of a CDaemonThread: it forwards to its owner, owns the proxy window and apartment it
+/// set up, and keeps itself apart from an owner that has abandoned it.
 #pragma once
 
 #include "CppUtil.Api.h"
@@ -27,19 +27,27 @@ public:
     int ExitInstance() override;
     void Delete() override;
 
-    /// On the owner's thread, once it has stopped waiting for this thread. Returns true when the
-    /// thread is still going: it then owns the proxy window and itself, and never calls the owner
-    /// again. Waits while the thread is inside a call to the owner.
-    bool Abandon(boost::shared_ptr<CProxyWindow>& proxyWindow);
+    /// On the owner's thread: asks the message loop to end.
+    void PostQuit();
+    /// On the owner's thread, once it has stopped waiting for this thread; never waits. Returns
+    /// true when the thread is still going: it then deletes itself when it ends, and calls the
+    /// owner no more once a hook it may be inside has returned.
+    bool Abandon();
+    /// On the owner's thread, while it is destroyed: waits until no abandoned thread is inside one
+    /// of its hooks, serving meanwhile the calls queued for this thread's proxy windows.
+    static void AwaitAbandonedHooks(CDaemonThread& owner);
 
     CDaemonThread* m_poOwner;
 
 private:
-    /// The owner, pinned until LeaveOwner, or null once abandoned.
-    CDaemonThread* EnterOwner();
-    void LeaveOwner();
+    /// Runs hook(owner) unless the owner has abandoned this thread, pinning the owner meanwhile;
+    /// what it throws is tunnelled. Called from inside a catch handler, the hook may capture the
+    /// exception being handled.
+    template <class THook>
+    void CallOwner(const THook& hook);
 
     boost::shared_ptr<CProxyWindow> m_poProxyWnd;
+    bool m_bComApartment;
     int m_iOwnerCalls;
     bool m_bAbandoned;
     bool m_bEnded;

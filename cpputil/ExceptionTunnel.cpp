@@ -15,6 +15,9 @@ namespace
 const char* const k_szCaughtFormat =
     "The following exception has been caught: %s\nInternal Software Details: Thread: [%s] "
     "Caught: [%s].";
+const char* const k_szUndeliveredFormat =
+    "The following exception was never delivered to the owner of its thread: %s\nInternal "
+    "Software Details: Thread: [%s] Caught: [%s].";
 const char* const k_szNotReported = "Not Reported";
 
 Exception::CQlException* MakeException(const CString& text)
@@ -55,15 +58,7 @@ void CExceptionTunnel::CaptureCurrentException(const CString& threadName)
         caught.reset(MakeException(text));
     }
 
-    try
-    {
-        m_oOutput.LogF(k_szCaughtFormat, 0u) % text %
-            (threadName.IsEmpty() ? CString("Unknown") : threadName) % detail;
-    }
-    catch (...)
-    {
-        // A log that cannot be written must not cost the owner the exception itself.
-    }
+    Log(k_szCaughtFormat, text, threadName, detail);
 
     std::lock_guard<std::mutex> lock(m_oExceptionMutex);
     m_poException = caught;
@@ -71,13 +66,39 @@ void CExceptionTunnel::CaptureCurrentException(const CString& threadName)
 
 void CExceptionTunnel::RethrowPendingException()
 {
-    boost::shared_ptr<Exception::CQlException> pending;
-    {
-        std::lock_guard<std::mutex> lock(m_oExceptionMutex);
-        pending.swap(m_poException);
-    }
+    const boost::shared_ptr<Exception::CQlException> pending = TakePendingException();
     if (pending)
         pending->Rethrow();
+}
+
+void CExceptionTunnel::DiscardPendingException(const CString& threadName) noexcept
+{
+    const boost::shared_ptr<Exception::CQlException> pending = TakePendingException();
+    if (pending)
+        Log(k_szUndeliveredFormat, pending->what(), threadName, pending->GetDetails());
+}
+
+void CExceptionTunnel::Log(const char* format, const CString& text, const CString& threadName,
+                           const CString& detail) noexcept
+{
+    try
+    {
+        m_oOutput.LogF(format, 0u) % text %
+            (threadName.IsEmpty() ? CString("Unknown") : threadName) % detail;
+    }
+    catch (...)
+    {
+        // A log that cannot be written must not cost the owner the exception itself, nor throw
+        // from a destructor.
+    }
+}
+
+boost::shared_ptr<Exception::CQlException> CExceptionTunnel::TakePendingException()
+{
+    boost::shared_ptr<Exception::CQlException> pending;
+    std::lock_guard<std::mutex> lock(m_oExceptionMutex);
+    pending.swap(m_poException);
+    return pending;
 }
 
 } // namespace Thread

@@ -36,8 +36,15 @@ protected:
     void CaptureCurrentException(const CString& threadName);
     /// Throws the pending exception, if any, with its own type, and forgets it.
     void RethrowPendingException();
+    /// For destructors, which must not throw: logs the pending exception, if any, as never
+    /// delivered, and forgets it.
+    void DiscardPendingException(const CString& threadName) noexcept;
 
 private:
+    void Log(const char* format, const CString& text, const CString& threadName,
+             const CString& detail) noexcept;
+    boost::shared_ptr<Exception::CQlException> TakePendingException();
+
     boost::shared_ptr<Exception::CQlException> m_poException;
     Text::COutput& m_oOutput;
     /// The worker parks exceptions while its owner may be looking for one.

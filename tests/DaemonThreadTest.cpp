@@ -1,4 +1,5 @@
 #include "LogRecorder.h"
+#include "UiThreadStandIn.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/DaemonThread.h>
@@ -19,6 +20,7 @@ using CppUtil::Exception::CQlException;
 using CppUtil::Text::CMessageManager;
 using CppUtil::Text::COutput;
 using CppUtil::Thread::CDaemonThread;
+using CppUtil::Thread::CGuiThreadCaller;
 
 namespace
 {
@@ -67,6 +69,22 @@ protected:
             m_oOnStop();
     }
     void OnUncaughtException() override { ++m_iUncaught; }
+};
+
+// Its hooks use its members, so its destructor waits for a hook that Stop gave up on.
+class CPatientWorker : public CWorker
+{
+public:
+    using CWorker::CWorker;
+    ~CPatientWorker() override { Shutdown(); }
+};
+
+// Leaves the whole shut-down to the base class.
+class CBareWorker : public CDaemonThread
+{
+public:
+    explicit CBareWorker(COutput& output) : CDaemonThread(output) { SetThreadName("Bare"); }
+    using CDaemonThread::Proxy;
 };
 
 template <class Predicate>
@@ -135,7 +153,10 @@ TEST_F(DaemonThreadTest, HandlerAndOnThreadStopExceptionsReachStopWithTheirType)
     ASSERT_TRUE(WaitFor([&] { return after.load(); }));
     EXPECT_EQ(1, worker.m_iUncaught.load());
 
+    // The worker is asked to end before the exception is thrown.
     EXPECT_THROW(worker.Stop(), CDiskFull);
+    EXPECT_FALSE(IsWindow(worker.m_hProxyWnd));
+    EXPECT_EQ(1, worker.m_iStops.load());
     worker.Stop();
     EXPECT_EQ("The following exception has been caught: Disk full.\nInternal Software Details: "
               "Thread: [Writer] Caught: [Function: Writer::Flush, File: Writer, Line: 7].",
@@ -150,14 +171,6 @@ TEST_F(DaemonThreadTest, HandlerAndOnThreadStopExceptionsReachStopWithTheirType)
 
     worker.Start();
     EXPECT_TRUE(IsWindow(worker.m_hProxyWnd));
-
-    // unique_ptr would terminate: its reset may not throw.
-    CWorker* owned = new CWorker(m_oOut);
-    owned->m_oOnStop = [] { throw std::runtime_error("Stop failed."); };
-    owned->Start();
-    const HWND window = owned->m_hProxyWnd;
-    EXPECT_THROW(delete owned, CQlException);
-    EXPECT_FALSE(IsWindow(window));
     EXPECT_THROW(worker.Stop(), CDiskFull);
 }
 
@@ -240,4 +253,86 @@ TEST_F(DaemonThreadTest, StopAbandonsAWorkerThatIgnoresQuitAfterTheTimeout)
     release->SetEvent();
     EXPECT_TRUE(WaitFor([&] { return done->load(); }));
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
+}
+
+TEST_F(DaemonThreadTest, StopGivesUpOnAHookInTimeAndDestructionWaitsForIt)
+{
+    CUiThreadStandIn ui;
+    const DWORD uiThread = GetCurrentThreadId();
+    auto returned = std::make_shared<std::atomic<int>>(0);
+    auto release = std::make_shared<CEvent>(FALSE, TRUE);
+    std::atomic<DWORD> invokedOn(0);
+    const std::function<void()> hooks[] = {
+        // Hangs well beyond the time-out, until it is let go.
+        [release] { release->Lock(10000); },
+        // Marshals onto the thread that sits in Stop and later destroys the worker.
+        [&invokedOn]
+        { CGuiThreadCaller::Invoke([&invokedOn] { invokedOn = GetCurrentThreadId(); }); },
+    };
+    for (const std::function<void()>& hook : hooks)
+    {
+        std::unique_ptr<CPatientWorker> worker(new CPatientWorker(m_oOut));
+        worker->SetShutdownTimeout(200);
+        // The member is used again once the hook returns: freed memory if nobody waited.
+        CPatientWorker* const self = worker.get();
+        worker->m_oOnStop = [hook, returned, self]
+        {
+            hook();
+            ++*returned;
+            self->m_hProxyWnd = nullptr;
+        };
+        worker->Start();
+        const int before = returned->load();
+        const auto started = std::chrono::steady_clock::now();
+        worker->Stop();
+        EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(3));
+        EXPECT_EQ(before, returned->load());
+
+        std::thread releaser(
+            [release]
+            {
+                std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                release->SetEvent();
+            });
+        worker.reset();
+        releaser.join();
+        EXPECT_EQ(before + 1, returned->load());
+    }
+    EXPECT_EQ(uiThread, invokedOn.load());
+    EXPECT_TRUE(m_oRecorder.Lines().empty());
+}
+
+TEST_F(DaemonThreadTest, DestroyingAWorkerWithAPendingExceptionStopsItAndLogsIt)
+{
+    HWND window = nullptr;
+    {
+        CBareWorker bare(m_oOut);
+        bare.Start();
+        CppUtil::Thread::CProxyWindow& proxy = bare.Proxy();
+        window = proxy.GetSafeHwnd();
+        proxy.Post([] { throw CDiskFull(); });
+        // Destruction may not begin while the worker is inside one of the hooks.
+        std::atomic<bool> idle(false);
+        proxy.Post([&] { idle = true; });
+        ASSERT_TRUE(WaitFor([&] { return idle.load(); }));
+    }
+    EXPECT_FALSE(IsWindow(window));
+    const std::vector<SLogLine> lines = m_oRecorder.Lines();
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_NE(std::string::npos, lines[1].m_sText.find("Disk full.")) << lines[1].m_sText;
+    EXPECT_NE(std::string::npos, lines[1].m_sText.find("[Bare]")) << lines[1].m_sText;
+
+    // A subclass that stops in its destructor while an exception is pending still has its
+    // OnThreadStop run, and throws what that hook threw; the base class then finds nothing left to
+    // throw. unique_ptr would terminate: its reset may not throw.
+    CWorker* owned = new CWorker(m_oOut);
+    owned->m_oOnStop = [] { throw std::runtime_error("Stop failed."); };
+    owned->Start();
+    window = owned->m_hProxyWnd;
+    owned->Proxy().Post([] { throw CDiskFull(); });
+    ASSERT_TRUE(WaitFor([&] { return m_oRecorder.Lines().size() == 3; }));
+    EXPECT_THROW(delete owned, CQlException);
+    EXPECT_FALSE(IsWindow(window));
+    ASSERT_EQ(4u, m_oRecorder.Lines().size());
+    EXPECT_NE(std::string::npos, m_oRecorder.Lines()[3].m_sText.find("Stop failed."));
 }
