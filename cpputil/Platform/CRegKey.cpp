@@ -55,6 +55,11 @@ LONG CRegKey::Close()
     return status;
 }
 
+LONG CRegKey::Flush()
+{
+    return ::RegFlushKey(m_hKey);
+}
+
 LONG CRegKey::QueryDWORDValue(LPCSTR name, DWORD& value) const
 {
     DWORD type = 0;

@@ -23,6 +23,8 @@ public:
     LONG Create(HKEY parent, LPCSTR keyName, LPSTR keyClass, DWORD options, REGSAM access,
                 LPSECURITY_ATTRIBUTES attributes, LPDWORD disposition);
     LONG Close();
+    /// Writes the key's changes through to the disk (RegFlushKey).
+    LONG Flush();
     HKEY GetHandle() const { return m_hKey; }
     operator HKEY() const { return m_hKey; }
 

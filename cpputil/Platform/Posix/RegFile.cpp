@@ -330,40 +330,42 @@ std::string CRegFile::Write(const std::vector<SRegSection>& sections)
             out += '-';
         out += section.m_sKey + "]\n";
         for (const SRegValue& value : section.m_oValues)
-        {
-            const std::string name =
-                value.m_sName.empty() ? "@" : "\"" + Escape(value.m_sName) + "\"";
-            out += name + "=";
-            if (value.m_bDelete)
-                out += "-";
-            else if (value.m_dwType == REG_SZ && IsQuotable(value.m_oData))
-                out += "\"" + Escape(std::string(value.m_oData.begin(), value.m_oData.end() - 1)) +
-                       "\"";
-            else if (value.m_dwType == REG_DWORD && value.m_oData.size() == 4)
-            {
-                char digits[16];
-                std::snprintf(
-                    digits, sizeof digits, "dword:%08x",
-                    static_cast<unsigned int>(value.m_oData[0] | (value.m_oData[1] << 8) |
-                                              (value.m_oData[2] << 16) |
-                                              (static_cast<unsigned int>(value.m_oData[3]) << 24)));
-                out += digits;
-            }
-            else
-            {
-                char prefix[24];
-                if (value.m_dwType == REG_BINARY)
-                    std::snprintf(prefix, sizeof prefix, "hex:");
-                else
-                    std::snprintf(prefix, sizeof prefix,
-                                  "hex(%x):", static_cast<unsigned int>(value.m_dwType));
-                out += prefix;
-                WriteHex(out, name.size() + 1 + std::string(prefix).size(),
-                         IsStringType(value.m_dwType) ? Widen(value.m_oData) : value.m_oData);
-            }
-            out += "\n";
-        }
+            out += WriteValue(value);
     }
+    return out;
+}
+
+std::string CRegFile::WriteValue(const SRegValue& value)
+{
+    std::string out;
+    const std::string name = value.m_sName.empty() ? "@" : "\"" + Escape(value.m_sName) + "\"";
+    out += name + "=";
+    if (value.m_bDelete)
+        out += "-";
+    else if (value.m_dwType == REG_SZ && IsQuotable(value.m_oData))
+        out += "\"" + Escape(std::string(value.m_oData.begin(), value.m_oData.end() - 1)) + "\"";
+    else if (value.m_dwType == REG_DWORD && value.m_oData.size() == 4)
+    {
+        char digits[16];
+        std::snprintf(digits, sizeof digits, "dword:%08x",
+                      static_cast<unsigned int>(
+                          value.m_oData[0] | (value.m_oData[1] << 8) | (value.m_oData[2] << 16) |
+                          (static_cast<unsigned int>(value.m_oData[3]) << 24)));
+        out += digits;
+    }
+    else
+    {
+        char prefix[24];
+        if (value.m_dwType == REG_BINARY)
+            std::snprintf(prefix, sizeof prefix, "hex:");
+        else
+            std::snprintf(prefix, sizeof prefix,
+                          "hex(%x):", static_cast<unsigned int>(value.m_dwType));
+        out += prefix;
+        WriteHex(out, name.size() + 1 + std::string(prefix).size(),
+                 IsStringType(value.m_dwType) ? Widen(value.m_oData) : value.m_oData);
+    }
+    out += "\n";
     return out;
 }
 

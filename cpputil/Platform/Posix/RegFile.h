@@ -43,6 +43,8 @@ public:
 
     // 8-bit text with LF line ends, the file registry's own form.
     static std::string Write(const std::vector<SRegSection>& sections);
+    // The line (or, for long data, lines) of one value in that form, with its line end.
+    static std::string WriteValue(const SRegValue& value);
 
     // The same text as the registry editor writes it: UTF-16LE with its mark and CR LF line ends.
     static std::string ToUtf16(const std::string& text);
