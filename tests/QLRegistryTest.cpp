@@ -2,6 +2,7 @@
 #include "RegistrySandbox.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/Platform/CRegKey.h>
 #include <cpputil/RegistryValue.h>
 
 #include <chrono>
@@ -168,6 +169,38 @@ TEST_F(QLRegistryTest, TypedValuesRoundTripAndMissingOrMistypedOnesGiveDefaults)
     EXPECT_EQ(5ul, fresh.GetValue());
     Store<unsigned long>(hive, section, "Dword", 6);
     EXPECT_EQ(6ul, fresh.GetValue());
+}
+
+TEST_F(QLRegistryTest, AnsiLettersFoldAndTextsWithoutTheirNulAreRefused)
+{
+    // Letters of the ANSI code page beyond ASCII match in either case, in key and value names;
+    // the multiplication and division signs are not a pair.
+    const HKEY hive = HKEY_CURRENT_USER;
+    const CString upper = m_oSandbox.Section("Cl\xC9\x8A");
+    const CString lower = m_oSandbox.Section("cl\xE9\x9A");
+    Store<CString>(hive, upper, "\xC4pfel\xDE\x8C\x8E\x9F\xC0", "kept");
+    Store<CString>(hive, upper, "\xD7", "times");
+    EXPECT_EQ(CString("kept"), Load<CString>(hive, lower, "\xE4PFEL\xFE\x9C\x9E\xFF\xE0", "none"));
+    EXPECT_EQ(CString("none"), Load<CString>(hive, lower, "\xF7", "none"));
+    EXPECT_EQ(CString("times"), Load<CString>(hive, lower, "\xD7", "none"));
+
+    CppUtil::Platform::CRegKey key;
+    ASSERT_EQ(ERROR_SUCCESS, key.Open(hive, m_oSandbox.KeyPath("CL\xE9\x8A"), KEY_ALL_ACCESS));
+    ASSERT_EQ(ERROR_SUCCESS,
+              ::RegSetValueExA(key, "Raw", 0, REG_SZ, reinterpret_cast<const BYTE*>("abc"), 3));
+    ASSERT_EQ(ERROR_SUCCESS, ::RegSetValueExA(key, "Nothing", 0, REG_SZ, nullptr, 0));
+    char text[16] = "zzz";
+    ULONG chars = sizeof text;
+    EXPECT_EQ(ERROR_INVALID_DATA, key.QueryStringValue("Raw", text, &chars));
+    EXPECT_EQ(CString("none"), Load<CString>(hive, upper, "Raw", "none"));
+    chars = sizeof text;
+    EXPECT_EQ(ERROR_SUCCESS, key.QueryStringValue("Nothing", text, &chars));
+    EXPECT_EQ(std::string(), text);
+    EXPECT_EQ(0u, chars);
+    chars = sizeof text;
+    EXPECT_EQ(ERROR_SUCCESS, key.QueryStringValue("\xc4PFEL\xfe\x9c\x9e\xff\xc0", text, &chars));
+    EXPECT_EQ(std::string("kept"), text);
+    EXPECT_EQ(5u, chars);
 }
 
 TEST_F(QLRegistryTest, OpeningRetriesAndRecordsTheGrantedAccess)

@@ -33,9 +33,25 @@ const off_t k_lMinJournal = 64 * 1024;
 // Keys whose values one process keeps in memory before it forgets them all.
 const std::size_t k_uMaxCachedKeys = 256;
 
+// Names are in the ANSI code page, Windows-1252, and fold as Windows folds them: every letter
+// with a partner of the other case there, not only ASCII's (the multiplication sign between the
+// capitals is not one).
 char Fold(char ch)
 {
-    return (ch >= 'A' && ch <= 'Z') ? static_cast<char>(ch - 'A' + 'a') : ch;
+    const unsigned char code = static_cast<unsigned char>(ch);
+    if ((code >= 'A' && code <= 'Z') || (code >= 0xC0 && code <= 0xDE && code != 0xD7))
+        return static_cast<char>(code + 0x20);
+    switch (code)
+    {
+    case 0x8A: // S, O E and Z with caron or ligature, and Y with diaeresis
+    case 0x8C:
+    case 0x8E:
+        return static_cast<char>(code + 0x10);
+    case 0x9F:
+        return static_cast<char>(0xFF);
+    default:
+        return ch;
+    }
 }
 
 bool IsFolder(const std::string& path)
