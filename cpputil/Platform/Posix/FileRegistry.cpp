@@ -368,7 +368,13 @@ SKeyCache& Refreshed(const std::string& folder)
     const SStamp journal = StampOf(journalPath);
     if (cache.m_bLoaded && values == cache.m_oValuesFile)
     {
-        if (journal == cache.m_oJournal)
+        // The journal only grows until a fold replaces it (and the value file with it), so its
+        // size tells whether anything was appended; unless a torn record was seen at its end,
+        // which the next writer cuts off before appending one that may be as long.
+        if (journal.SameFile(cache.m_oJournal) && journal.m_lSize == cache.m_oJournal.m_lSize &&
+            journal.m_lSize == cache.m_lJournalEnd)
+            return cache;
+        if (!journal.m_bExists && !cache.m_oJournal.m_bExists)
             return cache;
         if (!cache.m_sJournalHeader.empty() && journal.SameFile(cache.m_oJournal) &&
             journal.m_lSize >= cache.m_lJournalEnd && ReadJournalTail(journalPath, cache))
@@ -696,14 +702,12 @@ LONG CFileRegistry::WriteValue(const std::string& folder, const std::string& key
     if (fd < 0)
         return FromErrno(errno);
     SCloser closer{fd};
-    struct stat info;
-    if (::fstat(fd, &info) != 0)
-        return FromErrno(errno);
     // What a killed writer left after the last whole record would run into this one.
-    if (info.st_size != cache->m_lJournalEnd && ::ftruncate(fd, cache->m_lJournalEnd) != 0)
+    if (cache->m_oJournal.m_lSize != cache->m_lJournalEnd &&
+        ::ftruncate(fd, cache->m_lJournalEnd) != 0)
         return FromErrno(errno);
     const std::string record = Record(value);
-    if (!WriteWhole(fd, record) || ::fstat(fd, &info) != 0)
+    if (!WriteWhole(fd, record))
     {
         const int error = errno;
         ::ftruncate(fd, cache->m_lJournalEnd);
@@ -711,7 +715,7 @@ LONG CFileRegistry::WriteValue(const std::string& folder, const std::string& key
     }
     Apply(*cache, value);
     cache->m_lJournalEnd += static_cast<off_t>(record.size());
-    cache->m_oJournal = SStamp(info);
+    cache->m_oJournal.m_lSize = cache->m_lJournalEnd;
     // Folding costs a rewrite of the value file: done once the journal has grown as large, it
     // costs each write no more than a constant share.
     if (cache->m_lJournalEnd > std::max<off_t>(k_lMinJournal, cache->m_oValuesFile.m_lSize))
