@@ -314,14 +314,19 @@ TEST(FileRegistryTest, ReaderInAnotherProcessSeesEachWriteOnReturn)
     ASSERT_NE(-1, child);
     if (child == 0)
     {
-        // Each round rewrites a share of the key before the probe, so that the journal is folded
-        // into the value file now and then between two reads.
+        // Each round rewrites a share of the key before the probe, and every third one folds the
+        // journal into the value file, so that the reader meets both between two reads.
         for (int round = 0; round < rounds; ++round)
         {
             char token = 0;
             if (::read(toChild[0], &token, 1) != 1)
                 ::_exit(5);
             WriteValues(key, "r" + std::to_string(round) + "-", round * 100 % count, 100);
+            CRegKey writer;
+            if (round % 3 == 2 &&
+                (writer.Open(HKEY_CURRENT_USER, key.c_str(), KEY_WRITE) != ERROR_SUCCESS ||
+                 writer.Flush() != ERROR_SUCCESS))
+                ::_exit(7);
             WriteValues(key, "probe" + std::to_string(round) + "-", count, 1);
             if (::write(toParent[1], &token, 1) != 1)
                 ::_exit(6);

@@ -28,8 +28,10 @@ const char k_szLockFile[] = ".lock";
 const char k_szJournalFile[] = ".values.journal";
 const char k_szFileHeader[] = "Windows Registry Editor Version 5.00\n";
 const char k_szJournalHeader[] = "Windows Registry Editor Version 5.00\n\n; generation ";
-// The journal is folded into the value file once it is larger than both this and the file.
-const off_t k_lMinJournal = 64 * 1024;
+// The journal is folded into the value file once it is larger than both this and the file: a
+// fold flushes the disk, which costs milliseconds, and a process's first read of the key parses
+// the whole journal.
+const off_t k_lMinJournal = 512 * 1024;
 // Keys whose values one process keeps in memory before it forgets them all.
 const std::size_t k_uMaxCachedKeys = 256;
 
