@@ -674,10 +674,12 @@ LONG CFileRegistry::UpdateValues(const std::string& folder, const std::string& k
     CKeyLock lock(folder);
     if (lock.Status() != ERROR_SUCCESS)
         return lock.Status();
-    std::lock_guard<std::mutex> guard(s_oCacheMutex);
-    std::vector<SRegValue> values = Refreshed(folder).m_oValues;
+    // The key's lock keeps every other writer out while change runs, which may take long (it may
+    // ask the user); readers in this process need not wait for it.
+    std::vector<SRegValue> values = ReadValues(folder);
     if (!change(values))
         return ERROR_SUCCESS;
+    std::lock_guard<std::mutex> guard(s_oCacheMutex);
     return Compact(folder, keyName, values, false);
 }
 
