@@ -1,9 +1,11 @@
 // The registry operations the registry benchmarks time, and their baseline: a plain
 // open/read/close of a small file. Shared by the Google Benchmark program and by the plain timing
-// program that gives the same figures under Wine, where Google Benchmark is not built.
+// program that gives the same figures under Wine, where Google Benchmark is not built. The
+// section key can be filled with other values first, since a store's cost may grow with the key.
 #pragma once
 
 #include <cpputil/CppUtil.Text.Output.h>
+#include <cpputil/Platform/CRegKey.h>
 #include <cpputil/RegistryValue.h>
 
 #include <cstdio>
@@ -23,6 +25,7 @@ namespace RegistryOps
 
 const char k_szSection[] = "CppUtilBench";
 const char k_szValue[] = "Counter";
+const char k_szSectionKey[] = "Software\\Velmora\\Quillon\\CppUtilBench";
 
 // A new setting object's first read: opening the section key and reading one DWORD.
 inline unsigned long FirstLoad()
@@ -65,12 +68,13 @@ public:
             std::fclose(file);
         }
         SetValue(42);
+        m_iValues = 1;
     }
     ~CSetup()
     {
         std::remove(m_sFile.c_str());
 #if defined(_WIN32)
-        ::RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\Velmora\\Quillon\\CppUtilBench");
+        ::RegDeleteTreeA(HKEY_CURRENT_USER, k_szSectionKey);
 #else
         std::string command = "rm -rf '" + m_sRoot + "'";
         if (std::system(command.c_str()) != 0)
@@ -83,9 +87,22 @@ public:
         return m_sFile;
     }
 
+    // Adds other values to the section key until it holds count values.
+    void Fill(int count)
+    {
+        CppUtil::Platform::CRegKey key;
+        if (m_iValues >= count ||
+            key.Open(HKEY_CURRENT_USER, k_szSectionKey, KEY_ALL_ACCESS) != ERROR_SUCCESS)
+            return;
+        for (; m_iValues < count; ++m_iValues)
+            key.SetDWORDValue(("Filler" + std::to_string(m_iValues)).c_str(),
+                              static_cast<DWORD>(m_iValues));
+    }
+
 private:
     std::string m_sRoot;
     std::string m_sFile;
+    int m_iValues = 0;
 };
 
 inline int PlainRead(const std::string& path)

@@ -1,5 +1,6 @@
 // The registry figures without Google Benchmark, for the Win32 build run under Wine: each
-// operation is repeated for about a second and its mean time printed beside the baseline's.
+// operation is repeated for about a second, in a section key of 10, 100, 1000 and 5000 values,
+// and its mean time printed beside the baseline's.
 //
 //   RegistryTiming [seconds per operation]
 #include "RegistryOps.h"
@@ -40,14 +41,17 @@ int main(int argc, char** argv)
         [&setup] {
             s_ulSink = s_ulSink + static_cast<unsigned long>(RegistryOps::PlainRead(setup.File()));
         });
-    const double load =
-        MeanNanoseconds(seconds, [] { s_ulSink = s_ulSink + RegistryOps::FirstLoad(); });
-    const double set = MeanNanoseconds(seconds, [&number] { RegistryOps::SetValue(++number); });
-    std::printf("%-28s %12.0f ns\n", "plain open/read/close", plain);
-    std::printf("%-28s %12.0f ns\n", "RegistryValue first load", load);
-    std::printf("%-28s %12.0f ns\n", "RegistryValue SetValue", set);
-    std::printf("\nRatios (lower is faster):\n");
-    std::printf("  first load / plain read = %.2f\n", load / plain);
-    std::printf("  SetValue   / plain read = %.2f\n", set / plain);
+    std::printf("plain open/read/close: %.0f ns\n\n", plain);
+    std::printf("%8s %14s %14s %12s %12s %12s\n", "values", "first load ns", "SetValue ns",
+                "load/plain", "set/plain", "set/load");
+    for (int values : {10, 100, 1000, 5000})
+    {
+        setup.Fill(values);
+        const double load =
+            MeanNanoseconds(seconds, [] { s_ulSink = s_ulSink + RegistryOps::FirstLoad(); });
+        const double set = MeanNanoseconds(seconds, [&number] { RegistryOps::SetValue(++number); });
+        std::printf("%8d %14.0f %14.0f %12.2f %12.2f %12.2f\n", values, load, set, load / plain,
+                    set / plain, set / load);
+    }
     return 0;
 }

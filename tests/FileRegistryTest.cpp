@@ -7,6 +7,7 @@
 #include <cpputil/Platform/Posix/FileRegistry.h>
 #include <cpputil/RegistryValue.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -126,6 +127,10 @@ TEST(FileRegistryTest, DamagedValueFilesReadAsDefaultsAndAreRepaired)
     for (std::size_t i = 0; i < damages.size(); ++i)
     {
         Store(section, "Keep", "kept");
+        CRegKey key;
+        ASSERT_EQ(ERROR_SUCCESS,
+                  key.Open(HKEY_CURRENT_USER, sandbox.KeyPath("Damaged"), KEY_WRITE));
+        ASSERT_EQ(ERROR_SUCCESS, key.Flush());
         std::ofstream(ValueFile(section), std::ios::binary | std::ios::trunc) << damages[i];
         const bool keeps = i < 3;
         EXPECT_EQ(CString(keeps ? "kept" : "default"), Load(section, "Keep", "default")) << i;
@@ -134,6 +139,22 @@ TEST(FileRegistryTest, DamagedValueFilesReadAsDefaultsAndAreRepaired)
         EXPECT_EQ(CString("repaired"), Load(section, "Lost", "default")) << i;
         EXPECT_EQ(CString(keeps ? "kept" : "default"), Load(section, "Keep", "default")) << i;
     }
+}
+
+TEST(FileRegistryTest, TornAndForgedJournalRecordsAreIgnored)
+{
+    CRegistrySandbox sandbox;
+    const CString section = sandbox.Section("Journal");
+    Store(section, "Keep", "kept");
+    const std::string journal =
+        ValueFile(section).replace(ValueFile(section).size() - 3, 3, "journal");
+    // A record whose checksum does not match, then one cut short by a killed writer.
+    std::ofstream(journal, std::ios::binary | std::ios::app)
+        << "\"Keep\"=\"forged\"\n; 0123456789abcdef\n\"Keep\"=\"tor";
+    EXPECT_EQ(CString("kept"), Load(section, "Keep", "default"));
+    Store(section, "After", "landed");
+    EXPECT_EQ(CString("landed"), Load(section, "After", "default"));
+    EXPECT_EQ(CString("kept"), Load(section, "Keep", "default"));
 }
 
 TEST(FileRegistryTest, KilledWriterLeavesEveryValueOldOrNew)
@@ -160,8 +181,8 @@ TEST(FileRegistryTest, KilledWriterLeavesEveryValueOldOrNew)
     ASSERT_NE(-1, child);
     if (child == 0)
     {
-        WriteValues(key, "new", 0, count);
-        ::_exit(0);
+        for (int round = 0;; ++round)
+            WriteValues(key, "new" + std::to_string(round) + "-", 0, count);
     }
     ::usleep(300 * 1000);
     ::kill(child, SIGKILL);
@@ -170,18 +191,26 @@ TEST(FileRegistryTest, KilledWriterLeavesEveryValueOldOrNew)
 
     std::vector<SRegValue> values = CFileRegistry::ReadValues(folder);
     ASSERT_EQ(static_cast<std::size_t>(count), values.size());
-    // The writer went in order: new values up to the kill, old ones after it.
-    int renewed = 0;
+    // The writer went round in order: round r + 1 up to the kill, round r after it (or the old
+    // values in the first round).
+    std::vector<int> rounds;
     for (int i = 0; i < count; ++i)
     {
         const SRegValue* value = CFileRegistry::FindValue(values, "name" + std::to_string(i));
         ASSERT_NE(nullptr, value) << i;
-        if (renewed == i && Text(value->m_oData) == Stored("new", i))
-            ++renewed;
-        else
-            EXPECT_EQ(Stored("old", i), Text(value->m_oData)) << i;
+        const std::string text = Text(value->m_oData);
+        int round = -1;
+        std::size_t end = 0;
+        if (text.compare(0, 3, "new") == 0)
+            round = std::stoi(text.substr(3), &end);
+        const std::string expected =
+            round < 0 ? Stored("old", i) : Stored("new" + std::to_string(round) + "-", i);
+        ASSERT_EQ(expected, text) << i;
+        rounds.push_back(round);
     }
-    std::cout << renewed << " of " << count << " values were rewritten before the kill\n";
+    EXPECT_TRUE(std::is_sorted(rounds.rbegin(), rounds.rend()));
+    EXPECT_LE(rounds.front() - rounds.back(), 1);
+    std::cout << "killed in round " << rounds.front() << " of " << count << " values\n";
 }
 
 TEST(FileRegistryTest, ConcurrentWritersLoseNoValue)
@@ -266,4 +295,64 @@ TEST(FileRegistryTest, EditorFilesParseInBothEncodings)
     std::vector<SRegSection> none;
     EXPECT_FALSE(CRegFile::Parse("REGEDIT5\n[x]\n", none));
     EXPECT_FALSE(CRegFile::Parse("", none));
+}
+
+TEST(FileRegistryTest, ReaderInAnotherProcessSeesEachWriteOnReturn)
+{
+    CRegistrySandbox sandbox;
+    const std::string key = "Software\\Large";
+    const int count = 4000;
+    WriteValues(key, "seed", 0, count);
+    CRegKey reader;
+    ASSERT_EQ(ERROR_SUCCESS, reader.Open(HKEY_CURRENT_USER, key.c_str(), KEY_READ));
+    int toChild[2];
+    int toParent[2];
+    ASSERT_EQ(0, ::pipe(toChild));
+    ASSERT_EQ(0, ::pipe(toParent));
+    const int rounds = 40;
+    const pid_t child = ::fork();
+    ASSERT_NE(-1, child);
+    if (child == 0)
+    {
+        // Each round rewrites a share of the key before the probe, and every third one folds the
+        // journal into the value file, so that the reader meets both between two reads.
+        for (int round = 0; round < rounds; ++round)
+        {
+            char token = 0;
+            if (::read(toChild[0], &token, 1) != 1)
+                ::_exit(5);
+            WriteValues(key, "r" + std::to_string(round) + "-", round * 100 % count, 100);
+            CRegKey writer;
+            if (round % 3 == 2 &&
+                (writer.Open(HKEY_CURRENT_USER, key.c_str(), KEY_WRITE) != ERROR_SUCCESS ||
+                 writer.Flush() != ERROR_SUCCESS))
+                ::_exit(7);
+            WriteValues(key, "probe" + std::to_string(round) + "-", count, 1);
+            if (::write(toParent[1], &token, 1) != 1)
+                ::_exit(6);
+        }
+        ::_exit(0);
+    }
+    for (int round = 0; round < rounds; ++round)
+    {
+        char token = 'x';
+        ASSERT_EQ(1, ::write(toChild[1], &token, 1));
+        ASSERT_EQ(1, ::read(toParent[0], &token, 1));
+        char text[64] = {};
+        ULONG chars = sizeof text;
+        ASSERT_EQ(ERROR_SUCCESS,
+                  reader.QueryStringValue(("name" + std::to_string(count)).c_str(), text, &chars));
+        EXPECT_EQ(Stored("probe" + std::to_string(round) + "-", count).c_str(), std::string(text));
+        const int changed = round * 100 % count + 99;
+        chars = sizeof text;
+        ASSERT_EQ(ERROR_SUCCESS, reader.QueryStringValue(("name" + std::to_string(changed)).c_str(),
+                                                         text, &chars));
+        EXPECT_EQ(Stored("r" + std::to_string(round) + "-", changed).c_str(), std::string(text));
+    }
+    int status = 0;
+    ASSERT_EQ(child, ::waitpid(child, &status, 0));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(
+        static_cast<std::size_t>(count + 1),
+        CFileRegistry::ReadValues(sandbox.Root() + "/HKEY_CURRENT_USER/Software/Large").size());
 }

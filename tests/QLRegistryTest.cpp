@@ -2,11 +2,15 @@
 #include "RegistrySandbox.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/Platform/CRegKey.h>
 #include <cpputil/RegistryValue.h>
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -168,6 +172,104 @@ TEST_F(QLRegistryTest, TypedValuesRoundTripAndMissingOrMistypedOnesGiveDefaults)
     EXPECT_EQ(5ul, fresh.GetValue());
     Store<unsigned long>(hive, section, "Dword", 6);
     EXPECT_EQ(6ul, fresh.GetValue());
+}
+
+TEST_F(QLRegistryTest, AnsiLettersFoldAndTextsWithoutTheirNulAreRefused)
+{
+    // Letters of the ANSI code page beyond ASCII match in either case, in key and value names;
+    // the multiplication and division signs are not a pair.
+    const HKEY hive = HKEY_CURRENT_USER;
+    const CString upper = m_oSandbox.Section("Cl\xC9\x8A");
+    const CString lower = m_oSandbox.Section("cl\xE9\x9A");
+    Store<CString>(hive, upper, "\xC4pfel\xDE\x8C\x8E\x9F\xC0", "kept");
+    Store<CString>(hive, upper, "\xD7", "times");
+    EXPECT_EQ(CString("kept"), Load<CString>(hive, lower, "\xE4PFEL\xFE\x9C\x9E\xFF\xE0", "none"));
+    EXPECT_EQ(CString("none"), Load<CString>(hive, lower, "\xF7", "none"));
+    EXPECT_EQ(CString("times"), Load<CString>(hive, lower, "\xD7", "none"));
+
+    CppUtil::Platform::CRegKey key;
+    ASSERT_EQ(ERROR_SUCCESS, key.Open(hive, m_oSandbox.KeyPath("CL\xE9\x8A"), KEY_ALL_ACCESS));
+    ASSERT_EQ(ERROR_SUCCESS,
+              ::RegSetValueExA(key, "Raw", 0, REG_SZ, reinterpret_cast<const BYTE*>("abc"), 3));
+    ASSERT_EQ(ERROR_SUCCESS, ::RegSetValueExA(key, "Nothing", 0, REG_SZ, nullptr, 0));
+    char text[16] = "zzzzz";
+    ULONG chars = sizeof text;
+#if !defined(_WIN32)
+    // Wine's narrow query adds the missing NUL itself (and counts it); here CRegKey gets the
+    // text as stored and must refuse it.
+    EXPECT_EQ(ERROR_INVALID_DATA, key.QueryStringValue("Raw", text, &chars));
+    EXPECT_EQ(CString("none"), Load<CString>(hive, upper, "Raw", "none"));
+#endif
+    chars = sizeof text;
+    EXPECT_EQ(ERROR_SUCCESS, key.QueryStringValue("Nothing", text, &chars));
+    EXPECT_EQ(std::string(), text);
+    EXPECT_EQ(0u, chars);
+    chars = sizeof text;
+    EXPECT_EQ(ERROR_SUCCESS, key.QueryStringValue("\xc4PFEL\xfe\x9c\x9e\xff\xc0", text, &chars));
+    EXPECT_EQ(std::string("kept"), text);
+    EXPECT_EQ(5u, chars);
+}
+
+// A key's file as the registry editor writes it (UTF-16LE with its mark, CR LF line ends), and
+// what it imports: the euro sign is 0x80 in the ANSI code page, line breaks are escaped, and an
+// escape the editor does not know stands for the character escaped.
+TEST_F(QLRegistryTest, EditorFilesCarryAnsiTextAndEscapesBothWays)
+{
+    const CString section = m_oSandbox.Section("Editor");
+    const std::string keyName =
+        "HKEY_CURRENT_USER\\" + std::string(CQLRegistry::GetSectionKeyName(section));
+    const CString text = "\x80 \xE4\x8A\n\r\\\"";
+    Store<CString>(HKEY_CURRENT_USER, section, "Euro\x80", text);
+    const auto utf16 = [](const std::string& ascii, const std::u16string& rest)
+    {
+        std::string bytes = "\xFF\xFE";
+        for (char16_t ch : std::u16string(ascii.begin(), ascii.end()) + rest)
+            bytes += std::string{static_cast<char>(ch & 0xFF), static_cast<char>(ch >> 8)};
+        return bytes;
+    };
+    const std::string header = "Windows Registry Editor Version 5.00\r\n\r\n[" + keyName + "]\r\n";
+    const std::string expected =
+        utf16(header, u"\"Euro\u20ac\"=\"\u20ac \u00e4\u0160\\n\\r\\\\\\\"\"\r\n\r\n");
+    const std::string import = utf16(header, u"\"Back\"=\"\u20ac\u00e4\\n\"\r\n"
+                                             u"\"Odd\"=\"a\\qb\"\r\n\"After\"=dword:00000002\r\n");
+    std::string exported;
+#if defined(_WIN32)
+    const std::string path = std::string(std::getenv("TEMP")) + "\\cpputil-editor.reg";
+    const auto regedit = [](const std::string& arguments)
+    { return std::system(("regedit " + arguments + " 2>NUL").c_str()); };
+    regedit("/e \"" + path + "\" \"" + keyName + "\"");
+    std::ifstream file(path, std::ios::binary);
+    exported.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    file.close();
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << import;
+    regedit("/s \"" + path + "\"");
+    std::remove(path.c_str());
+#else
+    using CppUtil::Platform::CFileRegistry;
+    using CppUtil::Platform::CRegFile;
+    std::string folder;
+    ASSERT_EQ(ERROR_SUCCESS,
+              CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
+                                     std::string(CQLRegistry::GetSectionKeyName(section)), false,
+                                     folder));
+    exported =
+        CRegFile::ToUtf16(CRegFile::Write({{keyName, false, CFileRegistry::ReadValues(folder)}}));
+    std::vector<CppUtil::Platform::SRegSection> sections;
+    ASSERT_TRUE(CRegFile::Parse(import, sections));
+    ASSERT_EQ(1u, sections.size());
+    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::UpdateValues(
+                                 folder, keyName,
+                                 [&sections](std::vector<CppUtil::Platform::SRegValue>& values)
+                                 {
+                                     for (const auto& value : sections[0].m_oValues)
+                                         values.push_back(value);
+                                     return true;
+                                 }));
+#endif
+    EXPECT_EQ(expected, exported);
+    EXPECT_EQ(CString("\x80\xE4\n"), Load<CString>(HKEY_CURRENT_USER, section, "Back", ""));
+    EXPECT_EQ(CString("aqb"), Load<CString>(HKEY_CURRENT_USER, section, "Odd", "none"));
+    EXPECT_EQ(2ul, Load<unsigned long>(HKEY_CURRENT_USER, section, "After", 0));
 }
 
 TEST_F(QLRegistryTest, OpeningRetriesAndRecordsTheGrantedAccess)

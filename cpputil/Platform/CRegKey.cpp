@@ -55,6 +55,11 @@ LONG CRegKey::Close()
     return status;
 }
 
+LONG CRegKey::Flush()
+{
+    return ::RegFlushKey(m_hKey);
+}
+
 LONG CRegKey::QueryDWORDValue(LPCSTR name, DWORD& value) const
 {
     DWORD type = 0;
@@ -108,12 +113,22 @@ LONG CRegKey::QueryText(LPCSTR name, DWORD wanted, LPSTR value, ULONG* chars) co
     DWORD bytes = capacity;
     const LONG status =
         ::RegQueryValueExA(m_hKey, name, nullptr, &type, reinterpret_cast<LPBYTE>(value), &bytes);
-    // Room for a NUL the stored text may lack: the caller's text always ends with one.
-    *chars = bytes + 1;
+    *chars = bytes;
     if (status != ERROR_SUCCESS)
         return status;
     if (type != wanted && !(wanted == REG_SZ && type == REG_EXPAND_SZ))
         return ERROR_INVALID_DATA;
+    if (wanted == REG_SZ)
+    {
+        // A text stored without its NUL is refused, as ATL refuses it.
+        if (value && bytes != 0 && value[bytes - 1] != '\0')
+            return ERROR_INVALID_DATA;
+        if (value && bytes == 0)
+            value[0] = '\0';
+        return ERROR_SUCCESS;
+    }
+    // A list stored without its last NUL gets one: the room for it is counted in.
+    *chars = bytes + 1;
     if (!value)
         return ERROR_SUCCESS;
     if (bytes != 0 && value[bytes - 1] == '\0')

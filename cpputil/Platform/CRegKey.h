@@ -23,6 +23,8 @@ public:
     LONG Create(HKEY parent, LPCSTR keyName, LPSTR keyClass, DWORD options, REGSAM access,
                 LPSECURITY_ATTRIBUTES attributes, LPDWORD disposition);
     LONG Close();
+    /// Writes the key's changes through to the disk (RegFlushKey).
+    LONG Flush();
     HKEY GetHandle() const { return m_hKey; }
     operator HKEY() const { return m_hKey; }
 
@@ -31,7 +33,8 @@ public:
     LONG QueryQWORDValue(LPCSTR name, ULONGLONG& value) const;
     /// size: the buffer's size in bytes, set to the value's size.
     LONG QueryBinaryValue(LPCSTR name, void* value, ULONG* size) const;
-    /// chars: the buffer's size in characters, set to what the text needs (with its NUL).
+    /// chars: the buffer's size in characters, set to what the text needs (with its NUL). A
+    /// REG_SZ stored without its NUL gives ERROR_INVALID_DATA.
     LONG QueryStringValue(LPCSTR name, LPSTR value, ULONG* chars) const;
     LONG QueryMultiStringValue(LPCSTR name, LPSTR value, ULONG* chars) const;
 

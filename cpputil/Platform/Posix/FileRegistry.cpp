@@ -6,8 +6,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
+#include <mutex>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,10 +25,35 @@ namespace
 const char k_szValueFile[] = ".values.reg";
 const char k_szTempPrefix[] = ".values.reg.";
 const char k_szLockFile[] = ".lock";
+const char k_szJournalFile[] = ".values.journal";
+const char k_szFileHeader[] = "Windows Registry Editor Version 5.00\n";
+const char k_szJournalHeader[] = "Windows Registry Editor Version 5.00\n\n; generation ";
+// The journal is folded into the value file once it is larger than both this and the file: a
+// fold flushes the disk, which costs milliseconds, and a process's first read of the key parses
+// the whole journal.
+const off_t k_lMinJournal = 512 * 1024;
+// Keys whose values one process keeps in memory before it forgets them all.
+const std::size_t k_uMaxCachedKeys = 256;
 
+// Names are in the ANSI code page, Windows-1252, and fold as Windows folds them: every letter
+// with a partner of the other case there, not only ASCII's (the multiplication sign between the
+// capitals is not one).
 char Fold(char ch)
 {
-    return (ch >= 'A' && ch <= 'Z') ? static_cast<char>(ch - 'A' + 'a') : ch;
+    const unsigned char code = static_cast<unsigned char>(ch);
+    if ((code >= 'A' && code <= 'Z') || (code >= 0xC0 && code <= 0xDE && code != 0xD7))
+        return static_cast<char>(code + 0x20);
+    switch (code)
+    {
+    case 0x8A: // S, O E and Z with caron or ligature, and Y with diaeresis
+    case 0x8C:
+    case 0x8E:
+        return static_cast<char>(code + 0x10);
+    case 0x9F:
+        return static_cast<char>(0xFF);
+    default:
+        return ch;
+    }
 }
 
 bool IsFolder(const std::string& path)
@@ -69,19 +96,6 @@ LONG MakeFolders(const std::string& path)
     return ERROR_SUCCESS;
 }
 
-bool ReadWhole(const std::string& path, std::string& bytes)
-{
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
-    if (fd < 0)
-        return false;
-    char buffer[16384];
-    ssize_t count;
-    while ((count = ::read(fd, buffer, sizeof buffer)) > 0)
-        bytes.append(buffer, static_cast<std::size_t>(count));
-    ::close(fd);
-    return count == 0;
-}
-
 bool WriteWhole(int fd, const std::string& bytes)
 {
     std::size_t done = 0;
@@ -107,6 +121,368 @@ std::vector<std::string> Entries(const std::string& folder)
         names.push_back(entry->d_name);
     ::closedir(dir);
     return names;
+}
+
+struct SCloser
+{
+    int m_iFd;
+    ~SCloser() { ::close(m_iFd); }
+};
+
+// The key's lock, held from construction to destruction: serialises writers in all processes.
+class CKeyLock
+{
+public:
+    explicit CKeyLock(const std::string& folder)
+        : m_iFd(::open((folder + "/" + k_szLockFile).c_str(),
+                       O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644)),
+          m_lStatus(ERROR_SUCCESS)
+    {
+        if (m_iFd < 0)
+            m_lStatus = FromErrno(errno);
+        else
+            while (::flock(m_iFd, LOCK_EX) != 0 && errno == EINTR)
+            {
+            }
+    }
+    ~CKeyLock()
+    {
+        if (m_iFd >= 0)
+            ::close(m_iFd);
+    }
+    CKeyLock(const CKeyLock&) = delete;
+    CKeyLock& operator=(const CKeyLock&) = delete;
+    LONG Status() const { return m_lStatus; }
+
+private:
+    int m_iFd;
+    LONG m_lStatus;
+};
+
+// What tells one version of a file from another without reading it.
+struct SStamp
+{
+    SStamp() : m_bExists(false), m_uDevice(0), m_uInode(0), m_lSize(0), m_oModified{}, m_oChanged{}
+    {
+    }
+    explicit SStamp(const struct stat& info)
+        : m_bExists(true), m_uDevice(info.st_dev), m_uInode(info.st_ino), m_lSize(info.st_size),
+          m_oModified(info.st_mtim), m_oChanged(info.st_ctim)
+    {
+    }
+    bool SameFile(const SStamp& other) const
+    {
+        return m_bExists && other.m_bExists && m_uDevice == other.m_uDevice &&
+               m_uInode == other.m_uInode;
+    }
+    bool operator==(const SStamp& other) const
+    {
+        return m_bExists == other.m_bExists &&
+               (!m_bExists || (SameFile(other) && m_lSize == other.m_lSize &&
+                               m_oModified.tv_sec == other.m_oModified.tv_sec &&
+                               m_oModified.tv_nsec == other.m_oModified.tv_nsec &&
+                               m_oChanged.tv_sec == other.m_oChanged.tv_sec &&
+                               m_oChanged.tv_nsec == other.m_oChanged.tv_nsec));
+    }
+
+    bool m_bExists;
+    dev_t m_uDevice;
+    ino_t m_uInode;
+    off_t m_lSize;
+    timespec m_oModified;
+    timespec m_oChanged;
+};
+
+SStamp StampOf(const std::string& path)
+{
+    struct stat info;
+    return ::stat(path.c_str(), &info) == 0 ? SStamp(info) : SStamp();
+}
+
+// The bytes of a file from offset on, and the stamp of what was read.
+bool ReadFrom(const std::string& path, off_t offset, std::string& bytes, SStamp& stamp)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0)
+        return false;
+    SCloser closer{fd};
+    struct stat info;
+    if (::fstat(fd, &info) != 0)
+        return false;
+    stamp = SStamp(info);
+    if (info.st_size > offset)
+        bytes.resize(static_cast<std::size_t>(info.st_size - offset));
+    std::size_t done = 0;
+    while (done < bytes.size())
+    {
+        const ssize_t count =
+            ::pread(fd, &bytes[done], bytes.size() - done, offset + static_cast<off_t>(done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    bytes.resize(done);
+    return true;
+}
+
+std::string Folded(const std::string& name)
+{
+    std::string folded = name;
+    std::transform(folded.begin(), folded.end(), folded.begin(), Fold);
+    return folded;
+}
+
+std::string Checksum(const std::string& bytes)
+{
+    // FNV-1a: enough to tell a whole record from a torn or overwritten one.
+    unsigned long long hash = 0xcbf29ce484222325ull;
+    for (char ch : bytes)
+        hash = (hash ^ static_cast<unsigned char>(ch)) * 0x100000001b3ull;
+    char text[20];
+    std::snprintf(text, sizeof text, "; %016llx", hash);
+    return text;
+}
+
+// A journal record: the value's lines as the value file has them, then a line with their
+// checksum. A record without its checksum line, or with a wrong one, is not applied.
+std::string Record(const SRegValue& value)
+{
+    const std::string lines = CRegFile::WriteValue(value);
+    return lines + Checksum(lines) + "\n";
+}
+
+// One process's copy of a key's values, and the versions of the files it was read from.
+struct SKeyCache
+{
+    SKeyCache() : m_lJournalEnd(0), m_bLoaded(false) {}
+
+    SStamp m_oValuesFile;
+    SStamp m_oJournal;
+    std::string m_sJournalHeader; // empty when the key has no usable journal
+    off_t m_lJournalEnd;          // the end of the last record read
+    bool m_bLoaded;
+    std::vector<SRegValue> m_oValues;
+    std::unordered_map<std::string, std::size_t> m_oIndex; // folded name -> position
+};
+
+std::mutex s_oCacheMutex;
+std::unordered_map<std::string, SKeyCache> s_oCaches;
+// Key folders found by FindKey: base folder, NUL, folded path -> folder and its identity.
+std::unordered_map<std::string, std::pair<std::string, SStamp>> s_oFolders;
+
+void Apply(SKeyCache& cache, const SRegValue& value)
+{
+    const std::string folded = Folded(value.m_sName);
+    const auto found = cache.m_oIndex.find(folded);
+    if (value.m_bDelete)
+    {
+        if (found == cache.m_oIndex.end())
+            return;
+        cache.m_oValues.erase(cache.m_oValues.begin() + static_cast<std::ptrdiff_t>(found->second));
+        cache.m_oIndex.clear();
+        for (std::size_t i = 0; i < cache.m_oValues.size(); ++i)
+            cache.m_oIndex.emplace(Folded(cache.m_oValues[i].m_sName), i);
+    }
+    else if (found != cache.m_oIndex.end())
+    {
+        // The name keeps the spelling it was first written with.
+        SRegValue& existing = cache.m_oValues[found->second];
+        existing.m_dwType = value.m_dwType;
+        existing.m_oData = value.m_oData;
+    }
+    else
+    {
+        cache.m_oIndex.emplace(folded, cache.m_oValues.size());
+        cache.m_oValues.push_back(value);
+    }
+}
+
+// Applies the whole records in bytes; returns the end of the last one.
+std::size_t ApplyRecords(SKeyCache& cache, const std::string& bytes)
+{
+    std::size_t end = 0;
+    std::size_t line = 0;
+    while (line < bytes.size())
+    {
+        const std::size_t lineEnd = bytes.find('\n', line);
+        if (lineEnd == std::string::npos)
+            break;
+        if (bytes[line] == ';')
+        {
+            const std::string lines = bytes.substr(end, line - end);
+            std::vector<SRegSection> sections;
+            if (bytes.compare(line, lineEnd - line, Checksum(lines)) == 0 &&
+                CRegFile::Parse(k_szFileHeader + lines, sections) && sections.size() == 1 &&
+                sections[0].m_oValues.size() == 1)
+                Apply(cache, sections[0].m_oValues[0]);
+            end = lineEnd + 1;
+        }
+        line = lineEnd + 1;
+    }
+    return end;
+}
+
+std::size_t JournalHeaderSize()
+{
+    return sizeof k_szJournalHeader - 1 + 17;
+}
+
+bool IsJournalHeader(const std::string& bytes)
+{
+    return bytes.size() >= JournalHeaderSize() &&
+           bytes.compare(0, sizeof k_szJournalHeader - 1, k_szJournalHeader) == 0 &&
+           bytes[JournalHeaderSize() - 1] == '\n';
+}
+
+// Only what was appended since the last read; false when the journal is not the one read then.
+bool ReadJournalTail(const std::string& path, SKeyCache& cache)
+{
+    std::string header;
+    std::string tail;
+    SStamp stamp;
+    if (!ReadFrom(path, cache.m_lJournalEnd, tail, stamp) || !stamp.SameFile(cache.m_oJournal))
+        return false;
+    // A journal replaced by a new one with the same inode number has another generation.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0)
+        return false;
+    SCloser closer{fd};
+    header.resize(JournalHeaderSize());
+    if (::pread(fd, &header[0], header.size(), 0) != static_cast<ssize_t>(header.size()) ||
+        header != cache.m_sJournalHeader)
+        return false;
+    cache.m_lJournalEnd += static_cast<off_t>(ApplyRecords(cache, tail));
+    cache.m_oJournal = stamp;
+    return true;
+}
+
+// The key's values as they are now, read again only as far as the files changed.
+SKeyCache& Refreshed(const std::string& folder)
+{
+    if (s_oCaches.size() >= k_uMaxCachedKeys && s_oCaches.count(folder) == 0)
+        s_oCaches.clear();
+    SKeyCache& cache = s_oCaches[folder];
+    const std::string valuesPath = folder + "/" + k_szValueFile;
+    const std::string journalPath = folder + "/" + k_szJournalFile;
+    const SStamp values = StampOf(valuesPath);
+    const SStamp journal = StampOf(journalPath);
+    if (cache.m_bLoaded && values == cache.m_oValuesFile)
+    {
+        // The journal only grows until a fold replaces it (and the value file with it), so its
+        // size tells whether anything was appended; unless a torn record was seen at its end,
+        // which the next writer cuts off before appending one that may be as long.
+        if (journal.SameFile(cache.m_oJournal) && journal.m_lSize == cache.m_oJournal.m_lSize &&
+            journal.m_lSize == cache.m_lJournalEnd)
+            return cache;
+        if (!journal.m_bExists && !cache.m_oJournal.m_bExists)
+            return cache;
+        if (!cache.m_sJournalHeader.empty() && journal.SameFile(cache.m_oJournal) &&
+            journal.m_lSize >= cache.m_lJournalEnd && ReadJournalTail(journalPath, cache))
+            return cache;
+    }
+
+    // The journal first: a value file replaced after it was opened already holds its records.
+    cache = SKeyCache();
+    cache.m_bLoaded = true;
+    std::string journalBytes;
+    ReadFrom(journalPath, 0, journalBytes, cache.m_oJournal);
+    std::string bytes;
+    std::vector<SRegSection> sections;
+    if (ReadFrom(valuesPath, 0, bytes, cache.m_oValuesFile) && CRegFile::Parse(bytes, sections) &&
+        !sections.empty())
+    {
+        // A later line for the same name wins, as on import.
+        for (const SRegValue& value : sections.front().m_oValues)
+            if (!value.m_bDelete)
+                Apply(cache, value);
+    }
+    if (IsJournalHeader(journalBytes))
+    {
+        cache.m_sJournalHeader = journalBytes.substr(0, JournalHeaderSize());
+        cache.m_lJournalEnd = static_cast<off_t>(
+            JournalHeaderSize() + ApplyRecords(cache, journalBytes.substr(JournalHeaderSize())));
+    }
+    return cache;
+}
+
+// Writes bytes to a new file beside target and renames it over target, keeping target's
+// permissions so that a granted key stays granted.
+LONG ReplaceFile(const std::string& folder, const std::string& target, const std::string& bytes,
+                 mode_t mode, bool flush)
+{
+    std::string temp = folder + "/" + k_szTempPrefix + "XXXXXX";
+    const int fd = ::mkostemp(&temp[0], O_CLOEXEC);
+    if (fd < 0)
+        return FromErrno(errno);
+    bool written = ::fchmod(fd, mode) == 0 && WriteWhole(fd, bytes) && (!flush || ::fsync(fd) == 0);
+    const int error = errno;
+    written = (::close(fd) == 0) && written;
+    if (!written || ::rename(temp.c_str(), target.c_str()) != 0)
+    {
+        const int failure = written ? errno : error;
+        ::unlink(temp.c_str());
+        return FromErrno(failure ? failure : EIO);
+    }
+    return ERROR_SUCCESS;
+}
+
+// Under the key's lock: values become the value file and the journal starts again empty. The
+// value file is flushed before it replaces the old one, so that even a system crash leaves the
+// old file or the new one; flushFolder makes the renames themselves last.
+LONG Compact(const std::string& folder, const std::string& keyName, std::vector<SRegValue> values,
+             bool flushFolder)
+{
+    // Temporary files left behind by killed writers: no live writer has one while we hold the
+    // lock.
+    for (const std::string& entry : Entries(folder))
+        if (entry.compare(0, sizeof k_szTempPrefix - 1, k_szTempPrefix) == 0)
+            ::unlink((folder + "/" + entry).c_str());
+
+    const std::string valuesPath = folder + "/" + k_szValueFile;
+    const std::string journalPath = folder + "/" + k_szJournalFile;
+    struct stat old;
+    const mode_t mode = ::lstat(valuesPath.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644;
+    LONG status = ReplaceFile(folder, valuesPath,
+                              CRegFile::Write({SRegSection{keyName, false, values}}), mode, true);
+    // A new generation tells readers that the journal they read from is gone, even when the new
+    // one gets the old one's inode number.
+    timespec now;
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    static unsigned int s_uCounter = 0;
+    char generation[20];
+    std::snprintf(generation, sizeof generation, "%016llx\n",
+                  (static_cast<unsigned long long>(now.tv_sec) << 32) ^
+                      static_cast<unsigned long long>(now.tv_nsec) ^
+                      (static_cast<unsigned long long>(::getpid()) << 44) ^ ++s_uCounter);
+    const std::string header = k_szJournalHeader + std::string(generation);
+    if (status == ERROR_SUCCESS)
+        status = ReplaceFile(folder, journalPath, header, mode, false);
+    if (status == ERROR_SUCCESS && flushFolder)
+    {
+        const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (fd < 0 || ::fsync(fd) != 0)
+            status = FromErrno(errno);
+        if (fd >= 0)
+            ::close(fd);
+    }
+    if (status != ERROR_SUCCESS)
+    {
+        s_oCaches.erase(folder);
+        return status;
+    }
+    // This process knows what it wrote: it need not read it back.
+    SKeyCache& cache = s_oCaches[folder];
+    cache = SKeyCache();
+    cache.m_bLoaded = true;
+    for (const SRegValue& value : values)
+        Apply(cache, value);
+    cache.m_oValuesFile = StampOf(valuesPath);
+    cache.m_oJournal = StampOf(journalPath);
+    cache.m_sJournalHeader = header;
+    cache.m_lJournalEnd = static_cast<off_t>(header.size());
+    return ERROR_SUCCESS;
 }
 
 } // namespace
@@ -192,6 +568,20 @@ LONG CFileRegistry::FindKey(const std::string& baseFolder, const std::string& pa
 {
     if (created)
         *created = false;
+    // A key found before is still the same folder when that folder has the same identity: a
+    // level replaced since (by a link, say) would lead to another folder.
+    const std::string lookup = baseFolder + '\0' + Folded(path);
+    {
+        std::lock_guard<std::mutex> guard(s_oCacheMutex);
+        const auto found = s_oFolders.find(lookup);
+        struct stat info;
+        if (found != s_oFolders.end() && ::lstat(found->second.first.c_str(), &info) == 0 &&
+            S_ISDIR(info.st_mode) && SStamp(info).SameFile(found->second.second))
+        {
+            folder = found->second.first;
+            return ERROR_SUCCESS;
+        }
+    }
     if (!IsFolder(baseFolder) && !(create && MakeFolders(baseFolder) == ERROR_SUCCESS))
     {
         struct stat info;
@@ -242,32 +632,32 @@ LONG CFileRegistry::FindKey(const std::string& baseFolder, const std::string& pa
         current = next;
     }
     folder = current;
+    struct stat info;
+    if (::lstat(folder.c_str(), &info) == 0)
+    {
+        std::lock_guard<std::mutex> guard(s_oCacheMutex);
+        if (s_oFolders.size() >= k_uMaxCachedKeys)
+            s_oFolders.clear();
+        s_oFolders[lookup] = std::make_pair(folder, SStamp(info));
+    }
     return ERROR_SUCCESS;
 }
 
 std::vector<SRegValue> CFileRegistry::ReadValues(const std::string& folder)
 {
-    std::string bytes;
-    std::vector<SRegSection> sections;
-    if (!ReadWhole(folder + "/" + k_szValueFile, bytes) || !CRegFile::Parse(bytes, sections) ||
-        sections.empty())
-        return {};
-    std::vector<SRegValue> values;
-    std::unordered_map<std::string, std::size_t> index;
-    for (SRegValue& value : sections.front().m_oValues)
-    {
-        if (value.m_bDelete)
-            continue;
-        std::string folded = value.m_sName;
-        std::transform(folded.begin(), folded.end(), folded.begin(), Fold);
-        // A later line for the same name wins, as on import.
-        const auto found = index.emplace(folded, values.size());
-        if (found.second)
-            values.push_back(std::move(value));
-        else
-            values[found.first->second] = std::move(value);
-    }
-    return values;
+    std::lock_guard<std::mutex> guard(s_oCacheMutex);
+    return Refreshed(folder).m_oValues;
+}
+
+bool CFileRegistry::QueryValue(const std::string& folder, const std::string& name, SRegValue& value)
+{
+    std::lock_guard<std::mutex> guard(s_oCacheMutex);
+    const SKeyCache& cache = Refreshed(folder);
+    const auto found = cache.m_oIndex.find(Folded(name));
+    if (found == cache.m_oIndex.end())
+        return false;
+    value = cache.m_oValues[found->second];
+    return true;
 }
 
 SRegValue* CFileRegistry::FindValue(std::vector<SRegValue>& values, const std::string& name)
@@ -281,51 +671,69 @@ SRegValue* CFileRegistry::FindValue(std::vector<SRegValue>& values, const std::s
 LONG CFileRegistry::UpdateValues(const std::string& folder, const std::string& keyName,
                                  const boost::function<bool(std::vector<SRegValue>&)>& change)
 {
-    const std::string lockPath = folder + "/" + k_szLockFile;
-    const int lock = ::open(lockPath.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644);
-    if (lock < 0)
-        return FromErrno(errno);
-    while (::flock(lock, LOCK_EX) != 0 && errno == EINTR)
-    {
-    }
-    struct SUnlock
-    {
-        int m_iFd;
-        ~SUnlock() { ::close(m_iFd); }
-    } unlock{lock};
-
-    // Temporary files left behind by killed writers: no live writer has one while we hold the
-    // lock.
-    for (const std::string& entry : Entries(folder))
-        if (entry.compare(0, sizeof k_szTempPrefix - 1, k_szTempPrefix) == 0)
-            ::unlink((folder + "/" + entry).c_str());
-
+    CKeyLock lock(folder);
+    if (lock.Status() != ERROR_SUCCESS)
+        return lock.Status();
+    // The key's lock keeps every other writer out while change runs, which may take long (it may
+    // ask the user); readers in this process need not wait for it.
     std::vector<SRegValue> values = ReadValues(folder);
     if (!change(values))
         return ERROR_SUCCESS;
-    std::vector<SRegSection> sections{SRegSection{keyName, false, values}};
-    const std::string text = CRegFile::Write(sections);
+    std::lock_guard<std::mutex> guard(s_oCacheMutex);
+    return Compact(folder, keyName, values, false);
+}
 
-    const std::string target = folder + "/" + k_szValueFile;
-    std::string temp = folder + "/" + k_szTempPrefix + "XXXXXX";
-    const int fd = ::mkostemp(&temp[0], O_CLOEXEC);
+LONG CFileRegistry::WriteValue(const std::string& folder, const std::string& keyName,
+                               const SRegValue& value)
+{
+    CKeyLock lock(folder);
+    if (lock.Status() != ERROR_SUCCESS)
+        return lock.Status();
+    std::lock_guard<std::mutex> guard(s_oCacheMutex);
+    SKeyCache* cache = &Refreshed(folder);
+    if (value.m_bDelete && cache->m_oIndex.count(Folded(value.m_sName)) == 0)
+        return ERROR_FILE_NOT_FOUND;
+    const std::string journal = folder + "/" + k_szJournalFile;
+    if (cache->m_sJournalHeader.empty())
+    {
+        // A key written before it had a journal, or one whose journal was lost.
+        const LONG status = Compact(folder, keyName, cache->m_oValues, false);
+        if (status != ERROR_SUCCESS)
+            return status;
+        cache = &Refreshed(folder);
+    }
+    const int fd = ::open(journal.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW);
     if (fd < 0)
         return FromErrno(errno);
-    struct stat old;
-    // The old file's permissions survive the rewrite, so a granted key stays granted.
-    const mode_t mode = ::lstat(target.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644;
-    bool written = ::fchmod(fd, mode) == 0 && WriteWhole(fd, text) && ::fsync(fd) == 0;
-    const int error = errno;
-    written = (::close(fd) == 0) && written;
-    if (!written || ::rename(temp.c_str(), target.c_str()) != 0)
+    SCloser closer{fd};
+    // What a killed writer left after the last whole record would run into this one.
+    if (cache->m_oJournal.m_lSize != cache->m_lJournalEnd &&
+        ::ftruncate(fd, cache->m_lJournalEnd) != 0)
+        return FromErrno(errno);
+    const std::string record = Record(value);
+    if (!WriteWhole(fd, record))
     {
-        const int failure = written ? errno : error;
-        ::unlink(temp.c_str());
-        return FromErrno(failure ? failure : EIO);
+        const int error = errno;
+        ::ftruncate(fd, cache->m_lJournalEnd);
+        return FromErrno(error ? error : EIO);
     }
-    // The folder is not flushed: after a power cut the rename may be lost, which leaves the old
-    // file whole, and a flush there would double the cost of every write.
+    Apply(*cache, value);
+    cache->m_lJournalEnd += static_cast<off_t>(record.size());
+    cache->m_oJournal.m_lSize = cache->m_lJournalEnd;
+    // Folding costs a rewrite of the value file: done once the journal has grown as large, it
+    // costs each write no more than a constant share.
+    if (cache->m_lJournalEnd > std::max<off_t>(k_lMinJournal, cache->m_oValuesFile.m_lSize))
+        return Compact(folder, keyName, cache->m_oValues, false);
     return ERROR_SUCCESS;
+}
+
+LONG CFileRegistry::Flush(const std::string& folder, const std::string& keyName)
+{
+    CKeyLock lock(folder);
+    if (lock.Status() != ERROR_SUCCESS)
+        return lock.Status();
+    std::lock_guard<std::mutex> guard(s_oCacheMutex);
+    return Compact(folder, keyName, Refreshed(folder).m_oValues, true);
 }
 
 std::vector<std::string> CFileRegistry::SubKeys(const std::string& folder)

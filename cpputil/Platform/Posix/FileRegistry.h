@@ -3,6 +3,11 @@
 // below it, and a key's values one file in it (".values.reg", see RegFile.h). Folder names are
 // the key names with '%', '/', control characters and a leading '.' written as %XX, so that no
 // key name can leave its hive or collide with the key's own files.
+//
+// A single value's write is appended, as one checksummed record, to the key's journal
+// (".values.journal", in the same text form); the journal is folded into the value file once it
+// outgrows it. Each process keeps the values of the keys it used in memory and checks the two
+// files' identity, size and times before a read, reading only what was appended since.
 #pragma once
 
 #include "../../CppUtil.Api.h"
@@ -35,13 +40,22 @@ public:
     static LONG FindKey(const std::string& baseFolder, const std::string& path, bool create,
                         std::string& folder, bool* created = nullptr);
 
-    // Never fails: a missing, unreadable or damaged file reads as no values.
+    // Never fail: a missing, unreadable or damaged file reads as no values.
     static std::vector<SRegValue> ReadValues(const std::string& folder);
+    static bool QueryValue(const std::string& folder, const std::string& name, SRegValue& value);
     // Under the key's lock: reads the values, lets change edit them and, when it returns true,
     // replaces the file in one step (temporary file, flush, rename). A writer killed at any point
     // leaves the old file or the new one.
     static LONG UpdateValues(const std::string& folder, const std::string& keyName,
                              const boost::function<bool(std::vector<SRegValue>&)>& change);
+    // Under the key's lock: sets one value, or removes it when m_bDelete is set
+    // (ERROR_FILE_NOT_FOUND when it is missing), by appending to the journal. Visible to every
+    // process on return; a writer killed at any point leaves the value old or new.
+    static LONG WriteValue(const std::string& folder, const std::string& keyName,
+                           const SRegValue& value);
+    // Folds the journal into the value file and flushes the file and the folder to the disk:
+    // until then a write survives the crash of its process but not of the system.
+    static LONG Flush(const std::string& folder, const std::string& keyName);
     static SRegValue* FindValue(std::vector<SRegValue>& values, const std::string& name);
 
     // Names of the sub-keys, sorted without regard to letter case.

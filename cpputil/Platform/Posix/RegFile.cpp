@@ -15,6 +15,29 @@ namespace
 const char k_szHeader5[] = "Windows Registry Editor Version 5.00";
 const char k_szHeader4[] = "REGEDIT4";
 
+// The characters of the ANSI code page, Windows-1252, from 0x80 to 0x9F; the five it leaves
+// undefined map to the control characters of the same number, as Windows maps them.
+const unsigned short k_awAnsiHigh[32] = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
+unsigned int FromAnsi(unsigned char ch)
+{
+    return ch >= 0x80 && ch < 0xA0 ? k_awAnsiHigh[ch - 0x80] : ch;
+}
+
+// A character the code page lacks becomes '?', as the narrow registry calls give it.
+char ToAnsi(unsigned int code)
+{
+    if (code < 0x80 || (code >= 0xA0 && code < 0x100))
+        return static_cast<char>(code);
+    for (unsigned int i = 0; i < 32; ++i)
+        if (k_awAnsiHigh[i] == code)
+            return static_cast<char>(0x80 + i);
+    return '?';
+}
+
 std::string DecodeUtf16(const std::string& bytes)
 {
     std::string text;
@@ -23,7 +46,27 @@ std::string DecodeUtf16(const std::string& bytes)
     {
         const unsigned int unit =
             static_cast<unsigned char>(bytes[i]) | (static_cast<unsigned char>(bytes[i + 1]) << 8);
-        text += unit < 0x100 ? static_cast<char>(unit) : '?';
+        // The low half of a pair adds nothing: the pair's character is one '?'.
+        if (unit < 0xDC00 || unit > 0xDFFF)
+            text += ToAnsi(unit);
+    }
+    return text;
+}
+
+std::string DecodeUtf8(const std::string& bytes)
+{
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size();)
+    {
+        const unsigned char lead = static_cast<unsigned char>(bytes[i]);
+        const std::size_t length = lead < 0x80 ? 1 : lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+        unsigned int code = length == 1 ? lead : lead & (0x3F >> (length - 1));
+        std::size_t used = 1;
+        while (used < length && i + used < bytes.size() &&
+               (static_cast<unsigned char>(bytes[i + used]) & 0xC0) == 0x80)
+            code = (code << 6) | (static_cast<unsigned char>(bytes[i + used++]) & 0x3F);
+        text += used == length && !(lead >= 0x80 && lead < 0xC2) ? ToAnsi(code) : '?';
+        i += used;
     }
     return text;
 }
@@ -60,10 +103,15 @@ bool ParseQuoted(const std::string& line, std::size_t& pos, std::string& text)
             ++pos;
             return true;
         }
-        if (ch == '\\' && pos + 1 < line.size())
-            text += line[++pos];
-        else
+        if (ch != '\\')
+        {
             text += ch;
+            continue;
+        }
+        // The registry editor's escapes; it reads any other as the character escaped.
+        if (++pos == line.size())
+            return false;
+        text += line[pos] == 'n' ? '\n' : line[pos] == 'r' ? '\r' : line[pos];
     }
     return false;
 }
@@ -184,20 +232,28 @@ std::string Escape(const std::string& text)
     std::string escaped;
     for (char ch : text)
     {
-        if (ch == '\\' || ch == '"')
-            escaped += '\\';
-        escaped += ch;
+        if (ch == '\n')
+            escaped += "\\n";
+        else if (ch == '\r')
+            escaped += "\\r";
+        else
+        {
+            if (ch == '\\' || ch == '"')
+                escaped += '\\';
+            escaped += ch;
+        }
     }
     return escaped;
 }
 
-// A text the quoted form can carry: one terminating NUL, no control characters before it.
+// A text the quoted form can carry: one terminating NUL, no control characters before it but
+// the line breaks, which are escaped.
 bool IsQuotable(const std::vector<unsigned char>& data)
 {
     if (data.empty() || data.back() != 0)
         return false;
     for (std::size_t i = 0; i + 1 < data.size(); ++i)
-        if (data[i] < 0x20 || data[i] == 0x7F)
+        if ((data[i] < 0x20 && data[i] != '\n' && data[i] != '\r') || data[i] == 0x7F)
             return false;
     return true;
 }
@@ -237,8 +293,9 @@ std::vector<unsigned char> CRegFile::Widen(const std::vector<unsigned char>& nar
     wide.reserve(narrow.size() * 2);
     for (unsigned char ch : narrow)
     {
-        wide.push_back(ch);
-        wide.push_back(0);
+        const unsigned int code = FromAnsi(ch);
+        wide.push_back(static_cast<unsigned char>(code));
+        wide.push_back(static_cast<unsigned char>(code >> 8));
     }
     return wide;
 }
@@ -248,7 +305,7 @@ std::vector<unsigned char> CRegFile::Narrow(const std::vector<unsigned char>& wi
     std::vector<unsigned char> narrow;
     narrow.reserve(wide.size() / 2);
     for (std::size_t i = 0; i + 1 < wide.size(); i += 2)
-        narrow.push_back(wide[i + 1] == 0 ? wide[i] : '?');
+        narrow.push_back(static_cast<unsigned char>(ToAnsi(wide[i] | (wide[i + 1] << 8))));
     return narrow;
 }
 
@@ -259,7 +316,7 @@ bool CRegFile::Parse(const std::string& bytes, std::vector<SRegSection>& section
         static_cast<unsigned char>(bytes[1]) == 0xFE)
         text = DecodeUtf16(bytes);
     else if (bytes.compare(0, 3, "\xEF\xBB\xBF") == 0)
-        text = bytes.substr(3);
+        text = DecodeUtf8(bytes.substr(3));
     else
         text = bytes;
 
@@ -330,40 +387,43 @@ std::string CRegFile::Write(const std::vector<SRegSection>& sections)
             out += '-';
         out += section.m_sKey + "]\n";
         for (const SRegValue& value : section.m_oValues)
-        {
-            const std::string name =
-                value.m_sName.empty() ? "@" : "\"" + Escape(value.m_sName) + "\"";
-            out += name + "=";
-            if (value.m_bDelete)
-                out += "-";
-            else if (value.m_dwType == REG_SZ && IsQuotable(value.m_oData))
-                out += "\"" + Escape(std::string(value.m_oData.begin(), value.m_oData.end() - 1)) +
-                       "\"";
-            else if (value.m_dwType == REG_DWORD && value.m_oData.size() == 4)
-            {
-                char digits[16];
-                std::snprintf(
-                    digits, sizeof digits, "dword:%08x",
-                    static_cast<unsigned int>(value.m_oData[0] | (value.m_oData[1] << 8) |
-                                              (value.m_oData[2] << 16) |
-                                              (static_cast<unsigned int>(value.m_oData[3]) << 24)));
-                out += digits;
-            }
-            else
-            {
-                char prefix[24];
-                if (value.m_dwType == REG_BINARY)
-                    std::snprintf(prefix, sizeof prefix, "hex:");
-                else
-                    std::snprintf(prefix, sizeof prefix,
-                                  "hex(%x):", static_cast<unsigned int>(value.m_dwType));
-                out += prefix;
-                WriteHex(out, name.size() + 1 + std::string(prefix).size(),
-                         IsStringType(value.m_dwType) ? Widen(value.m_oData) : value.m_oData);
-            }
-            out += "\n";
-        }
+            out += WriteValue(value);
     }
+    // The editor ends its files with an empty line.
+    return out + "\n";
+}
+
+std::string CRegFile::WriteValue(const SRegValue& value)
+{
+    std::string out;
+    const std::string name = value.m_sName.empty() ? "@" : "\"" + Escape(value.m_sName) + "\"";
+    out += name + "=";
+    if (value.m_bDelete)
+        out += "-";
+    else if (value.m_dwType == REG_SZ && IsQuotable(value.m_oData))
+        out += "\"" + Escape(std::string(value.m_oData.begin(), value.m_oData.end() - 1)) + "\"";
+    else if (value.m_dwType == REG_DWORD && value.m_oData.size() == 4)
+    {
+        char digits[16];
+        std::snprintf(digits, sizeof digits, "dword:%08x",
+                      static_cast<unsigned int>(
+                          value.m_oData[0] | (value.m_oData[1] << 8) | (value.m_oData[2] << 16) |
+                          (static_cast<unsigned int>(value.m_oData[3]) << 24)));
+        out += digits;
+    }
+    else
+    {
+        char prefix[24];
+        if (value.m_dwType == REG_BINARY)
+            std::snprintf(prefix, sizeof prefix, "hex:");
+        else
+            std::snprintf(prefix, sizeof prefix,
+                          "hex(%x):", static_cast<unsigned int>(value.m_dwType));
+        out += prefix;
+        WriteHex(out, name.size() + 1 + std::string(prefix).size(),
+                 IsStringType(value.m_dwType) ? Widen(value.m_oData) : value.m_oData);
+    }
+    out += "\n";
     return out;
 }
 
@@ -377,8 +437,9 @@ std::string CRegFile::ToUtf16(const std::string& text)
             wide += '\r';
             wide += '\0';
         }
-        wide += ch;
-        wide += '\0';
+        const unsigned int code = FromAnsi(static_cast<unsigned char>(ch));
+        wide += static_cast<char>(code & 0xFF);
+        wide += static_cast<char>(code >> 8);
     }
     return wide;
 }

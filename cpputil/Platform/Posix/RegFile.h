@@ -35,14 +35,17 @@ struct SRegSection
 class CPPUTIL_API CRegFile
 {
 public:
-    // Reads 8-bit text (ANSI or UTF-8 with or without its mark) or UTF-16LE with its byte order
-    // mark. False, with nothing read, unless the text starts with a version 5 or version 4
-    // header. Lines that are not well formed are skipped, so a damaged file still yields the
-    // values it holds intact.
+    // Reads 8-bit text (in the ANSI code page, Windows-1252, or UTF-8 with its mark) or UTF-16LE
+    // with its byte order mark; characters the code page lacks become '?'. Quoted texts take the
+    // registry editor's escapes \\, \", \n and \r; any other gives the character escaped. False,
+    // with nothing read, unless the text starts with a version 5 or version 4 header. Lines that
+    // are not well formed are skipped, so a damaged file still yields the values it holds intact.
     static bool Parse(const std::string& bytes, std::vector<SRegSection>& sections);
 
     // 8-bit text with LF line ends, the file registry's own form.
     static std::string Write(const std::vector<SRegSection>& sections);
+    // The line (or, for long data, lines) of one value in that form, with its line end.
+    static std::string WriteValue(const SRegValue& value);
 
     // The same text as the registry editor writes it: UTF-16LE with its mark and CR LF line ends.
     static std::string ToUtf16(const std::string& text);
@@ -50,7 +53,8 @@ public:
     // Whether a value name can be written to a line of its own: line breaks cannot.
     static bool IsWritableName(const std::string& name);
 
-    // Text types' data between the narrow form and UTF-16LE; characters beyond 8 bits become '?'.
+    // Text types' data between the narrow form (Windows-1252) and UTF-16LE; characters the code
+    // page lacks become '?'.
     static std::vector<unsigned char> Widen(const std::vector<unsigned char>& narrow);
     static std::vector<unsigned char> Narrow(const std::vector<unsigned char>& wide);
 };

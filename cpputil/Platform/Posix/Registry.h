@@ -65,6 +65,9 @@ CPPUTIL_API LSTATUS RegQueryValueExA(HKEY key, LPCSTR valueName, LPDWORD reserve
 CPPUTIL_API LSTATUS RegSetValueExA(HKEY key, LPCSTR valueName, DWORD reserved, DWORD type,
                                    const BYTE* data, DWORD size);
 CPPUTIL_API LSTATUS RegDeleteValueA(HKEY key, LPCSTR valueName);
+// A write is seen by every process once its call returns and survives the crash of the process
+// that made it; it survives a crash of the system once RegFlushKey on its key has returned.
+CPPUTIL_API LSTATUS RegFlushKey(HKEY key);
 // Sub-keys in the order of their names, letter case ignored.
 CPPUTIL_API LSTATUS RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD nameLength,
                                   LPDWORD reserved, LPSTR keyClass, LPDWORD classLength,

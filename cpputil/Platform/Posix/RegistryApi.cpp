@@ -120,6 +120,7 @@ DWORD ChangeMode(const std::string& folder, DWORD mode, bool inherit)
     // The key's own files follow its folder, without the search bits.
     const mode_t fileMode = mode & 0666;
     ::chmod((folder + "/.values.reg").c_str(), fileMode);
+    ::chmod((folder + "/.values.journal").c_str(), fileMode);
     ::chmod((folder + "/.lock").c_str(), fileMode);
     if (inherit)
     {
@@ -174,17 +175,16 @@ LSTATUS RegQueryValueExA(HKEY key, LPCSTR valueName, LPDWORD, LPDWORD type, LPBY
         return ERROR_ACCESS_DENIED;
     if (data && !size)
         return ERROR_INVALID_PARAMETER;
-    std::vector<SRegValue> values = CFileRegistry::ReadValues(folder);
-    const SRegValue* value = CFileRegistry::FindValue(values, valueName ? valueName : "");
-    if (!value)
+    SRegValue value;
+    if (!CFileRegistry::QueryValue(folder, valueName ? valueName : "", value))
         return ERROR_FILE_NOT_FOUND;
     if (type)
-        *type = value->m_dwType;
-    const DWORD needed = static_cast<DWORD>(value->m_oData.size());
+        *type = value.m_dwType;
+    const DWORD needed = static_cast<DWORD>(value.m_oData.size());
     if (data && *size < needed)
         status = ERROR_MORE_DATA;
     else if (data && needed != 0)
-        std::memcpy(data, value->m_oData.data(), needed);
+        std::memcpy(data, value.m_oData.data(), needed);
     if (size)
         *size = needed;
     return status;
@@ -199,20 +199,9 @@ LSTATUS RegSetValueExA(HKEY key, LPCSTR valueName, DWORD, DWORD type, const BYTE
     const std::string name = valueName ? valueName : "";
     if (!CppUtil::Platform::CRegFile::IsWritableName(name) || (size && !data))
         return ERROR_INVALID_PARAMETER;
-    SRegValue value{name, type, std::vector<unsigned char>(data, data + size), false};
-    return CFileRegistry::UpdateValues(key->m_sFolder, key->m_sName,
-                                       [&value](std::vector<SRegValue>& values)
-                                       {
-                                           if (SRegValue* existing =
-                                                   CFileRegistry::FindValue(values, value.m_sName))
-                                           {
-                                               existing->m_dwType = value.m_dwType;
-                                               existing->m_oData = value.m_oData;
-                                           }
-                                           else
-                                               values.push_back(value);
-                                           return true;
-                                       });
+    return CFileRegistry::WriteValue(
+        key->m_sFolder, key->m_sName,
+        SRegValue{name, type, std::vector<unsigned char>(data, data + size), false});
 }
 
 LSTATUS RegDeleteValueA(HKEY key, LPCSTR valueName)
@@ -221,24 +210,18 @@ LSTATUS RegDeleteValueA(HKEY key, LPCSTR valueName)
         return ERROR_INVALID_HANDLE;
     if (!(key->m_dwAccess & KEY_SET_VALUE))
         return ERROR_ACCESS_DENIED;
-    const std::string name = valueName ? valueName : "";
-    bool found = false;
-    const LSTATUS status =
-        CFileRegistry::UpdateValues(key->m_sFolder, key->m_sName,
-                                    [&](std::vector<SRegValue>& values)
-                                    {
-                                        for (auto it = values.begin(); it != values.end(); ++it)
-                                        {
-                                            if (CFileRegistry::SameName(it->m_sName, name))
-                                            {
-                                                values.erase(it);
-                                                found = true;
-                                                return true;
-                                            }
-                                        }
-                                        return false;
-                                    });
-    return status != ERROR_SUCCESS ? status : (found ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND);
+    return CFileRegistry::WriteValue(key->m_sFolder, key->m_sName,
+                                     SRegValue{valueName ? valueName : "", REG_NONE, {}, true});
+}
+
+LSTATUS RegFlushKey(HKEY key)
+{
+    if (!key)
+        return ERROR_INVALID_HANDLE;
+    // The hives themselves hold no values.
+    if (IsPredefined(key))
+        return ERROR_SUCCESS;
+    return CFileRegistry::Flush(key->m_sFolder, key->m_sName);
 }
 
 LSTATUS RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD nameLength, LPDWORD, LPSTR,
