@@ -58,8 +58,9 @@ CMessageManager& CMessageManager::operator=(const CMessageManager& other)
     if (this != &other)
     {
         m_poOutput = other.m_poOutput.load();
-        std::atomic_store(&m_poLoggingEventHandler,
-                          std::atomic_load(&other.m_poLoggingEventHandler));
+        // A handler of our own, as a copy has: the other manager may die first.
+        const TLoggingEventHandler* handler = other.m_poLoggingEventHandler.load();
+        SetLoggingEventHandler(handler ? *handler : TLoggingEventHandler());
         m_bTraceLogging = other.m_bTraceLogging.load();
         m_bPrintLogging = other.m_bPrintLogging.load();
     }

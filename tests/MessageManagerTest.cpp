@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <future>
 #include <gtest/gtest.h>
+#include <memory>
 #include <thread>
 
 using namespace CppUtil::Text;
@@ -194,4 +195,34 @@ TEST_F(MessageManagerTest, WritingWhileManagersComeAndGoIsRaceFree)
     churn.join();
     // The steady manager sees every line; the transient ones add whatever they caught.
     EXPECT_GE(received.load(), 4000);
+}
+
+TEST_F(MessageManagerTest, AssignedManagerKeepsItsOwnHandlerAfterTheSourceDies)
+{
+    // The token counts the copies of the handler that are still alive.
+    auto token = std::make_shared<int>(0);
+    CLogRecorder recorder;
+    const CMessageManager::TLoggingEventHandler record = recorder.Handler();
+    auto* target = new CMessageManager;
+    COutput out(target);
+    {
+        CMessageManager source;
+        source.SetLoggingEventHandler(
+            [token, record](const char* text, bool html, const char* second,
+                            ELogEntryDestination destination)
+            { record(text, html, second, destination); });
+        source.SetTraceLogging(true);
+        *target = source;
+        const CMessageManager& same = *target;
+        *target = same;
+    }
+    EXPECT_EQ(2, token.use_count());
+    out.TraceF("after the source died");
+    ASSERT_EQ(1u, recorder.Lines().size());
+    EXPECT_EQ("after the source died", recorder.Lines()[0].m_sText);
+
+    // Assigning a manager without a handler takes the handler away.
+    *target = CMessageManager();
+    out.LogF("nowhere", 0u);
+    EXPECT_EQ(1u, recorder.Lines().size());
 }
