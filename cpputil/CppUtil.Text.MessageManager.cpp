@@ -57,7 +57,6 @@ CMessageManager& CMessageManager::operator=(const CMessageManager& other)
 {
     if (this != &other)
     {
-        m_poOutput = other.m_poOutput.load();
         // A handler of our own, as a copy has: the other manager may die first.
         const TLoggingEventHandler* handler = other.m_poLoggingEventHandler.load();
         SetLoggingEventHandler(handler ? *handler : TLoggingEventHandler());
@@ -117,6 +116,17 @@ void CMessageManager::ForEachManager(const boost::function<void(CMessageManager&
         --manager->m_uBroadcastUsers;
         ++next;
         registry.m_oReleased.notify_all();
+    }
+}
+
+void CMessageManager::ForgetOutput(const COutput& output)
+{
+    SRegistry& registry = Registry();
+    std::lock_guard<std::mutex> lock(registry.m_oMutex);
+    for (CMessageManager* manager : registry.m_oManagers)
+    {
+        COutput* expected = const_cast<COutput*>(&output);
+        manager->m_poOutput.compare_exchange_strong(expected, nullptr);
     }
 }
 

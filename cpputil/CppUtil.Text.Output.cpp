@@ -79,15 +79,14 @@ COutput& COutput::operator=(const COutput& other)
 
 COutput::~COutput()
 {
-    LeaveMessageManager();
+    CMessageManager::ForgetOutput(*this);
     if (m_poOutputWndThrottler)
         m_poOutputWndThrottler->Detach(*this);
 }
 
 void COutput::LeaveMessageManager()
 {
-    // A manager that outlives this output's link to it (shared with a copy) must not print
-    // through it.
+    // The manager, still shared with a copy, must not print through an output that has left it.
     if (m_poMessageManager)
     {
         COutput* expected = this;
