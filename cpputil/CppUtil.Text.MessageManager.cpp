@@ -57,9 +57,9 @@ CMessageManager& CMessageManager::operator=(const CMessageManager& other)
 {
     if (this != &other)
     {
-        m_poOutput = other.m_poOutput.load();
-        std::atomic_store(&m_poLoggingEventHandler,
-                          std::atomic_load(&other.m_poLoggingEventHandler));
+        // A handler of our own, as a copy has: the other manager may die first.
+        const TLoggingEventHandler* handler = other.m_poLoggingEventHandler.load();
+        SetLoggingEventHandler(handler ? *handler : TLoggingEventHandler());
         m_bTraceLogging = other.m_bTraceLogging.load();
         m_bPrintLogging = other.m_bPrintLogging.load();
     }
@@ -116,6 +116,17 @@ void CMessageManager::ForEachManager(const boost::function<void(CMessageManager&
         --manager->m_uBroadcastUsers;
         ++next;
         registry.m_oReleased.notify_all();
+    }
+}
+
+void CMessageManager::ForgetOutput(const COutput& output)
+{
+    SRegistry& registry = Registry();
+    std::lock_guard<std::mutex> lock(registry.m_oMutex);
+    for (CMessageManager* manager : registry.m_oManagers)
+    {
+        COutput* expected = const_cast<COutput*>(&output);
+        manager->m_poOutput.compare_exchange_strong(expected, nullptr);
     }
 }
 

@@ -40,6 +40,7 @@ public:
     /// A copy takes the original's output, handler and switches and joins the set of live
     /// managers as a manager of its own.
     CMessageManager(const CMessageManager& other);
+    /// Takes the other manager's handler and switches; the output stays this manager's own.
     CMessageManager& operator=(const CMessageManager& other);
     ~CMessageManager();
 
@@ -70,6 +71,8 @@ private:
     /// action runs on it: its destructor waits until no writer uses it. The set's lock is not held
     /// while the action runs, so a handler may itself log or create managers.
     static void ForEachManager(const boost::function<void(CMessageManager&)>& action);
+    /// Unlinks every live manager from an output that is going away, copies of its manager too.
+    static void ForgetOutput(const COutput& output);
 
     void WriteMessageToLogHelper(const CString& text, bool html, const CString& secondText,
                                  unsigned int messageId, ELogEntryDestination destination);

@@ -167,14 +167,14 @@ int CMsgBoxF::DisplayMessageBox()
 {
     Gui::CCheckableMessageBox box(m_bSelectableShowOnlyOnce);
     COutput& output = *m_poOutput;
-    // Nobody may be there to press OK: the box is logged instead and answers 0.
+    // Nobody may be there to press OK: the box is logged instead and answers 0. That answer is
+    // remembered like a pressed button, so that a box meant to be shown once is logged once.
+    int answer = 0;
     if (!output.DialogsEnabled() && (m_uType & k_uButtonMask) == 0)
-    {
         output.LogF("%s", CString()) % GetString(false);
-        return 0;
-    }
-    const int answer =
-        box.MessageBoxA(GetString(false), GetTitle(), m_uType | k_uSetForeground, m_uExtra);
+    else
+        answer =
+            box.MessageBoxA(GetString(false), GetTitle(), m_uType | k_uSetForeground, m_uExtra);
     const bool cancelled = answer == k_iCancel || answer == k_iAbort;
     // Overwrites what ShowOnlyOnce set: only the user's tick makes a box show only once.
     m_bShowOnlyOnce = m_bSelectableShowOnlyOnce && box.IsChecked() && !cancelled;

@@ -4,7 +4,9 @@
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.OutputWndThrottler.h"
 
+#include <algorithm>
 #include <mutex>
+#include <vector>
 
 namespace CppUtil
 {
@@ -51,33 +53,83 @@ COutput::COutput(const COutput& other)
       m_oRegisteredMessages(other.m_oRegisteredMessages),
       m_bDialogsEnabled(other.m_bDialogsEnabled), m_poPublishedThrottler(nullptr)
 {
-    std::lock_guard<std::mutex> lock(ThrottlerMutex());
-    m_poOutputWndThrottler = other.m_poOutputWndThrottler;
-    m_poPublishedThrottler.store(m_poOutputWndThrottler.get(), std::memory_order_release);
+    ShareThrottlerOf(other);
+}
+
+COutput::COutput(const COutput& other, SWithoutThrottler)
+    : m_poMessageManager(other.m_poMessageManager),
+      m_oActiveOutputGetter(other.m_oActiveOutputGetter),
+      m_bDialogsEnabled(other.m_bDialogsEnabled), m_poPublishedThrottler(nullptr)
+{
 }
 
 COutput& COutput::operator=(const COutput& other)
 {
     if (this == &other)
         return *this;
+    if (m_poMessageManager != other.m_poMessageManager)
+        LeaveMessageManager();
     m_poMessageManager = other.m_poMessageManager;
     m_oActiveOutputGetter = other.m_oActiveOutputGetter;
     m_oRegisteredMessages = other.m_oRegisteredMessages;
     m_bDialogsEnabled = other.m_bDialogsEnabled;
-    std::lock_guard<std::mutex> lock(ThrottlerMutex());
-    m_poOutputWndThrottler = other.m_poOutputWndThrottler;
-    m_poPublishedThrottler.store(m_poOutputWndThrottler.get(), std::memory_order_release);
+    ShareThrottlerOf(other);
     return *this;
 }
 
 COutput::~COutput()
 {
-    // A manager that outlives this output (shared with a copy) must not print through it.
+    CMessageManager::ForgetOutput(*this);
+    if (m_poOutputWndThrottler)
+        m_poOutputWndThrottler->Detach(*this);
+}
+
+void COutput::LeaveMessageManager()
+{
+    // The manager, still shared with a copy, must not print through an output that has left it.
     if (m_poMessageManager)
     {
         COutput* expected = this;
         m_poMessageManager->m_poOutput.compare_exchange_strong(expected, nullptr);
     }
+}
+
+void COutput::ShareThrottlerOf(const COutput& other)
+{
+    std::shared_ptr<COutputWndThrottler> poShared;
+    std::shared_ptr<COutputWndThrottler> poPrevious;
+    {
+        std::lock_guard<std::mutex> lock(ThrottlerMutex());
+        if (m_poOutputWndThrottler == other.m_poOutputWndThrottler)
+            return;
+        poShared = other.m_poOutputWndThrottler;
+        poPrevious = std::move(m_poOutputWndThrottler);
+        m_poOutputWndThrottler = poShared;
+        m_poPublishedThrottler.store(poShared.get(), std::memory_order_release);
+    }
+    // Outside the lock: a batch being written holds the throttler's own lock and its writer may
+    // copy outputs; and the last release of a throttler waits for the user-interface thread.
+    if (poShared)
+        poShared->Attach(*this);
+    if (poPrevious)
+        poPrevious->Detach(*this);
+}
+
+CMessageManager* COutput::ActiveMessageManager()
+{
+    COutput* output = this;
+    // Outputs already asked: a getter that leads back to one of them would forward for ever.
+    std::vector<const COutput*> oAsked;
+    while (!output->m_poMessageManager)
+    {
+        if (!output->m_oActiveOutputGetter)
+            return nullptr;
+        oAsked.push_back(output);
+        output = &output->m_oActiveOutputGetter();
+        if (std::find(oAsked.begin(), oAsked.end(), output) != oAsked.end())
+            return nullptr;
+    }
+    return output->m_poMessageManager.get();
 }
 
 CMessageManager& COutput::MessageManager()

@@ -22,6 +22,7 @@ namespace Text
 {
 
 class COutputWndThrottler;
+struct SThrottlerReportOutput;
 
 class CPPUTIL_API COutput
 {
@@ -123,8 +124,22 @@ public:
     void Write(const CTextOutputBase<Tag>& text);
 
 private:
+    friend struct SThrottlerReportOutput;
+    struct SWithoutThrottler
+    {
+    };
+    /// A copy that shares the manager and the getter but takes no part in the throttler.
+    COutput(const COutput& other, SWithoutThrottler);
+
     /// Made on first use; copies made after that share it.
     COutputWndThrottler& OutputWndThrottler();
+    /// Shares other's throttler (none, if other has none) in place of this output's.
+    void ShareThrottlerOf(const COutput& other);
+    /// The manager of this output or, following the getters, of the active output; null when the
+    /// text goes to every live manager.
+    CMessageManager* ActiveMessageManager();
+    /// Tells the manager that this output no longer prints for it.
+    void LeaveMessageManager();
 
     std::shared_ptr<CMessageManager> m_poMessageManager;
     TActiveOutputGetter m_oActiveOutputGetter;
@@ -143,20 +158,10 @@ CPPUTIL_API COutput& DefaultOutput();
 template <class Tag>
 void COutput::Write(const CTextOutputBase<Tag>& text)
 {
-    if (m_poMessageManager)
+    if (CMessageManager* manager = ActiveMessageManager())
     {
-        m_poMessageManager->WriteMessage(text);
+        manager->WriteMessage(text);
         return;
-    }
-    if (m_oActiveOutputGetter)
-    {
-        COutput& active = m_oActiveOutputGetter();
-        // An output that names itself as the active one would forward for ever.
-        if (&active != this)
-        {
-            active.Write(text);
-            return;
-        }
     }
     CMessageManager::ForEachManager([&text](CMessageManager& manager)
                                     { manager.WriteMessage(text); });

@@ -6,6 +6,7 @@
 #include "Platform/CSingleLock.h"
 #include "TimerWindow.h"
 
+#include <algorithm>
 #include <boost/bind/bind.hpp>
 #include <mutex>
 
@@ -28,15 +29,16 @@ const std::size_t k_uBufferAlwaysKept = 64 * 1024;
 // because a writer may release the last copy of its output and so close the gate it holds.
 struct COutputWndThrottler::SBatchGate
 {
-    explicit SBatchGate(COutput& output) : m_poOutput(&output) {}
+    explicit SBatchGate(COutput& output) : m_oOutputs(1, &output) {}
 
     std::recursive_mutex m_oMutex;
-    COutput* m_poOutput;
+    /// The outputs sharing the throttler, in the order they joined; empty once it is gone.
+    std::vector<COutput*> m_oOutputs;
 };
 
 COutputWndThrottler::COutputWndThrottler(COutput& output)
-    : CDaemonThread(output), m_oOutput(output), m_bStopped(false),
-      m_poGate(std::make_shared<SBatchGate>(m_oOutput))
+    : SThrottlerReportOutput(output), CDaemonThread(m_oReportOutput), m_bStopped(false),
+      m_poGate(std::make_shared<SBatchGate>(output))
 {
     SetThreadName("OutputWndThrottler");
     Start();
@@ -63,7 +65,7 @@ COutputWndThrottler::~COutputWndThrottler()
     }
     {
         std::lock_guard<std::recursive_mutex> lock(m_poGate->m_oMutex);
-        m_poGate->m_poOutput = nullptr;
+        m_poGate->m_oOutputs.clear();
     }
     // Nothing here may throw: a failure the thread tunnelled has nobody left to tell.
     try
@@ -90,6 +92,19 @@ COutputWndThrottler::~COutputWndThrottler()
         }
     }
     m_poTimer.reset();
+}
+
+void COutputWndThrottler::Attach(COutput& output)
+{
+    std::lock_guard<std::recursive_mutex> lock(m_poGate->m_oMutex);
+    m_poGate->m_oOutputs.push_back(&output);
+}
+
+void COutputWndThrottler::Detach(COutput& output)
+{
+    std::lock_guard<std::recursive_mutex> lock(m_poGate->m_oMutex);
+    std::vector<COutput*>& outputs = m_poGate->m_oOutputs;
+    outputs.erase(std::remove(outputs.begin(), outputs.end(), &output), outputs.end());
 }
 
 void COutputWndThrottler::Add(const CString& text, unsigned int flags)
@@ -166,10 +181,11 @@ void COutputWndThrottler::WriteBatch(SBatchGate& gate, const SEntries& batch)
     std::size_t begin = 0;
     for (const auto& entry : batch.m_oLines)
     {
-        if (!gate.m_poOutput || !writer)
+        // Looked up for every line: a writer may let go of the output it was handed.
+        if (gate.m_oOutputs.empty() || !writer)
             return;
         line.SetString(batch.m_sText.data() + begin, static_cast<int>(entry.first - begin));
-        writer(*gate.m_poOutput, line, entry.second);
+        writer(*gate.m_oOutputs.front(), line, entry.second);
         begin = entry.first;
     }
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "CppUtil.Api.h"
+#include "CppUtil.Text.Output.h"
 #include "DaemonThread.h"
 #include "Platform/CCriticalSection.h"
 #include "Platform/CString.h"
@@ -24,12 +25,23 @@ class CTimerWindow;
 namespace Text
 {
 
-class COutput;
+/// The output the throttler's thread reports through. A base rather than a member, so that it is
+/// made before the thread and outlives it; an output of the throttler's own, since the outputs that
+/// share the throttler may all be gone before it stops.
+struct CPPUTIL_API SThrottlerReportOutput
+{
+    explicit SThrottlerReportOutput(const COutput& output)
+        : m_oReportOutput(output, COutput::SWithoutThrottler())
+    {
+    }
+
+    COutput m_oReportOutput;
+};
 
 /// Collects text and hands it to the user-interface thread at most once a period, in the order it
 /// was added, so that producers never wait for that thread and the window is repainted in batches
 /// rather than once a line. Made by COutput on first use and shared by its copies.
-class CPPUTIL_API COutputWndThrottler : public Thread::CDaemonThread
+class CPPUTIL_API COutputWndThrottler : private SThrottlerReportOutput, public Thread::CDaemonThread
 {
 public:
     static constexpr int k_iPeriod = 50;
@@ -64,11 +76,17 @@ private:
         std::vector<std::pair<std::size_t, unsigned int>> m_oLines;
     };
     struct SBatchGate;
+    friend class COutput;
+
+    /// The writer is handed the first output still sharing the throttler: the one that made it
+    /// while it lives, then the oldest copy. COutput calls these when it takes part in a throttler
+    /// and when it leaves it; Detach waits for a batch being written.
+    void Attach(COutput& output);
+    void Detach(COutput& output);
 
     void OnTick();
     static void WriteBatch(SBatchGate& gate, const SEntries& batch);
 
-    COutput& m_oOutput;
     SEntries m_oPending;
     CCriticalSection m_oLock;
     bool m_bStopped;

@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <future>
 #include <gtest/gtest.h>
+#include <memory>
 #include <thread>
 
 using namespace CppUtil::Text;
@@ -194,4 +195,50 @@ TEST_F(MessageManagerTest, WritingWhileManagersComeAndGoIsRaceFree)
     churn.join();
     // The steady manager sees every line; the transient ones add whatever they caught.
     EXPECT_GE(received.load(), 4000);
+}
+
+TEST_F(MessageManagerTest, AssignedOrCopiedManagerOutlivesWhatItWasCopiedFrom)
+{
+    CUiThreadStandIn ui;
+    // The token counts the copies of the handler that are still alive.
+    auto token = std::make_shared<int>(0);
+    CLogRecorder recorder;
+    const CMessageManager::TLoggingEventHandler record = recorder.Handler();
+    auto* target = new CMessageManager;
+    COutput out(target);
+    {
+        COutput source(new CMessageManager);
+        source.MessageManager().SetLoggingEventHandler(
+            [token, record](const char* text, bool html, const char* second,
+                            ELogEntryDestination destination)
+            { record(text, html, second, destination); });
+        source.MessageManager().SetTraceLogging(true);
+        *target = source.MessageManager();
+        const CMessageManager& same = *target;
+        *target = same;
+    }
+    EXPECT_EQ(2, token.use_count());
+    out.TraceF("after the source died");
+    ASSERT_EQ(1u, recorder.Lines().size());
+    EXPECT_EQ("after the source died", recorder.Lines()[0].m_sText);
+
+    // A copy made from the manager of an output that then dies prints nowhere, rather than through
+    // the dead output; the assigned manager still prints through its own.
+    auto* original = new COutput(new CMessageManager);
+    CMessageManager copy(original->MessageManager());
+    delete original;
+    COutput(nullptr).PrintF("to all", CString());
+    EXPECT_TRUE(ui.PumpUntil([this] { return m_oRecorder.WindowLines().size() >= 2; }));
+    std::vector<const COutput*> printedThrough;
+    for (const SWindowLine& line : m_oRecorder.WindowLines())
+        printedThrough.push_back(line.m_poOutput);
+    std::sort(printedThrough.begin(), printedThrough.end());
+    std::vector<const COutput*> expected{&m_oOut, &out};
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(expected, printedThrough);
+
+    // Assigning a manager without a handler takes the handler away.
+    *target = CMessageManager();
+    out.LogF("nowhere", 0u);
+    EXPECT_EQ(2u, recorder.Lines().size());
 }

@@ -171,6 +171,25 @@ TEST_F(MsgBoxFTest, SuppressSimilarAnswersEveryBoxOfTheFormat)
                       .Show());
 }
 
+TEST_F(MsgBoxFTest, BoxLoggedWhileDialogsAreOffIsRememberedAllTheSame)
+{
+    m_oOut.DialogsEnabled(false);
+    auto warn = [this](int head, int selection)
+    {
+        CMsgBoxF box = m_oOut.MsgBoxF("Head %d is cold.", MB_OK, 0);
+        box % CMsgBoxF::SuppressSimiliar % CMsgBoxF::ShowOnShow % head;
+        box.SetRegisteredSelection(selection);
+        return box.Show();
+    };
+    EXPECT_EQ(0, warn(1, 42));
+    // Logged in place of the box, then as every box is.
+    EXPECT_EQ(2u, m_oRecorder.Lines().size());
+    EXPECT_EQ(42, warn(2, 7));
+    ASSERT_EQ(3u, m_oRecorder.Lines().size());
+    EXPECT_EQ("Head 2 is cold.", m_oRecorder.Lines()[2].m_sText);
+    EXPECT_TRUE(m_oUser.m_oShown.empty());
+}
+
 TEST(HtmlDlgTest, PlainTextOfAPage)
 {
     using CppUtil::Gui::CHtmlDlg;

@@ -252,3 +252,37 @@ TEST_F(OutputTest, OutputWithoutManagerForwardsAndCopiesShareTheManager)
     ASSERT_EQ(2u, recorder.Lines().size());
     EXPECT_EQ("after", recorder.Lines()[1].m_sText);
 }
+
+TEST_F(OutputTest, GetterCycleFallsBackToEveryManagerAndAssignmentLeavesTheOldManager)
+{
+    // Two outputs that name each other as the active one.
+    COutput first(nullptr);
+    COutput second(nullptr);
+    first.SetActiveOutputGetter([&second]() -> COutput& { return second; });
+    second.SetActiveOutputGetter([&first]() -> COutput& { return first; });
+    first.LogF("round %d", CString()) % 1;
+    second.LogF("round %d", CString()) % 2;
+    ASSERT_EQ(2u, m_oRecorder.Lines().size());
+    EXPECT_EQ("round 2", m_oRecorder.Lines()[1].m_sText);
+
+    // A manager shared with a copy prints through the output it was made for, until that output
+    // is given another manager.
+    CUiThreadStandIn ui;
+    auto* original = new COutput(new CMessageManager);
+    COutput copy(*original);
+    *original = m_oOut;
+    copy.PrintF("after assignment", CString());
+    // Ten periods of the throttler: long enough for a line to reach the window.
+    CppUtil::Thread::PumpMessages(500);
+    delete original;
+    copy.PrintF("after destruction", CString());
+    m_oOut.AddText("marker");
+    EXPECT_TRUE(ui.PumpUntil(
+        [this]
+        {
+            return !m_oRecorder.WindowLines().empty() &&
+                   m_oRecorder.WindowLines().back().m_sText == "marker";
+        }));
+    for (const SWindowLine& line : m_oRecorder.WindowLines())
+        EXPECT_EQ(&m_oOut, line.m_poOutput) << line.m_sText;
+}

@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -26,6 +28,9 @@ struct SWritten
     std::string m_sText;
     unsigned int m_uFlags;
     bool m_bOnUiThread;
+    // The output the writer was handed, and what it read from it.
+    const COutput* m_poOutput = nullptr;
+    bool m_bDialogsEnabled = true;
 };
 
 // The test's thread is the user-interface thread. Behind the first line of each batch the writer
@@ -36,19 +41,20 @@ class OutputWndThrottlerTest : public ::testing::Test
 protected:
     OutputWndThrottlerTest() : m_oUiThread(std::this_thread::get_id())
     {
-        COutput::SetWriteOutputWndDelegate([this](COutput&, const CString& text, unsigned int flags)
-                                           { Write(text.Str(), flags); });
+        COutput::SetWriteOutputWndDelegate(
+            [this](COutput& output, const CString& text, unsigned int flags)
+            { Write(text.Str(), flags, output); });
     }
     ~OutputWndThrottlerTest() override
     {
         COutput::SetWriteOutputWndDelegate(COutput::TWriteOutputWndDelegate());
     }
 
-    void Write(const std::string& text, unsigned int flags)
+    void Write(const std::string& text, unsigned int flags, const COutput& output)
     {
         const bool onUiThread = std::this_thread::get_id() == m_oUiThread;
         std::lock_guard<std::mutex> lock(m_oMutex);
-        m_oWritten.push_back({text, flags, onUiThread});
+        m_oWritten.push_back({text, flags, onUiThread, &output, output.DialogsEnabled()});
         ++m_uLines;
         if (!m_bBatchOpen)
         {
@@ -188,4 +194,45 @@ TEST_F(OutputWndThrottlerTest, ManyThreadsLoseNothingAndKeepTheirOrder)
     EXPECT_EQ(0u, misplaced);
     for (int thread = 0; thread < k_iThreads; ++thread)
         EXPECT_EQ(k_iLinesPerThread, next[thread]) << "thread " << thread;
+}
+
+TEST_F(OutputWndThrottlerTest, WriterIsHandedAnOutputThatStillSharesTheThrottler)
+{
+    auto maker = std::make_unique<COutput>(nullptr);
+    const COutput* const makerAddress = maker.get();
+    maker->AddText("maker");
+    COutput assigned(nullptr);
+    assigned.AddText("own");
+    PumpUntilWritten(2);
+    auto copy = std::make_unique<COutput>(*maker);
+    const COutput* const copyAddress = copy.get();
+    copy->DialogsEnabled(false);
+    // Assignment trades the output's own throttler for the shared one.
+    assigned = *copy;
+    maker.reset();
+    assigned.AddText("maker gone");
+    PumpUntilWritten(3);
+    copy.reset();
+    assigned.AddText("copy gone");
+    const std::vector<SWritten> written = PumpUntilWritten(4);
+
+    std::vector<std::pair<std::string, const COutput*>> handed;
+    for (const SWritten& line : written)
+        if (line.m_sText != k_szBatchEnd)
+            handed.emplace_back(line.m_sText, line.m_poOutput);
+    const std::vector<std::pair<std::string, const COutput*>> expected = {
+        {"maker", makerAddress},
+        {"own", &assigned},
+        {"maker gone", copyAddress},
+        {"copy gone", &assigned}};
+    EXPECT_EQ(expected.size(), handed.size());
+    for (const auto& line : expected)
+        EXPECT_NE(handed.end(), std::find(handed.begin(), handed.end(), line)) << line.first;
+    for (const SWritten& line : written)
+    {
+        if (line.m_sText == "maker gone")
+        {
+            EXPECT_FALSE(line.m_bDialogsEnabled);
+        }
+    }
 }
