@@ -54,7 +54,7 @@ private:
 
     bool m_bIgnoreInserts;
     bool m_bArgumentArray;
-    bool m_bJoinLines;
+    unsigned int m_uWidth; // FORMAT_MESSAGE_MAX_WIDTH_MASK bits
     va_list* m_poArguments;
     std::vector<std::uint64_t> m_oValues; // the va_list's arguments, fetched in order
 };
