@@ -1,5 +1,6 @@
 // Win32's FormatMessage rules for one message text on POSIX systems: inserts (%1 to %99 with an
-// optional !printf format!), the escapes %0 %% %n %r %t %space %. %! and the line breaks.
+// optional !printf format!), the escapes %0 %% %n %r %t %space %. %!, the line breaks and the
+// line width.
 #pragma once
 
 #include "WinTypes.h"

@@ -1,8 +1,8 @@
 // The free-form forms of the OLE parser in US English: numeric dates month first ("4/8/2019") or
 // year first ("2019-04-08"), dates with month names ("April 8, 2019", "8 Apr 2019"), an optional
-// week day name, and times "12:34", "12:34:56" with an optional AM or PM, before or after the
-// date. A date alone is midnight; a time alone is on 1899-12-30, day 0 of OLE dates. Where the
-// readings of three numbers are tried in turn, the order is the system parser's.
+// week day name, and times "12:34", "12:34:56" (or "12.34.56") with an optional AM or PM, before
+// or after the date. A date alone is midnight; a time alone is on 1899-12-30, day 0 of OLE
+// dates. Where the readings of three numbers are tried in turn, the order is the system parser's.
 #include "../OleDateParser.h"
 
 #include "../CivilTime.h"
