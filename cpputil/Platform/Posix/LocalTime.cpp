@@ -45,25 +45,26 @@ bool LocalFieldsToTime(const std::tm& fields, int nDST, __int64& time)
         return true;
     }
 
-    // The zone's distance from UTC a day before and a day after the fields; mktime's own choice
-    // in between depends on what it converted last. Where the fields occur twice (daylight
-    // saving ends) the earlier moment is taken, and where they are skipped (it starts) they
-    // are read with the distance that follows, as Windows reads both.
+    // The fields are read with the zone's distance from UTC a day before them, when that gives
+    // a moment that has it, else with the distance a day after; mktime's own choice depends on
+    // what it converted last. So where the fields occur twice (daylight saving ends) the earlier
+    // moment is taken, and where they are skipped (it starts) the clock counts as gone forward,
+    // as Windows reads both.
     const __int64 civil =
         SecondsFromCivil(fields.tm_year + 1900LL, fields.tm_mon + 1LL, fields.tm_mday,
                          fields.tm_hour, fields.tm_min, fields.tm_sec);
     long before = 0;
-    long after = 0;
-    if (!OffsetAt(static_cast<time_t>(civil - 86400), before) ||
-        !OffsetAt(static_cast<time_t>(civil + 86400), after))
-        return false;
     long actual = 0;
-    const __int64 early = civil - before;
-    if (OffsetAt(static_cast<time_t>(early), actual) && actual == before)
+    if (!OffsetAt(static_cast<time_t>(civil - 86400), before))
+        return false;
+    if (OffsetAt(static_cast<time_t>(civil - before), actual) && actual == before)
     {
-        time = early;
+        time = civil - before;
         return true;
     }
+    long after = 0;
+    if (!OffsetAt(static_cast<time_t>(civil + 86400), after))
+        return false;
     time = civil - after;
     return true;
 }
