@@ -20,6 +20,25 @@ bool OffsetAt(time_t moment, long& offset)
     return true;
 }
 
+// The zone's distance from UTC at the start of the day before a local day, as last looked up on
+// this thread: conversions in a run mostly fall on few days.
+struct SDayOffset
+{
+    __int64 m_iDay;
+    long m_lOffset;
+};
+thread_local SDayOffset s_oDayBefore = {-1, 0};
+
+// Whether the fields read with a distance from UTC give a moment that has that distance.
+bool ReadWith(__int64 civil, long offset, __int64& time)
+{
+    long actual = 0;
+    if (!OffsetAt(static_cast<time_t>(civil - offset), actual) || actual != offset)
+        return false;
+    time = civil - offset;
+    return true;
+}
+
 // Windows converts local time only within SYSTEMTIME's years, 1601 to 30827.
 bool IsSystemTimeYear(int tmYear)
 {
@@ -45,25 +64,25 @@ bool LocalFieldsToTime(const std::tm& fields, int nDST, __int64& time)
         return true;
     }
 
-    // The fields are read with the zone's distance from UTC a day before them, when that gives
-    // a moment that has it, else with the distance a day after; mktime's own choice depends on
-    // what it converted last. So where the fields occur twice (daylight saving ends) the earlier
-    // moment is taken, and where they are skipped (it starts) the clock counts as gone forward,
-    // as Windows reads both.
+    // The fields are read with the zone's distance from UTC the day before them, when that gives
+    // a moment that has it, else with the distance two days after; mktime's own choice depends
+    // on what it converted last. So where the fields occur twice (daylight saving ends) the
+    // earlier moment is taken, and where they are skipped (it starts) the clock counts as gone
+    // forward, as Windows reads both. A distance remembered from an earlier call is only tried.
     const __int64 civil =
         SecondsFromCivil(fields.tm_year + 1900LL, fields.tm_mon + 1LL, fields.tm_mday,
                          fields.tm_hour, fields.tm_min, fields.tm_sec);
-    long before = 0;
-    long actual = 0;
-    if (!OffsetAt(static_cast<time_t>(civil - 86400), before))
-        return false;
-    if (OffsetAt(static_cast<time_t>(civil - before), actual) && actual == before)
-    {
-        time = civil - before;
+    const __int64 day = DaysFromCivil(fields.tm_year + 1900LL, fields.tm_mon + 1LL, fields.tm_mday);
+    if (s_oDayBefore.m_iDay == day && ReadWith(civil, s_oDayBefore.m_lOffset, time))
         return true;
-    }
+    long before = 0;
+    if (!OffsetAt(static_cast<time_t>((day - 1) * 86400), before))
+        return false;
+    s_oDayBefore = {day, before};
+    if (ReadWith(civil, before, time))
+        return true;
     long after = 0;
-    if (!OffsetAt(static_cast<time_t>(civil + 86400), after))
+    if (!OffsetAt(static_cast<time_t>((day + 2) * 86400), after))
         return false;
     time = civil - after;
     return true;
