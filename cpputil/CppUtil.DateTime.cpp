@@ -209,7 +209,9 @@ bool CDateTime::Set(const CString& text, bool utc)
     // The clock fields are not range-checked, CTime carries them over, but they must fit the int
     // it takes: a larger number would wrap round to a time centuries before the text's.
     const spirit::uint_parser<int> clockField;
-    // The zone is four digits, hhmm.
+    // The zone is four digits, hhmm. A zone west of UTC with a half hour prints its minutes with
+    // their own sign (St John's: "-03-30"); that text is refused here rather than guessed at, so
+    // that Set reads exactly the one form and hosts keep comparing stamps as they were printed.
     const spirit::uint_parser<unsigned int, 10, 2, 2> twoDigits;
     const char* const begin = text.GetString();
     const bool parsed = spirit::parse(begin, begin + text.GetLength(),
@@ -249,11 +251,15 @@ bool CDateTime::SetLegacy(const CString& text)
 {
     COleDateTime parsed;
     // US English, whatever the user's locale.
-    const bool result = parsed.ParseDateTime(text, 0, 0x409);
     SYSTEMTIME fields;
-    if (result && parsed.GetAsSystemTime(fields))
-        m_oTime = ATL::CTime(fields, -1);
-    return result;
+    if (!parsed.ParseDateTime(text, 0, 0x409) || !parsed.GetAsSystemTime(fields))
+        return false;
+    const ATL::CTime time(fields, -1);
+    // A time the zone cannot convert comes back as -1, also a moment of its own (1969-12-31).
+    if (time.GetTime() == -1 && time.GetYear() != fields.wYear)
+        return false;
+    m_oTime = time;
+    return true;
 }
 
 } // namespace CppUtil

@@ -329,12 +329,82 @@ TEST_F(DateTimeTest, SetLegacyReadsFreeFormUsEnglish)
         EXPECT_EQ(FromLocal(*m_poZone, c.second), value.GetTime().GetTime()) << c.first;
     }
 
+    // Where the free-form parsers of the two backends once parted; the answers are the Win32
+    // parser's. A point separates time fields, "-" joins fields with nothing around it, a name
+    // between two short numbers follows the year, two numbers that are no month and day are a
+    // year and a month, and the date stands on one side of the time.
+    const std::pair<const char*, std::int64_t> aligned[] = {
+        {"3/4/2021 5.06 PM", Utc(2021, 3, 4, 17, 6)},
+        {"3/4/2021 5::06 PM", Utc(2021, 3, 4, 17, 6)},
+        {"1.2.3 4 5 6", Utc(2006, 4, 5, 1, 2, 3)},
+        {"1 2 3 4.5", Utc(2003, 1, 2, 4, 5)},
+        {"19-Jan-21", Utc(2019, 1, 21)},
+        {"21-Mar-04 5:06 PM", Utc(2021, 3, 4, 17, 6)},
+        {"31-Dec-99", Utc(1999, 12, 31)},
+        {"30 2", Utc(2030, 2, 1)},
+        {"2 30", Utc(2030, 2, 1)},
+        {"6/31/12", Utc(2006, 12, 31)},
+        {",3/4/2021", Utc(2021, 3, 4)},
+    };
+    for (const auto& c : aligned)
+    {
+        CDateTime value;
+        ASSERT_TRUE(value.SetLegacy(c.first)) << c.first;
+        EXPECT_EQ(FromLocal(*m_poZone, c.second), value.GetTime().GetTime()) << c.first;
+    }
+
     CDateTime value{ATL::CTime(Utc(2020, 1, 1))};
-    for (const char* text : {"", "hello", "2/30/2019", "4/8/2019 25:00", "4/8/2019 12:60",
-                             "4/8/2019 12:34:56 XM", "Sept 3 2019", "3.4.2019", "April 8, 2019 #"})
+    for (const char* text :
+         {"", "hello", "2/30/2019", "4/8/2019 25:00", "4/8/2019 12:60", "4/8/2019 12:34:56 XM",
+          "Sept 3 2019", "3.4.2019", "April 8, 2019 #", "-3/4/2021", "3//4/2021",
+          "3/4/2021 - 5:06 PM", "3/4/2021-", "3/4/2021,", "3/4/2021 5:-06", "1 2 am 3",
+          "Thu Mar  4 17:06:07 2021", "5:06 a m",
+          // The smallest OLE date parses, but CTime cannot hold it: no value to take.
+          "1 1 100"})
     {
         EXPECT_FALSE(value.SetLegacy(text)) << text;
         EXPECT_EQ(Utc(2020, 1, 1), value.GetTime().GetTime()) << text;
+    }
+}
+
+TEST(OleDateTimeTest, RangeBoundsAreInclusive)
+{
+    SYSTEMTIME fields;
+    COleDateTime first;
+    ASSERT_TRUE(first.ParseDateTime("1 1 100", 0, 0x409));
+    ASSERT_TRUE(first.GetAsSystemTime(fields));
+    EXPECT_EQ(100, fields.wYear);
+    EXPECT_EQ(1, fields.wMonth);
+    EXPECT_EQ(1, fields.wDay);
+    EXPECT_TRUE(COleDateTime(2958465.0).GetAsSystemTime(fields));
+    EXPECT_EQ(9999, fields.wYear);
+    EXPECT_FALSE(COleDateTime(-657435.0).GetAsSystemTime(fields));
+    EXPECT_FALSE(COleDateTime(2958466.0).GetAsSystemTime(fields));
+}
+
+// The hour that repeats when daylight saving ends is read as its first pass, the hour skipped
+// when it starts as if the clock had already gone forward; whatever was converted before.
+TEST_F(DateTimeTest, AmbiguousAndSkippedLocalTimesAreReadOneWay)
+{
+    if (!m_poZone->m_cRules)
+        GTEST_SKIP() << "the zone keeps no daylight saving";
+    const bool europe = m_poZone->m_cRules == 'E';
+    const int year = 2019;
+    const int endDay = europe ? Sunday(year, 10, 0) : Sunday(year, 11, 1);
+    const int startDay = europe ? Sunday(year, 3, 0) : Sunday(year, 3, 2);
+    const int endMonth = europe ? 10 : 11;
+    const int repeatedHour = europe ? 2 : 1;
+    const std::int64_t summer = (m_poZone->m_iStandardMinutes + 60) * 60;
+    const std::int64_t first = Utc(year, endMonth, endDay, repeatedHour, 30) - summer;
+    const std::int64_t skipped = Utc(year, 3, startDay, 2, 30) - summer;
+    for (int round = 0; round < 2; ++round)
+    {
+        // Conversions on either side of the change before each one.
+        ATL::CTime(year, round ? 1 : 7, 15, 12, 0, 0);
+        EXPECT_EQ(first, ATL::CTime(year, endMonth, endDay, repeatedHour, 30, 0).GetTime());
+        ATL::CTime(year, round ? 7 : 1, 15, 12, 0, 0);
+        EXPECT_EQ(first, ATL::CTime(year, endMonth, endDay, repeatedHour, 30, 0).GetTime());
+        EXPECT_EQ(skipped, ATL::CTime(year, 3, startDay, 2, 30, 0).GetTime());
     }
 }
 

@@ -5,9 +5,11 @@
 #include <cpputil/Platform/CString.h>
 #include <cpputil/Platform/WinTypes.h>
 
+#include <cctype>
 #include <cstdarg>
 #include <gtest/gtest.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -209,4 +211,44 @@ TEST(MessageTableTest, SystemTextsOfTheErrorsTheTablesReport)
     EXPECT_GT(notFound.size(), 2u);
     EXPECT_EQ("\r\n", notFound.substr(notFound.size() - 2));
     EXPECT_NE(std::string::npos, notFound.find("odule"));
+}
+
+TEST(MessageTableTest, SystemTextsMeanTheirOwnCodeAndUnknownCodesFail)
+{
+    // Each system words the texts its own way; the meaning is what must not change.
+    const std::pair<DWORD, const char*> known[] = {
+        {3, "path"},       {112, "disk"}, {183, "exist"},    {995, "abort"},  {1223, "cancel"},
+        {1460, "timeout"}, {5, "access"}, {87, "parameter"}, {10054, "conn"}, {11001, "host"},
+    };
+    for (const auto& code : known)
+    {
+        std::string text = Load(k_dwSystem, nullptr, code.first);
+        for (char& ch : text)
+            ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+        EXPECT_NE(std::string::npos, text.find(code.second)) << code.first << ": " << text;
+    }
+    for (DWORD unknown : {40000u, 15999u, 0x7FFFFFFFu})
+    {
+        EXPECT_EQ("", Load(k_dwSystem, nullptr, unknown)) << unknown;
+        EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError()) << unknown;
+    }
+}
+
+TEST(MessageTableTest, LineWidthWrapsBeforeTheLastBlankAndNeverInsideAnInsert)
+{
+    const DWORD_PTR inserts[] = {reinterpret_cast<DWORD_PTR>("alpha beta  gamma"), 42};
+    const char* text = "The quick brown fox jumps over the lazy dog and keeps running far beyond "
+                       "the fence.";
+    EXPECT_EQ("The quick\r\nbrown fox\r\njumps over\r\nthe lazy\r\ndog and\r\nkeeps\r\n"
+              "running\r\nfar beyond\r\nthe fence.",
+              Load(FORMAT_MESSAGE_FROM_STRING | 11, text, 0));
+    // A full line without a blank is broken where it stands, and ends in a line break.
+    EXPECT_EQ("The\r\nquick\r\n\r\nbrown\r\n fox\r\njumps\r\n\r\nover\r\nthe\r\nlazy\r\ndog"
+              "\r\nand\r\nkeeps\r\n\r\nrunni\r\nng\r\nfar\r\nbeyon\r\nd\r\nthe\r\nfence\r\n.",
+              Load(FORMAT_MESSAGE_FROM_STRING | 5, text, 0));
+    EXPECT_EQ("Insert\r\nalpha beta  gamma\r\nand 42\r\nthen",
+              Load(FORMAT_MESSAGE_FROM_STRING | 10, "Insert %1 and %2!d! then", 0, 0, inserts));
+    // The text's own line breaks are blanks; %n stays a break.
+    EXPECT_EQ("Line one\r\nLine two\r\nis short%\r\nx",
+              Load(FORMAT_MESSAGE_FROM_STRING | 10, "Line one\r\nLine two\nis short%%%nx", 0));
 }

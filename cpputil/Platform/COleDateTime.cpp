@@ -8,7 +8,7 @@
 namespace
 {
 
-// The range of an OLE date: 100-01-01 to 9999-12-31.
+// The range of an OLE date: 100-01-01 00:00:00 up to, not including, 10000-01-01.
 const DATE k_dMinDate = -657434.0;
 const DATE k_dMaxDate = 2958466.0;
 
@@ -30,7 +30,7 @@ bool COleDateTime::ParseDateTime(LPCSTR lpszDate, DWORD dwFlags, LCID lcid)
 
 bool COleDateTime::GetAsSystemTime(SYSTEMTIME& sysTime) const
 {
-    if (m_status != valid || !(m_dt > k_dMinDate && m_dt < k_dMaxDate))
+    if (m_status != valid || !(m_dt >= k_dMinDate && m_dt < k_dMaxDate))
         return false;
     // Before 1899-12-30 the whole part counts days back but the fraction still counts forward.
     const double day = std::trunc(m_dt);

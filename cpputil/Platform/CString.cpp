@@ -2,10 +2,55 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <ostream>
 
 namespace
 {
+
+#ifndef _WIN32
+// Windows code writes integer sizes as I64, I32 and I (pointer-sized); the C library here reads
+// I as a flag and 64 as a field width. Rewritten to ll, nothing and z; NULL when the format has
+// none, which is nearly always.
+const char* WithStandardSizes(const char* fmt, std::string& rewritten)
+{
+    if (!std::strchr(fmt, 'I'))
+        return nullptr;
+    bool changed = false;
+    for (const char* p = fmt; *p;)
+    {
+        rewritten += *p;
+        if (*p++ != '%')
+            continue;
+        if (*p == '%')
+        {
+            rewritten += *p++;
+            continue;
+        }
+        const char* spec = p;
+        while (*p && std::strchr("-+ #0123456789.*", *p))
+            ++p;
+        rewritten.append(spec, p);
+        if (*p != 'I')
+            continue;
+        const char* sizes[] = {"I64", "I32", "I"};
+        const char* replacements[] = {"ll", "", "z"};
+        for (int i = 0; i < 3; ++i)
+        {
+            const size_t length = std::strlen(sizes[i]);
+            if (std::strncmp(p, sizes[i], length) == 0 && p[length] &&
+                std::strchr("diouxX", p[length]))
+            {
+                rewritten += replacements[i];
+                p += length;
+                changed = true;
+                break;
+            }
+        }
+    }
+    return changed ? rewritten.c_str() : nullptr;
+}
+#endif
 
 // Result goes into a fresh string so arguments pointing into the target string stay valid
 // while formatting.
@@ -13,6 +58,11 @@ std::string FormatToString(const char* fmt, va_list args)
 {
     if (!fmt)
         return {};
+#ifndef _WIN32
+    std::string rewritten;
+    if (const char* standard = WithStandardSizes(fmt, rewritten))
+        fmt = standard;
+#endif
 
     // Most results fit on the stack, which saves the second formatting pass.
     char stackBuf[256];

@@ -2,8 +2,6 @@
 
 #include "../CivilTime.h"
 
-#include <atomic>
-
 namespace CppUtil
 {
 namespace Platform
@@ -12,53 +10,90 @@ namespace Platform
 namespace
 {
 
-// The distance from UTC (seconds east) of the last conversion: nearly every conversion in a run
-// falls in the same stretch of one daylight-saving state.
-std::atomic<long> s_lLastOffset(0);
-
-bool SameFields(const std::tm& a, const std::tm& b)
+// Seconds east of UTC at a moment; false where the C library cannot break it down.
+bool OffsetAt(time_t moment, long& offset)
 {
-    return a.tm_sec == b.tm_sec && a.tm_min == b.tm_min && a.tm_hour == b.tm_hour &&
-           a.tm_mday == b.tm_mday && a.tm_mon == b.tm_mon && a.tm_year == b.tm_year;
+    std::tm fields;
+    if (!::localtime_r(&moment, &fields))
+        return false;
+    offset = fields.tm_gmtoff;
+    return true;
+}
+
+// The zone's distance from UTC at the start of the day before a local day, as last looked up on
+// this thread: conversions in a run mostly fall on few days.
+struct SDayOffset
+{
+    __int64 m_iDay;
+    long m_lOffset;
+};
+thread_local SDayOffset s_oDayBefore = {-1, 0};
+
+// Whether the fields read with a distance from UTC give a moment that has that distance.
+bool ReadWith(__int64 civil, long offset, __int64& time)
+{
+    long actual = 0;
+    if (!OffsetAt(static_cast<time_t>(civil - offset), actual) || actual != offset)
+        return false;
+    time = civil - offset;
+    return true;
+}
+
+// Windows converts local time only within SYSTEMTIME's years, 1601 to 30827.
+bool IsSystemTimeYear(int tmYear)
+{
+    return tmYear >= 1601 - 1900 && tmYear <= 30827 - 1900;
 }
 
 } // namespace
 
 bool LocalFieldsToTime(const std::tm& fields, int nDST, __int64& time)
 {
-    // One localtime_r confirms a guess from the last distance, for a fraction of mktime's work.
-    // Where the fields occur twice, at the end of daylight saving, either moment is taken, as
-    // mktime itself takes either depending on what it converted before.
-    if (nDST < 0)
+    if (!IsSystemTimeYear(fields.tm_year))
+        return false;
+    if (nDST >= 0)
     {
-        const time_t guess = static_cast<time_t>(
-            SecondsFromCivil(fields.tm_year + 1900LL, fields.tm_mon + 1LL, fields.tm_mday,
-                             fields.tm_hour, fields.tm_min, fields.tm_sec) -
-            s_lLastOffset.load(std::memory_order_relaxed));
-        std::tm check;
-        if (::localtime_r(&guess, &check) && SameFields(check, fields))
-        {
-            time = guess;
-            return true;
-        }
+        std::tm local = fields;
+        local.tm_isdst = nDST > 0 ? 1 : 0;
+        // -1 is also a valid moment (1969-12-31 23:59:59 UTC); only a success sets the week day.
+        local.tm_wday = -1;
+        const time_t result = ::mktime(&local);
+        if (result == static_cast<time_t>(-1) && local.tm_wday < 0)
+            return false;
+        time = result;
+        return true;
     }
 
-    std::tm local = fields;
-    local.tm_isdst = nDST < 0 ? -1 : (nDST > 0 ? 1 : 0);
-    // -1 is also a valid moment (1969-12-31 23:59:59 UTC); only a success sets the week day.
-    local.tm_wday = -1;
-    const time_t result = ::mktime(&local);
-    if (result == static_cast<time_t>(-1) && local.tm_wday < 0)
+    // The fields are read with the zone's distance from UTC the day before them, when that gives
+    // a moment that has it, else with the distance two days after; mktime's own choice depends
+    // on what it converted last. So where the fields occur twice (daylight saving ends) the
+    // earlier moment is taken, and where they are skipped (it starts) the clock counts as gone
+    // forward, as Windows reads both. A distance remembered from an earlier call is only tried.
+    const __int64 civil =
+        SecondsFromCivil(fields.tm_year + 1900LL, fields.tm_mon + 1LL, fields.tm_mday,
+                         fields.tm_hour, fields.tm_min, fields.tm_sec);
+    const __int64 day = DaysFromCivil(fields.tm_year + 1900LL, fields.tm_mon + 1LL, fields.tm_mday);
+    if (s_oDayBefore.m_iDay == day && ReadWith(civil, s_oDayBefore.m_lOffset, time))
+        return true;
+    long before = 0;
+    if (!OffsetAt(static_cast<time_t>((day - 1) * 86400), before))
         return false;
-    s_lLastOffset.store(local.tm_gmtoff, std::memory_order_relaxed);
-    time = result;
+    s_oDayBefore = {day, before};
+    if (ReadWith(civil, before, time))
+        return true;
+    long after = 0;
+    if (!OffsetAt(static_cast<time_t>((day + 2) * 86400), after))
+        return false;
+    time = civil - after;
     return true;
 }
 
 bool TimeToLocalFields(__int64 time, std::tm& fields)
 {
+    std::tm utc;
+    CivilFromSeconds(time, utc);
     const time_t value = static_cast<time_t>(time);
-    return ::localtime_r(&value, &fields) != nullptr;
+    return IsSystemTimeYear(utc.tm_year) && ::localtime_r(&value, &fields) != nullptr;
 }
 
 } // namespace Platform

@@ -18,48 +18,177 @@ struct SSystemMessage
     const char* m_szText;
 };
 
-// Windows' own texts for the Win32 codes the layer sets. They win over errno values that happen
-// to share a number, since the layer's callers expect Windows' meaning for them.
+// Windows' own texts, in US English, for the Win32 codes a caller can meet here: those the layer
+// and the file registry set, Winsock's (sockets report them in place of errno values), and the
+// common file, registry, window and wait failures a host passes on. Any other code has no text,
+// as on Windows, where FormatMessageA fails for it.
 const SSystemMessage k_aoSystemMessages[] = {
-    {ERROR_SUCCESS, "The operation completed successfully."},
-    {ERROR_FILE_NOT_FOUND, "The system cannot find the file specified."},
-    {ERROR_ACCESS_DENIED, "Access is denied."},
-    {ERROR_INVALID_HANDLE, "The handle is invalid."},
-    {ERROR_INVALID_DATA, "The data is invalid."},
-    {ERROR_NOT_ENOUGH_MEMORY, "Not enough memory resources are available to process this command."},
-    {ERROR_NOT_SUPPORTED, "The request is not supported."},
-    {ERROR_INVALID_PARAMETER, "The parameter is incorrect."},
-    {ERROR_INSUFFICIENT_BUFFER, "The data area passed to a system call is too small."},
-    {ERROR_MOD_NOT_FOUND, "The specified module could not be found."},
-    {ERROR_MORE_DATA, "More data is available."},
-    {ERROR_NO_MORE_ITEMS, "No more data is available."},
-    {ERROR_NO_WORK_DONE, "The action requested resulted in no work being done. Error-specific "
-                         "cleanup has been performed."},
-    {ERROR_MR_MID_NOT_FOUND, "The system cannot find message text for message number 0x%1 in the "
-                             "message file for %2."},
-    {ERROR_INVALID_WINDOW_HANDLE, "Invalid window handle."},
-    {ERROR_CANNOT_FIND_WND_CLASS, "Cannot find window class."},
-    {ERROR_CLASS_ALREADY_EXISTS, "Class already exists."},
-    {ERROR_CLASS_DOES_NOT_EXIST, "Class does not exist."},
-    {ERROR_INVALID_INDEX, "Invalid index."},
-    {ERROR_INVALID_THREAD_ID, "Invalid thread identifier."},
-    {ERROR_RESOURCE_DATA_NOT_FOUND, "The specified image file did not contain a resource section."},
-    {ERROR_RESOURCE_TYPE_NOT_FOUND,
-     "The specified resource type cannot be found in the image file."},
-    {ERROR_RESOURCE_LANG_NOT_FOUND,
-     "The specified resource language ID cannot be found in the image file."},
+    {0, "The operation completed successfully."},
+    {1, "Incorrect function."},
+    {2, "The system cannot find the file specified."},
+    {3, "The system cannot find the path specified."},
+    {4, "The system cannot open the file."},
+    {5, "Access is denied."},
+    {6, "The handle is invalid."},
+    {7, "The storage control blocks were destroyed."},
+    {8, "Not enough memory resources are available to process this command."},
+    {9, "The storage control block address is invalid."},
+    {10, "The environment is incorrect."},
+    {11, "An attempt was made to load a program with an incorrect format."},
+    {12, "The access code is invalid."},
+    {13, "The data is invalid."},
+    {14, "Not enough memory resources are available to complete this operation."},
+    {15, "The system cannot find the drive specified."},
+    {16, "The directory cannot be removed."},
+    {17, "The system cannot move the file to a different disk drive."},
+    {18, "There are no more files."},
+    {19, "The media is write protected."},
+    {20, "The system cannot find the device specified."},
+    {21, "The device is not ready."},
+    {22, "The device does not recognize the command."},
+    {23, "Data error (cyclic redundancy check)."},
+    {24, "The program issued a command but the command length is incorrect."},
+    {25, "The drive cannot locate a specific area or track on the disk."},
+    {26, "The specified disk or diskette cannot be accessed."},
+    {27, "The drive cannot find the sector requested."},
+    {28, "The printer is out of paper."},
+    {29, "The system cannot write to the specified device."},
+    {30, "The system cannot read from the specified device."},
+    {31, "A device attached to the system is not functioning."},
+    {32, "The process cannot access the file because it is being used by another process."},
+    {33, "The process cannot access the file because another process has locked a portion of the "
+         "file."},
+    {34, "The wrong diskette is in the drive. Insert %2 (Volume Serial Number: %3) into drive %1."},
+    {36, "Too many files opened for sharing."},
+    {38, "Reached the end of the file."},
+    {39, "The disk is full."},
+    {50, "The request is not supported."},
+    {52, "You were not connected because a duplicate name exists on the network."},
+    {53, "The network path was not found."},
+    {64, "The specified network name is no longer available."},
+    {67, "The network name cannot be found."},
+    {80, "The file exists."},
+    {82, "The directory or file cannot be created."},
+    {87, "The parameter is incorrect."},
+    {109, "The pipe has been ended."},
+    {110, "The system cannot open the device or file specified."},
+    {111, "The file name is too long."},
+    {112, "There is not enough space on the disk."},
+    {120, "This function is not supported on this system."},
+    {122, "The data area passed to a system call is too small."},
+    {123, "The filename, directory name, or volume label syntax is incorrect."},
+    {126, "The specified module could not be found."},
+    {127, "The specified procedure could not be found."},
+    {145, "The directory is not empty."},
+    {161, "The specified path is invalid."},
+    {170, "The requested resource is in use."},
+    {183, "Cannot create a file when that file already exists."},
+    {206, "The filename or extension is too long."},
+    {232, "The pipe is being closed."},
+    {233, "No process is on the other end of the pipe."},
+    {234, "More data is available."},
+    {235, "The action requested resulted in no work being done. Error-specific cleanup has been "
+          "performed."},
+    {259, "No more data is available."},
+    {267, "The directory name is invalid."},
+    {299, "Only part of a ReadProcessMemory or WriteProcessMemory request was completed."},
+    {317,
+     "The system cannot find message text for message number 0x%1 in the message file for %2."},
+    {487, "Attempt to access invalid address."},
+    {534, "Arithmetic result exceeded 32 bits."},
+    {995, "The I/O operation has been aborted because of either a thread exit or an application "
+          "request."},
+    {996, "Overlapped I/O event is not in a signaled state."},
+    {997, "Overlapped I/O operation is in progress."},
+    {998, "Invalid access to memory location."},
+    {1004, "Invalid flags."},
+    {1009, "The configuration registry database is corrupt."},
+    {1010, "The configuration registry key is invalid."},
+    {1011, "The configuration registry key could not be opened."},
+    {1012, "The configuration registry key could not be read."},
+    {1013, "The configuration registry key could not be written."},
+    {1015, "The registry is corrupted."},
+    {1018, "Illegal operation attempted on a registry key that has been marked for deletion."},
+    {1021, "Cannot create a stable subkey under a volatile parent key."},
+    {1060, "The specified service does not exist as an installed service."},
+    {1115, "A system shutdown is in progress."},
+    {1168, "Element not found."},
+    {1223, "The operation was canceled by the user."},
+    {1244, "The operation being requested was not performed because the user has not been "
+           "authenticated."},
+    {1326, "The user name or password is incorrect."},
+    {1400, "Invalid window handle."},
+    {1401, "Invalid menu handle."},
+    {1407, "Cannot find window class."},
+    {1410, "Class already exists."},
+    {1411, "Class does not exist."},
+    {1413, "Invalid index."},
+    {1444, "Invalid thread identifier."},
+    {1450, "Insufficient system resources exist to complete the requested service."},
+    {1460, "This operation returned because the timeout period expired."},
+    {1722, "The RPC server is unavailable."},
+    {1812, "The specified image file did not contain a resource section."},
+    {1813, "The specified resource type cannot be found in the image file."},
+    {1814, "The specified resource name cannot be found in the image file."},
+    {1815, "The specified resource language ID cannot be found in the image file."},
+    {10004, "A blocking operation was interrupted by a call to WSACancelBlockingCall."},
+    {10009, "The file handle supplied is not valid."},
+    {10013, "An attempt was made to access a socket in a way forbidden by its access permissions."},
+    {10014, "The system detected an invalid pointer address in attempting to use a pointer "
+            "argument in a call."},
+    {10022, "An invalid argument was supplied."},
+    {10024, "Too many open sockets."},
+    {10035, "A non-blocking socket operation could not be completed immediately."},
+    {10036, "A blocking operation is currently executing."},
+    {10037, "An operation was attempted on a non-blocking socket that already had an operation in "
+            "progress."},
+    {10038, "An operation was attempted on something that is not a socket."},
+    {10039, "A required address was omitted from an operation on a socket."},
+    {10040, "A message sent on a datagram socket was larger than the internal message buffer or "
+            "some other network limit, or the buffer used to receive a datagram into was smaller "
+            "than the datagram itself."},
+    {10041, "A protocol was specified in the socket function call that does not support the "
+            "semantics of the socket type requested."},
+    {10042, "An unknown, invalid, or unsupported option or level was specified in a getsockopt or "
+            "setsockopt call."},
+    {10043, "The requested protocol has not been configured into the system, or no implementation "
+            "for it exists."},
+    {10044, "The support for the specified socket type does not exist in this address family."},
+    {10045, "The attempted operation is not supported for the type of object referenced."},
+    {10046, "The protocol family has not been configured into the system or no implementation for "
+            "it exists."},
+    {10047, "An address incompatible with the requested protocol was used."},
+    {10048, "Only one usage of each socket address (protocol/network address/port) is normally "
+            "permitted."},
+    {10049, "The requested address is not valid in its context."},
+    {10050, "A socket operation encountered a dead network."},
+    {10051, "A socket operation was attempted to an unreachable network."},
+    {10052, "The connection has been broken due to keep-alive activity detecting a failure while "
+            "the operation was in progress."},
+    {10053, "An established connection was aborted by the software in your host machine."},
+    {10054, "An existing connection was forcibly closed by the remote host."},
+    {10055, "An operation on a socket could not be performed because the system lacked sufficient "
+            "buffer space or because a queue was full."},
+    {10056, "A connect request was made on an already connected socket."},
+    {10057, "A request to send or receive data was disallowed because the socket is not connected "
+            "and (when sending on a datagram socket using a sendto call) no address was supplied."},
+    {10058, "A request to send or receive data was disallowed because the socket had already been "
+            "shut down in that direction with a previous shutdown call."},
+    {10059, "Too many references to some kernel object."},
+    {10060, "A connection attempt failed because the connected party did not properly respond "
+            "after a period of time, or established connection failed because connected host has "
+            "failed to respond."},
+    {10061, "No connection could be made because the target machine actively refused it."},
+    {10062, "Cannot translate name."},
+    {10063, "Name component or name was too long."},
+    {10064, "A socket operation failed because the destination host was down."},
+    {10065, "A socket operation was attempted to an unreachable host."},
+    {11001, "No such host is known."},
+    {11002, "This is usually a temporary error during hostname resolution and means that the local "
+            "server did not receive a response from an authoritative server."},
+    {11003, "A non-recoverable error occurred during a database lookup."},
+    {11004, "The requested name is valid, but no data of the requested type was found."},
 };
-
-// NULL for a number that is no errno value.
-const char* ErrnoText(int code)
-{
-#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 32))
-    return strerrordesc_np(code);
-#else
-    const char* text = std::strerror(code);
-    return text && std::strncmp(text, "Unknown error", 13) != 0 ? text : nullptr;
-#endif
-}
 
 DWORD SystemText(DWORD code, DWORD languageId, std::string& text)
 {
@@ -69,19 +198,16 @@ DWORD SystemText(DWORD code, DWORD languageId, std::string& text)
         languageId != MAKELANGID(LANG_NEUTRAL, SUBLANG_SYS_DEFAULT) &&
         languageId != MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US))
         return ERROR_RESOURCE_LANG_NOT_FOUND;
-    const char* found = nullptr;
     for (const SSystemMessage& message : k_aoSystemMessages)
     {
         if (message.m_dwCode == code)
-            found = message.m_szText;
+        {
+            text = message.m_szText;
+            text += "\r\n";
+            return ERROR_SUCCESS;
+        }
     }
-    if (!found && code <= 0x7FFFFFFF)
-        found = ErrnoText(static_cast<int>(code));
-    if (!found)
-        return ERROR_MR_MID_NOT_FOUND;
-    text = found;
-    text += "\r\n";
-    return ERROR_SUCCESS;
+    return ERROR_MR_MID_NOT_FOUND;
 }
 
 DWORD Fail(DWORD error)

@@ -48,13 +48,80 @@ void AppendUtf8(std::uint32_t codePoint, std::string& out)
     out.append(bytes, static_cast<size_t>(count));
 }
 
+// The text as FormatMessageA lays it out within a line width: a line that reaches the width is
+// broken before the last blank of the message text in it (a run of blanks goes with the break),
+// or where it stands when it has none.
+// Inserts are never broken: a blank inside one is no place to break. A carriage return (%r) starts
+// the line's room afresh.
+class CLineWrapper
+{
+public:
+    CLineWrapper(unsigned int width, std::string& out) : m_uWidth(width), m_sOut(out) {}
+
+    void Text(char ch)
+    {
+        if (ch == ' ')
+            m_oBlanks.push_back(m_sLine.size());
+        m_sLine += ch;
+        Fit();
+    }
+
+    void Insert(const std::string& text)
+    {
+        m_sLine += text;
+        Fit();
+    }
+
+    void CarriageReturn() { m_sLine += '\r'; }
+
+    void HardBreak()
+    {
+        Flush();
+        m_sOut += "\r\n";
+    }
+
+    void Flush()
+    {
+        m_sOut += m_sLine;
+        m_sLine.clear();
+        m_oBlanks.clear();
+    }
+
+private:
+    void Fit()
+    {
+        const size_t lastReturn = m_sLine.rfind('\r');
+        const size_t used =
+            lastReturn == std::string::npos ? m_sLine.size() : m_sLine.size() - lastReturn - 1;
+        if (m_uWidth == 0 || used < m_uWidth)
+            return;
+        if (m_oBlanks.empty())
+        {
+            HardBreak();
+            return;
+        }
+        const size_t last = m_oBlanks.back();
+        size_t first = m_oBlanks.size() - 1;
+        while (first > 0 && m_oBlanks[first - 1] + 1 == m_oBlanks[first])
+            --first;
+        m_sOut.append(m_sLine, 0, m_oBlanks[first]);
+        m_sOut += "\r\n";
+        m_sLine.erase(0, last + 1);
+        m_oBlanks.clear();
+    }
+
+    const unsigned int m_uWidth;
+    std::string& m_sOut;
+    std::string m_sLine;
+    std::vector<size_t> m_oBlanks; // positions in the line where it may be broken
+};
+
 } // namespace
 
 CMessageFormatter::CMessageFormatter(DWORD flags, va_list* arguments)
     : m_bIgnoreInserts((flags & FORMAT_MESSAGE_IGNORE_INSERTS) != 0),
       m_bArgumentArray((flags & FORMAT_MESSAGE_ARGUMENT_ARRAY) != 0),
-      m_bJoinLines((flags & FORMAT_MESSAGE_MAX_WIDTH_MASK) == FORMAT_MESSAGE_MAX_WIDTH_MASK),
-      m_poArguments(arguments)
+      m_uWidth(flags & FORMAT_MESSAGE_MAX_WIDTH_MASK), m_poArguments(arguments)
 {
 }
 
@@ -323,19 +390,24 @@ DWORD CMessageFormatter::Format(const char* text, std::string& out)
     if (!m_bIgnoreInserts && !m_bArgumentArray && m_poArguments)
         FetchArguments(text);
 
+    // FORMAT_MESSAGE_MAX_WIDTH_MASK itself joins the lines without a width.
+    CLineWrapper lines(m_uWidth == FORMAT_MESSAGE_MAX_WIDTH_MASK ? 0 : m_uWidth, out);
     for (const char* p = text; *p;)
     {
         const char ch = *p;
         if (ch == '\r' || ch == '\n')
         {
-            // CR LF, a lone CR and a lone LF are each one line break.
+            // CR LF, a lone CR and a lone LF are each one line break; with a width they are blanks.
             p += ch == '\r' && p[1] == '\n' ? 2 : 1;
-            out += m_bJoinLines ? " " : "\r\n";
+            if (m_uWidth != 0)
+                lines.Text(' ');
+            else
+                lines.HardBreak();
             continue;
         }
         if (ch != '%')
         {
-            out += ch;
+            lines.Text(ch);
             ++p;
             continue;
         }
@@ -348,14 +420,20 @@ DWORD CMessageFormatter::Format(const char* text, std::string& out)
         {
             if (m_bIgnoreInserts)
             {
-                out += '%';
-                ++p;
+                // Kept as written, and as one piece.
+                const char* end = p + 2;
+                if (IsDigit(*end))
+                    ++end;
+                lines.Insert(std::string(p, end));
+                p = end;
                 continue;
             }
             SInsert insert;
+            std::string value;
             const char* end = ParseInsert(p + 1, insert);
-            if (!end || !AppendInsert(insert, out))
+            if (!end || !AppendInsert(insert, value))
                 return ERROR_INVALID_PARAMETER;
+            lines.Insert(value);
             p = end;
             continue;
         }
@@ -363,20 +441,25 @@ DWORD CMessageFormatter::Format(const char* text, std::string& out)
         switch (next)
         {
         case 'n': // a hard line break, kept even when the lines are joined
-            out += "\r\n";
+            lines.HardBreak();
             break;
         case 'r':
-            out += '\r';
+            lines.CarriageReturn();
             break;
-        case 't':
-            out += '\t';
+        case 't': // a tab, or a line break where lines are laid out
+            if (m_uWidth != 0)
+                lines.HardBreak();
+            else
+                lines.Insert("\t");
             break;
         default:
             if (m_bIgnoreInserts)
-                out += '%';
-            out += next;
+                lines.Insert(std::string(p - 2, p));
+            else
+                lines.Text(next);
         }
     }
+    lines.Flush();
     return ERROR_SUCCESS;
 }
 

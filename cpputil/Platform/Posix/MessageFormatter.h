@@ -1,5 +1,6 @@
 // Win32's FormatMessage rules for one message text on POSIX systems: inserts (%1 to %99 with an
-// optional !printf format!), the escapes %0 %% %n %r %t %space %. %! and the line breaks.
+// optional !printf format!), the escapes %0 %% %n %r %t %space %. %!, the line breaks and the
+// line width.
 #pragma once
 
 #include "WinTypes.h"
@@ -54,7 +55,7 @@ private:
 
     bool m_bIgnoreInserts;
     bool m_bArgumentArray;
-    bool m_bJoinLines;
+    unsigned int m_uWidth; // FORMAT_MESSAGE_MAX_WIDTH_MASK bits
     va_list* m_poArguments;
     std::vector<std::uint64_t> m_oValues; // the va_list's arguments, fetched in order
 };

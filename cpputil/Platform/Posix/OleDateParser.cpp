@@ -1,8 +1,8 @@
 // The free-form forms of the OLE parser in US English: numeric dates month first ("4/8/2019") or
 // year first ("2019-04-08"), dates with month names ("April 8, 2019", "8 Apr 2019"), an optional
-// week day name, and times "12:34", "12:34:56" with an optional AM or PM, before or after the
-// date. A date alone is midnight; a time alone is on 1899-12-30, day 0 of OLE dates. Where the
-// readings of three numbers are tried in turn, the order is the system parser's.
+// week day name, and times "12:34", "12:34:56" (or "12.34.56") with an optional AM or PM, before
+// or after the date. A date alone is midnight; a time alone is on 1899-12-30, day 0 of OLE
+// dates. Where the readings of three numbers are tried in turn, the order is the system parser's.
 #include "../OleDateParser.h"
 
 #include "../CivilTime.h"
@@ -31,8 +31,6 @@ struct SToken
     long m_lValue;
     int m_iDigits;
     std::string m_sWord;
-    // A word written straight after a number, as in "1:05PM".
-    bool m_bGlued;
 };
 
 const char* const k_aszMonths[] = {"january",   "february", "march",    "april",
@@ -67,25 +65,34 @@ bool IsDayName(const std::string& word)
     return false;
 }
 
-// 0 for a word that is neither AM nor PM, 1 for AM, 2 for PM. The one-letter forms stand apart.
+// 0 for a word that is neither AM nor PM, 1 for AM, 2 for PM. A lone "a" or "p" is neither.
 int MeridiemOf(const SToken& token)
 {
-    const std::string& word = token.m_sWord;
-    if (word == "am" || (word == "a" && !token.m_bGlued))
+    if (token.m_sWord == "am")
         return 1;
-    if (word == "pm" || (word == "p" && !token.m_bGlued))
+    if (token.m_sWord == "pm")
         return 2;
     return 0;
 }
 
+bool IsAlnum(char ch)
+{
+    return std::isalnum(static_cast<unsigned char>(ch)) != 0;
+}
+
+// Blanks separate freely. '-' joins the two fields it stands between, with nothing around it;
+// '/' and ',' stand between fields, blanks allowed, and ',' may also lead. ':' and '.' separate
+// the fields of a time, where a doubled one counts once.
 bool Tokenize(const char* text, std::vector<SToken>& tokens)
 {
+    // A '/' or ',' waiting for the field it separates from the one before.
+    bool separatorPending = false;
     for (const char* p = text; *p;)
     {
         const unsigned char c = static_cast<unsigned char>(*p);
         if (std::isdigit(c))
         {
-            SToken token = {SToken::Number, 0, 0, std::string(), false};
+            SToken token = {SToken::Number, 0, 0, std::string()};
             for (; std::isdigit(static_cast<unsigned char>(*p)); ++p)
             {
                 // Nine digits already overflow every field.
@@ -94,21 +101,38 @@ bool Tokenize(const char* text, std::vector<SToken>& tokens)
                 token.m_lValue = token.m_lValue * 10 + (*p - '0');
             }
             tokens.push_back(token);
+            separatorPending = false;
         }
         else if (std::isalpha(c))
         {
-            SToken token = {SToken::Word, 0, 0, std::string(),
-                            p != text && std::isdigit(static_cast<unsigned char>(p[-1]))};
+            SToken token = {SToken::Word, 0, 0, std::string()};
             for (; std::isalpha(static_cast<unsigned char>(*p)); ++p)
                 token.m_sWord += static_cast<char>(std::tolower(static_cast<unsigned char>(*p)));
             tokens.push_back(token);
+            separatorPending = false;
         }
-        else if (c == ':')
+        else if (c == ':' || c == '.')
         {
-            tokens.push_back({SToken::Colon, 0, 0, std::string(), false});
+            if (separatorPending)
+                return false;
+            if (tokens.empty() || tokens.back().m_eKind != SToken::Colon)
+                tokens.push_back({SToken::Colon, 0, 0, std::string()});
             ++p;
         }
-        else if (std::isspace(c) || c == ',' || c == '/' || c == '-')
+        else if (c == '-')
+        {
+            if (p == text || !IsAlnum(p[-1]) || !IsAlnum(p[1]))
+                return false;
+            ++p;
+        }
+        else if (c == '/' || c == ',')
+        {
+            if (separatorPending || (c == '/' && tokens.empty()))
+                return false;
+            separatorPending = true;
+            ++p;
+        }
+        else if (std::isspace(c))
         {
             ++p;
         }
@@ -117,7 +141,7 @@ bool Tokenize(const char* text, std::vector<SToken>& tokens)
             return false;
         }
     }
-    return true;
+    return !separatorPending;
 }
 
 bool IsLeapYear(long year)
@@ -170,12 +194,17 @@ bool MonthDay(long month, long day, long year, long date[3])
     return Accept(year, month, day, date) || Accept(year, day, month, date);
 }
 
-bool ResolveDate(const std::vector<SToken>& numbers, int month, long date[3])
+bool ResolveDate(const std::vector<SToken>& numbers, int month, bool monthBetween, long date[3])
 {
     if (month != 0)
     {
         if (numbers.size() == 2)
         {
+            // Between two short numbers the name follows the year and comes before the day
+            // ("4-Mar-21" is 2004-03-21) where that makes a date.
+            if (monthBetween && !IsYear(numbers[0]) && !IsYear(numbers[1]) &&
+                Accept(FullYear(numbers[0]), month, numbers[1].m_lValue, date))
+                return true;
             const bool yearFirst = IsYear(numbers[0]) && !IsYear(numbers[1]);
             const SToken& day = yearFirst ? numbers[1] : numbers[0];
             const SToken& year = yearFirst ? numbers[0] : numbers[1];
@@ -205,10 +234,11 @@ bool ResolveDate(const std::vector<SToken>& numbers, int month, long date[3])
             date[2] = numbers[2].m_lValue;
             return IsValidDate(date[0], date[1], date[2]);
         }
-        // Month, day, year; else year, month, day; else day, month, year.
+        // Month, day, year; else year, month, day; else day, month, year; else year, day, month.
         return Accept(FullYear(numbers[2]), numbers[0].m_lValue, numbers[1].m_lValue, date) ||
                Accept(FullYear(numbers[0]), numbers[1].m_lValue, numbers[2].m_lValue, date) ||
-               Accept(FullYear(numbers[2]), numbers[1].m_lValue, numbers[0].m_lValue, date);
+               Accept(FullYear(numbers[2]), numbers[1].m_lValue, numbers[0].m_lValue, date) ||
+               Accept(FullYear(numbers[0]), numbers[2].m_lValue, numbers[1].m_lValue, date);
     }
     if (numbers.size() == 2)
     {
@@ -221,7 +251,10 @@ bool ResolveDate(const std::vector<SToken>& numbers, int month, long date[3])
             date[2] = 1;
             return IsValidDate(date[0], date[1], date[2]);
         }
-        return MonthDay(numbers[0].m_lValue, numbers[1].m_lValue, CurrentYear(), date);
+        // Two numbers that are no month and day are a year and a month ("30 2", "2 30").
+        return MonthDay(numbers[0].m_lValue, numbers[1].m_lValue, CurrentYear(), date) ||
+               Accept(FullYear(numbers[0]), numbers[1].m_lValue, 1, date) ||
+               Accept(FullYear(numbers[1]), numbers[0].m_lValue, 1, date);
     }
     return false;
 }
@@ -235,6 +268,8 @@ bool ParseOleDate(const char* text, DWORD, LCID, DATE& result)
         return false;
 
     bool hasTime = false;
+    bool dateBeforeTime = false;
+    bool monthBetween = false;
     long time[3] = {0, 0, 0};
     int meridiem = 0;
     int month = 0;
@@ -251,6 +286,7 @@ bool ParseOleDate(const char* text, DWORD, LCID, DATE& result)
         {
             if (hasTime)
                 return false;
+            dateBeforeTime = !numbers.empty() || month != 0;
             hasTime = true;
             time[0] = token.m_lValue;
             size_t next = i + 1;
@@ -266,11 +302,17 @@ bool ParseOleDate(const char* text, DWORD, LCID, DATE& result)
         }
         else if (token.m_eKind == SToken::Number)
         {
+            // The date stands on one side of the time ("Mar 4 17:06:07 2021" is refused).
+            if (hasTime && dateBeforeTime)
+                return false;
             numbers.push_back(token);
         }
         else if (token.m_eKind == SToken::Word && MonthOf(token.m_sWord) != 0 && month == 0)
         {
+            if (hasTime && dateBeforeTime)
+                return false;
             month = MonthOf(token.m_sWord);
+            monthBetween = numbers.size() == 1;
         }
         else if (token.m_eKind != SToken::Word || !IsDayName(token.m_sWord))
         {
@@ -290,7 +332,7 @@ bool ParseOleDate(const char* text, DWORD, LCID, DATE& result)
     if (month != 0 || !numbers.empty())
     {
         long date[3];
-        if (!ResolveDate(numbers, month, date))
+        if (!ResolveDate(numbers, month, monthBetween, date))
             return false;
         days = static_cast<long>(DaysFromCivil(date[0], date[1], date[2]) -
                                  DaysFromCivil(1899, 12, 30));

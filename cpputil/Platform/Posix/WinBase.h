@@ -35,8 +35,8 @@ typedef ULONG_PTR DWORD_PTR;
 // ".exe"; an unknown one gives NULL and ERROR_MOD_NOT_FOUND.
 CPPUTIL_API HMODULE GetModuleHandleA(LPCSTR moduleName);
 
-// Win32's insert rules apply unless FORMAT_MESSAGE_IGNORE_INSERTS is given. Of the line-width
-// settings only FORMAT_MESSAGE_MAX_WIDTH_MASK is honoured; others keep the lines as they are.
+// Win32's insert rules apply unless FORMAT_MESSAGE_IGNORE_INSERTS is given, and its line layout:
+// FORMAT_MESSAGE_MAX_WIDTH_MASK joins the lines, a width of 1 to 254 wraps them.
 // Floating-point inserts are not supported, as on Windows.
 CPPUTIL_API DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD messageId, DWORD languageId,
                                  LPSTR buffer, DWORD size, va_list* arguments);

@@ -1,5 +1,6 @@
 // The Win32 error codes the library sets itself on POSIX systems, with their windows.h values.
-// FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM) knows their texts; other codes are errno values.
+// FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM) knows their texts; errno values never reach the
+// thread's last error as they are (sockets report Winsock's codes).
 #pragma once
 
 #define ERROR_ACCESS_DENIED 5L
@@ -24,3 +25,4 @@
 #define ERROR_INVALID_DATA 13L
 #define ERROR_MORE_DATA 234L
 #define ERROR_NO_MORE_ITEMS 259L
+#define ERROR_GEN_FAILURE 31L

@@ -1,0 +1,631 @@
+// Drives the platform layer's stand-ins with thousands of inputs and prints one line per input,
+// "section|input|answer", so that the two backends can be compared line by line:
+//   PlatformParity            formatting, free-form dates, message texts, system error texts and
+//                             local time in the zone TZ names
+//   PlatformParity zone       local time alone (CTest runs it once for each further zone)
+//   ... --check EXPECTED [DIFFERENCES]
+// checks the lines against PlatformParity.expected, written by the Win32 backend; on POSIX the
+// DIFFERENCES file (PlatformParity.posix) names the lines that must differ here, with a reason.
+// To write the expected file again, run the Win32 program under Wine with TZ set as CTest sets it
+// (see tests/CMakeLists.txt) and without --check, and concatenate the runs.
+#include <cpputil/CppUtil.DateTime.h>
+#include <cpputil/Platform/COleDateTime.h>
+#include <cpputil/Platform/CString.h>
+#include <cpputil/Platform/CTime.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+// Line breaks, tabs, '|' and bytes outside printable ASCII are escaped so that one input or
+// answer stays on one line.
+std::string Escape(const std::string& text)
+{
+    std::string out;
+    for (unsigned char c : text)
+    {
+        char hex[8];
+        if (c == '\r')
+            out += "\\r";
+        else if (c == '\n')
+            out += "\\n";
+        else if (c == '\t')
+            out += "\\t";
+        else if (c == '\\')
+            out += "\\\\";
+        else if (c < 0x20 || c >= 0x7F || c == '|')
+        {
+            std::snprintf(hex, sizeof hex, "\\x%02X", c);
+            out += hex;
+        }
+        else
+            out += static_cast<char>(c);
+    }
+    return out;
+}
+
+class CLines
+{
+public:
+    void Add(const std::string& section, const std::string& input, const std::string& answer)
+    {
+        // A generated input that repeats a hand-picked one is run once.
+        const std::string key = section + "|" + Escape(input);
+        if (!m_oAnswers.emplace(key, Escape(answer)).second)
+            return;
+        m_oOrder.push_back(key);
+        m_oSections.insert(section);
+    }
+
+    void Print() const
+    {
+        for (const std::string& key : m_oOrder)
+            std::printf("%s|%s\n", key.c_str(), m_oAnswers.at(key).c_str());
+    }
+
+    // The number of lines that differ from the expected file, with the listed differences applied.
+    int Check(const char* expectedPath, const char* differencesPath) const
+    {
+        std::map<std::string, std::string> expected;
+        if (!Read(expectedPath, expected, nullptr))
+            return 1;
+        std::map<std::string, std::string> reasons;
+#ifndef _WIN32
+        if (differencesPath && !Read(differencesPath, expected, &reasons))
+            return 1;
+#else
+        (void)differencesPath;
+#endif
+        int failures = 0;
+        size_t listed = 0;
+        for (const auto& reason : reasons)
+            listed += m_oSections.count(reason.first.substr(0, reason.first.find('|')));
+        for (const auto& line : expected)
+        {
+            if (!m_oSections.count(line.first.substr(0, line.first.find('|'))))
+                continue;
+            const auto found = m_oAnswers.find(line.first);
+            if (found == m_oAnswers.end())
+            {
+                std::printf("not run: %s\n", line.first.c_str());
+                ++failures;
+            }
+            else if (found->second != line.second)
+            {
+                std::printf("differs: %s\n  this backend: %s\n  expected:     %s\n",
+                            line.first.c_str(), found->second.c_str(), line.second.c_str());
+                ++failures;
+            }
+        }
+        for (const std::string& key : m_oOrder)
+        {
+            if (!expected.count(key))
+            {
+                std::printf("not expected: %s|%s\n", key.c_str(), m_oAnswers.at(key).c_str());
+                ++failures;
+            }
+        }
+        std::printf("%zu inputs, %zu listed differences, %d failures\n", m_oOrder.size(), listed,
+                    failures);
+        return failures;
+    }
+
+private:
+    // Lines "section|input|answer"; with reasons, "section|input|answer|reason" that replace the
+    // expected answer.
+    static bool Read(const char* path, std::map<std::string, std::string>& lines,
+                     std::map<std::string, std::string>* reasons)
+    {
+        std::ifstream file(path);
+        if (!file)
+        {
+            std::printf("cannot read %s\n", path);
+            return false;
+        }
+        std::string line;
+        while (std::getline(file, line))
+        {
+            if (!line.empty() && line.back() == '\r')
+                line.pop_back();
+            if (line.empty() || line[0] == '#')
+                continue;
+            const size_t first = line.find('|');
+            const size_t second = line.find('|', first + 1);
+            size_t end = reasons ? line.find('|', second + 1) : std::string::npos;
+            if (first == std::string::npos || second == std::string::npos ||
+                (reasons && end == std::string::npos))
+            {
+                std::printf("bad line in %s: %s\n", path, line.c_str());
+                return false;
+            }
+            const std::string key = line.substr(0, second);
+            lines[key] = line.substr(second + 1, end == std::string::npos ? end : end - second - 1);
+            if (reasons)
+                (*reasons)[key] = line.substr(end + 1);
+        }
+        return true;
+    }
+
+    std::map<std::string, std::string> m_oAnswers;
+    std::vector<std::string> m_oOrder;
+    std::set<std::string> m_oSections;
+};
+
+// --- CString::Format: every flag, width, precision and size prefix on the integer conversions,
+// and the floating-point, character and string conversions.
+
+CString Formatted(const char* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    CString text;
+    text.FormatV(format, args);
+    va_end(args);
+    return text;
+}
+
+void AddFormats(CLines& lines)
+{
+    const char* const flags[] = {"", "-", "+", " #", "0", "-+0"};
+    const char* const widths[] = {"", "7"};
+    const char* const precisions[] = {"", ".0", ".3"};
+    const char* const sizes[] = {"", "h", "hh", "l", "ll", "I", "I32", "I64"};
+    const std::int64_t values[] = {0,          -1,           42,     -123456789012LL,
+                                   4294967295, 2147483648LL, -32769, 0x7FFFFFFFFFFFFFFFLL,
+                                   255,        -128};
+    unsigned int next = 0;
+    for (const char* flag : flags)
+        for (const char* width : widths)
+            for (const char* precision : precisions)
+                for (const char* size : sizes)
+                    for (const char conversion : std::string("duoxX"))
+                    {
+                        const std::string format =
+                            std::string("[%") + flag + width + precision + size + conversion + "]";
+                        const std::int64_t value =
+                            values[next++ % (sizeof values / sizeof *values)];
+                        const std::string size_(size);
+                        CString text;
+                        // Each size reads its argument as Windows passes it.
+                        if (size_ == "ll" || size_ == "I64")
+                            text = Formatted(format.c_str(), static_cast<long long>(value));
+                        else if (size_ == "I")
+                            text = Formatted(format.c_str(), static_cast<std::intptr_t>(value));
+                        else if (size_ == "l")
+                            text = Formatted(format.c_str(), static_cast<long>(value));
+                        else
+                            text = Formatted(format.c_str(), static_cast<int>(value));
+                        lines.Add("format", format + " " + std::to_string(value), text.GetString());
+                    }
+
+    const double reals[] = {0.0, -1.5, 1e10, 123.456, 1e-5, 2.5, -0.0, 1e300};
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (const char* flag : flags)
+        for (const char* width : widths)
+            for (const char* precision : precisions)
+                for (const char conversion : std::string("eEfgG"))
+                {
+                    const std::string format =
+                        std::string("[%") + flag + width + precision + conversion + "]";
+                    const double value = reals[next++ % (sizeof reals / sizeof *reals)];
+                    char input[64];
+                    std::snprintf(input, sizeof input, " %.17g", value);
+                    lines.Add("format", format + input,
+                              Formatted(format.c_str(), value).GetString());
+                }
+    for (const char* format : {"[%f]", "[%e]", "[%g]", "[%10.2f]", "[%-+8G]"})
+    {
+        lines.Add("format", std::string(format) + " inf", Formatted(format, infinity).GetString());
+        lines.Add("format", std::string(format) + " -inf",
+                  Formatted(format, -infinity).GetString());
+    }
+    for (const char* format : {"[%s]", "[%10s]", "[%-10s]", "[%.2s]", "[%10.3s]", "[%s%%]"})
+        lines.Add("format", std::string(format) + " abcdef",
+                  Formatted(format, "abcdef").GetString());
+    for (const char* format : {"[%c]", "[%5c]", "[%-5c]", "[%hc]"})
+        lines.Add("format", std::string(format) + " x", Formatted(format, 'x').GetString());
+}
+
+// --- COleDateTime::ParseDateTime: the hand-picked texts, then dates in many written forms with
+// times of many forms, before and after.
+
+std::string CurrentYear()
+{
+    return ATL::CTime::GetCurrentTime().FormatGmt("%Y").GetString();
+}
+
+std::string ParsedDate(const std::string& text)
+{
+    COleDateTime value;
+    if (!value.ParseDateTime(text.c_str(), 0, 0x409))
+        return "refused";
+    SYSTEMTIME fields;
+    if (!value.GetAsSystemTime(fields))
+    {
+        char raw[64];
+        std::snprintf(raw, sizeof raw, "outside %.6f", value.m_dt);
+        return raw;
+    }
+    char answer[64];
+    std::snprintf(answer, sizeof answer, "%04d-%02d-%02d %02d:%02d:%02d", fields.wYear,
+                  fields.wMonth, fields.wDay, fields.wHour, fields.wMinute, fields.wSecond);
+    // A date without a year is in the current one, which the expected file cannot know.
+    std::string result(answer);
+    if (result.compare(0, 4, CurrentYear()) == 0)
+        result.replace(0, 4, "this");
+    return result;
+}
+
+// Texts whose answers Windows is known for, and the families where the two parsers parted.
+const char* const k_aszDateTexts[] = {
+    // Stray separators.
+    "-3/4/2021",
+    "3//4/2021",
+    "3/4/2021 - 5:06 PM",
+    "3/4/2021-",
+    "3/4/2021,",
+    "3/4/2021 ,",
+    ",3/4/2021",
+    "3/4/2021 5:06 PM -",
+    "3/4/2021 5:06:07 PM,",
+    "3-4-2021 5:06",
+    "3 / 4 / 2021",
+    "3/4/-2021",
+    "3/4/2021 5:-06",
+    // Times with points and doubled colons.
+    "5.06 PM",
+    "3/4/2021 5.06 PM",
+    "3/4/2021 5.06.07",
+    "5::06",
+    "3/4/2021 5::06 PM",
+    "0.1",
+    "2.5",
+    "1.5.2",
+    "1.2 3 4",
+    "1 2 3 4.5",
+    "1.2.3 4 5 6",
+    "12.30",
+    "12.30.45",
+    "5:06.07",
+    "5.06:07",
+    "17.06",
+    "25.06",
+    "5.60",
+    "3.4.2021",
+    // AM and PM, spelled out and placed oddly.
+    "5:06 PM",
+    "5:06 pm",
+    "5:06PM",
+    "5 PM",
+    "5PM",
+    "12 AM",
+    "12 PM",
+    "0 AM",
+    "13 PM",
+    "13:00 AM",
+    "3/4/2021 5 PM",
+    "PM 5:06",
+    "3/4/2021 PM",
+    "1 2 am 3",
+    "1 2 3 am",
+    "am 1 2 3",
+    "5:06 AMPM",
+    "5:06 A.M.",
+    "5:06 a m",
+    // Day and month orders and years.
+    "30 2",
+    "2 30",
+    "30 2 1",
+    "1 30 2",
+    "13 13",
+    "2021 3",
+    "3 2021",
+    "2021 13",
+    "31 12",
+    "12 31",
+    "4-Mar-21",
+    "4-Mar-2021",
+    "Mar-4-21",
+    "21-Mar-4",
+    "2021-Mar-4",
+    "4 Mar 21",
+    "Mar 4 21",
+    "March 4, 2021",
+    "4 March 2021",
+    "Thursday, March 4, 2021",
+    "Thu Mar  4 17:06:07 2021",
+    "Thu, 04 Mar 2021 17:06:07",
+    "Thu, 04 Mar 2021 17:06:07 GMT",
+    "2021-03-04T17:06:07",
+    "2021-03-04 17:06:07",
+    "20210304",
+    "1 1 100",
+    "12/31/9999",
+    "12/31/9999 23:59:59",
+    "1/1/10000",
+    "1/1/99",
+    "1/1/100",
+    "12/31/1899",
+    "12/30/1899",
+    "2/29/2021",
+    "2/29/2000",
+    "2/29/1900",
+    "Sept 3 2021",
+    "Sep 3 2021",
+    "Septe 3 2021",
+    "Mar. 4 2021",
+    "Ma 4 2021",
+    "M 4 2021",
+    "Marc 4 2021",
+    "4 3",
+    "4",
+    "2021",
+    "Mar",
+    "Mar 2021",
+    "2021 Mar",
+    "Mar 40",
+    "Mar 4 5 6",
+    "Thursday",
+    "Thu 3/4/2021",
+    "3/4/2021 Thu",
+    "Thu, 3/4/2021 Fri",
+    // Empty texts, blanks and characters no form uses.
+    "",
+    " ",
+    "  3/4/2021  ",
+    "\t3/4/2021",
+    "3/4/2021#",
+    "3/4/2021 5:06 #",
+    "hello",
+    "3/4/2021 z",
+    "5:06:07:08",
+    "5:",
+    ":06",
+    "24:00",
+    "23:59:60",
+    "0:00",
+    "00:00:00",
+    "123:00",
+    "1:2:3",
+    "3/4/2021 17:06 PM",
+    "3/4/2021 12:00 AM",
+    "3/4/2021 12:00 PM",
+    "3/4/2021 0:30 AM",
+};
+
+void AddDates(CLines& lines)
+{
+    for (const char* text : k_aszDateTexts)
+        lines.Add("date", text, ParsedDate(text));
+
+    struct SDate
+    {
+        int m_iYear, m_iMonth, m_iDay;
+    };
+    // Days that can and cannot be read as months, both centuries of two-digit years, and dates
+    // that do not exist.
+    const SDate dates[] = {{2021, 3, 4}, {2004, 3, 21}, {1999, 12, 31},
+                           {2030, 2, 1}, {2021, 2, 30}, {2012, 6, 31}};
+    const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const char* const fullMonths[] = {"January",   "February", "March",    "April",
+                                      "May",       "June",     "July",     "August",
+                                      "September", "October",  "November", "December"};
+    const char* const times[] = {"",         "5:06", "17:06:07", "5:06 AM",   "5:06 PM",
+                                 "12:00 PM", "5 PM", "5.06 PM",  "5:06:07 pm"};
+    for (const SDate& date : dates)
+        for (int digits : {2, 4})
+        {
+            char year[8];
+            std::snprintf(year, sizeof year, "%0*d", digits,
+                          date.m_iYear % (digits == 2 ? 100 : 10000));
+            const int m = date.m_iMonth, d = date.m_iDay;
+            const std::string month = months[m - 1], full = fullMonths[m - 1];
+            const std::string y(year), mm = std::to_string(m), dd = std::to_string(d);
+            const std::string forms[] = {
+                mm + "/" + dd + "/" + y,    mm + "-" + dd + "-" + y,
+                dd + "-" + month + "-" + y, month + " " + dd + ", " + y,
+                dd + " " + full + " " + y,  y + "-" + mm + "-" + dd,
+                y + "/" + mm + "/" + dd,    mm + "." + dd + "." + y,
+                mm + " " + dd + " " + y,    "Sun, " + month + " " + dd + " " + y};
+            for (const std::string& form : forms)
+                for (const char* time : times)
+                {
+                    const std::string t(time);
+                    lines.Add("date", t.empty() ? form : form + " " + t,
+                              ParsedDate(t.empty() ? form : form + " " + t));
+                    if (!t.empty())
+                        lines.Add("date", t + " " + form, ParsedDate(t + " " + form));
+                }
+        }
+}
+
+// --- FormatMessageA from a string: line widths, inserts and escapes.
+
+std::string Message(const char* text, DWORD flags, const DWORD_PTR* arguments)
+{
+    char* buffer = nullptr;
+    const DWORD length =
+        ::FormatMessageA(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_ALLOCATE_BUFFER |
+                             FORMAT_MESSAGE_ARGUMENT_ARRAY | flags,
+                         text, 0, 0, reinterpret_cast<LPSTR>(&buffer), 0,
+                         reinterpret_cast<va_list*>(const_cast<DWORD_PTR*>(arguments)));
+    if (length == 0)
+        return "fails " + std::to_string(::GetLastError());
+    const std::string result(buffer, length);
+    ::LocalFree(buffer);
+    return result;
+}
+
+void AddMessages(CLines& lines)
+{
+    const DWORD_PTR arguments[] = {reinterpret_cast<DWORD_PTR>("alpha beta  gamma"),
+                                   42,
+                                   reinterpret_cast<DWORD_PTR>("x"),
+                                   7,
+                                   3,
+                                   reinterpret_cast<DWORD_PTR>("delta")};
+    const char* const texts[] = {
+        "The quick brown fox jumps over the lazy dog and keeps running far beyond the fence.",
+        "Insert %1 and %2!d! then %3!-8s!|end of the text goes on",
+        "Line one\r\nLine two is a bit longer than the first\nthird\rfourth",
+        "Supercalifragilisticexpialidocious is a long word, antidisestablishmentarianism too",
+        "Tabs\tand  double  spaces   here\t\tand there",
+        "%n hard break %n and%r%t escapes %% %. %! and %0 the end",
+        "Trailing blanks    ",
+        "    Leading blanks and words",
+        "ab cd ef gh ij kl mn op qr st uv wx yz",
+        "Exactly ten and more",
+        "%1%1%1%1 %1",
+        "a%rb c%td e%r%tf",
+        "gh %r ij %t kl",
+        "",
+    };
+    const unsigned int widths[] = {0,  1,  2,  3,  4,  5,  6,  7,   9,   10,
+                                   11, 16, 20, 33, 40, 79, 80, 253, 254, 255};
+    for (const char* text : texts)
+        for (unsigned int width : widths)
+            for (DWORD ignore : {DWORD(0), DWORD(FORMAT_MESSAGE_IGNORE_INSERTS)})
+                lines.Add("message", std::to_string(width) + (ignore ? " ignore " : " ") + text,
+                          Message(text, width | ignore, arguments));
+
+    const char* const inserts[] = {"%2!5d!",   "%2!-5d!|", "%2!05x!", "%2!#x!",  "%2!I64d!",
+                                   "%2!u!",    "%2!c!",    "%1!.3s!", "%1!10s!", "%4!*.*s!",
+                                   "%4!*d!",   "%2!ld!",   "%2!hd!",  "%2!s",    "%6!-7s!|",
+                                   "%2!X! %1", "%5!o!",    "100%",    "%2!lu!",  "%2!+d!"};
+    for (const char* text : inserts)
+        lines.Add("message", std::string("0 ") + text, Message(text, 0, arguments));
+}
+
+// --- FormatMessageA from the system's table: every Win32 code the library sets or meets, and
+// codes the system has no text for.
+
+void AddSystemErrors(CLines& lines)
+{
+    std::vector<DWORD> codes;
+    for (DWORD code = 0; code <= 40; ++code)
+        codes.push_back(code);
+    for (DWORD code :
+         {50,   52,   53,   64,   67,   80,   82,   87,   109,  110,  111,  112,  120,  122,
+          123,  126,  127,  145,  161,  170,  183,  206,  232,  233,  234,  235,  258,  259,
+          267,  299,  317,  487,  534,  995,  996,  997,  998,  1004, 1009, 1010, 1011, 1012,
+          1013, 1015, 1018, 1021, 1060, 1115, 1168, 1223, 1244, 1326, 1400, 1401, 1407, 1410,
+          1411, 1413, 1444, 1450, 1460, 1722, 1812, 1813, 1814, 1815})
+        codes.push_back(code);
+    for (DWORD code = 10004; code <= 10071; ++code)
+        codes.push_back(code);
+    for (DWORD code : {10091, 10092, 10093, 10101, 11001, 11002, 11003, 11004})
+        codes.push_back(code);
+    // No text: the system's answer is a failure, never another code's text.
+    for (DWORD code : {15999u, 16384u, 40000u, 0x20000001u, 0x7FFFFFFFu, 0xFFFFFFFFu})
+        codes.push_back(code);
+    for (DWORD code : codes)
+    {
+        char* buffer = nullptr;
+        const DWORD length =
+            ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS |
+                                 FORMAT_MESSAGE_ALLOCATE_BUFFER,
+                             nullptr, code, MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US),
+                             reinterpret_cast<LPSTR>(&buffer), 0, nullptr);
+        // The wording is each system's own (Wine's is shorter than Windows'); whether there is
+        // a text, and its form, are the same.
+        std::string answer = "fails " + std::to_string(::GetLastError());
+        if (length)
+            answer = length > 2 && std::string(buffer + length - 2) == "\r\n"
+                         ? "text"
+                         : "text without its line break";
+        if (buffer)
+            ::LocalFree(buffer);
+        lines.Add("system error", std::to_string(code), answer);
+    }
+}
+
+// Registry values with hostile content belong here, in a section of their own ("registry"),
+// added to the default run in main.
+
+// --- Local time in the zone TZ names: local clock fields to moments around the daylight-saving
+// changes of both hemispheres' rules (the repeated and the skipped hour), and moments back to
+// local clock fields.
+
+std::string ZoneName()
+{
+    const char* tz = std::getenv("TZ");
+    return tz && *tz ? tz + (tz[0] == ':') : "UTC";
+}
+
+void AddLocalTimes(CLines& lines)
+{
+    const std::string section = "local time " + ZoneName();
+    // The first, second and last Sundays of the months where the zones change (the rules of
+    // Europe, North America and South Australia).
+    for (int year : {2005, 2019, 2030})
+        for (int month : {3, 4, 10, 11})
+            for (int day = 1; day <= 31; ++day)
+            {
+                const ATL::CTime noon(year, month, day, 12, 0, 0);
+                if (noon.GetDay() != day || noon.GetDayOfWeek() != 1 ||
+                    (day > 14 && day + 7 <= 31 &&
+                     ATL::CTime(year, month, day + 7, 12, 0, 0).GetMonth() == month))
+                    continue;
+                char input[64];
+                for (int minutes : {0, 1, 30, 60, 90, 120, 121, 150, 180, 210, 1439})
+                {
+                    const ATL::CTime local(year, month, day, minutes / 60, minutes % 60, 0);
+                    std::snprintf(input, sizeof input, "%04d-%02d-%02d %02d:%02d", year, month, day,
+                                  minutes / 60, minutes % 60);
+                    lines.Add(section, std::string("from ") + input,
+                              local.FormatGmt("%Y-%m-%d %H:%M:%S UTC").GetString());
+                }
+                // Every third hour of the day in UTC, from the evening before.
+                const __int64 midnight = noon.GetTime() - noon.GetTime() % 86400;
+                for (__int64 t = midnight - 3 * 3600; t <= midnight + 24 * 3600; t += 3 * 3600)
+                {
+                    const ATL::CTime moment(t);
+                    lines.Add(section,
+                              std::string("to ") +
+                                  moment.FormatGmt("%Y-%m-%d %H:%M UTC").GetString(),
+                              moment.Format("%Y-%m-%d %H:%M:%S").GetString());
+                }
+            }
+
+    // The stamp's zone suffix is a sign and two two-digit numbers; a half-hour zone west of UTC
+    // prints its minutes with their own sign ("-03-30"), a text Set does not take back.
+    CppUtil::CDateTime value;
+    for (const char* text : {"2021-01-15 12:00:00 -03-30", "2021-01-15 12:00:00 +10-30"})
+        lines.Add(section, std::string("set ") + text, value.Set(text, false) ? "read" : "refused");
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLines lines;
+    int next = 1;
+    if (next < argc && std::strcmp(argv[next], "zone") == 0)
+    {
+        AddLocalTimes(lines);
+        ++next;
+    }
+    else
+    {
+        AddFormats(lines);
+        AddDates(lines);
+        AddMessages(lines);
+        AddSystemErrors(lines);
+        AddLocalTimes(lines);
+    }
+    if (next + 1 < argc && std::strcmp(argv[next], "--check") == 0)
+        return lines.Check(argv[next + 1], next + 2 < argc ? argv[next + 2] : nullptr) ? 1 : 0;
+    lines.Print();
+    return 0;
+}
