@@ -31,8 +31,17 @@ boost::shared_ptr<CTimerWindow> CTimerWindow::Create(boost::function<void()> fnD
 
 CTimerWindow::~CTimerWindow()
 {
-    if (::IsWindow(m_hWnd))
-        CGuiThreadCaller::Invoke(boost::bind(&CWnd::DestroyWindow, this));
+    // Neither a handler's failure nor a user-interface thread that is gone may leave a
+    // destructor.
+    try
+    {
+        if (::IsWindow(m_hWnd))
+            CGuiThreadCaller::Invoke(boost::bind(&CWnd::DestroyWindow, this));
+    }
+    catch (...)
+    {
+        CHandlerCall::Drop(std::current_exception());
+    }
 }
 
 void CTimerWindow::StartTimer()
