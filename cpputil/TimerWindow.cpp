@@ -82,7 +82,8 @@ void CTimerWindow::OnCreate(boost::shared_ptr<CTimerWindow>& poResult,
 void CTimerWindow::OnTimer(UINT_PTR nIDEvent)
 {
     CWnd::OnTimer(nIDEvent);
-    if (nIDEvent == static_cast<UINT_PTR>(k_iTimerEvent) && m_fnDelegate)
+    // A tick the system posted before StopTimer still arrives; it is not ours any more.
+    if (nIDEvent == static_cast<UINT_PTR>(k_iTimerEvent) && m_uTimerId != 0 && m_fnDelegate)
         m_fnDelegate();
 }
 
