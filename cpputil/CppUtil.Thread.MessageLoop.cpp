@@ -16,16 +16,26 @@ int RunMessageLoop()
     MSG message = {};
     for (;;)
     {
+        CWnd::CHandlerCall call(true);
         const BOOL result = ::GetMessage(&message, nullptr, 0, 0);
-        CWnd::RethrowHandlerException();
         if (result == 0)
+        {
+            // The failure leaves first; the quit stays queued for the next loop.
+            if (call.Failed())
+                ::PostQuitMessage(static_cast<int>(message.wParam));
+            call.Rethrow();
             return static_cast<int>(message.wParam);
+        }
         // -1 cannot happen without a window filter; ending beats spinning if it ever does.
         if (result == -1)
+        {
+            call.Rethrow();
             return -1;
+        }
+        // Taken already: handled before a failure leaves, or it would be lost.
         ::TranslateMessage(&message);
         ::DispatchMessage(&message);
-        CWnd::RethrowHandlerException();
+        call.Rethrow();
     }
 }
 
@@ -35,23 +45,30 @@ void PumpMessages(unsigned int milliseconds)
     const TClock::time_point deadline = TClock::now() + std::chrono::milliseconds(milliseconds);
     for (;;)
     {
-        MSG message;
         // The deadline is checked after every message, so that a flood cannot hold the caller.
-        while (::PeekMessage(&message, nullptr, 0, 0, PM_REMOVE))
+        for (;;)
         {
-            CWnd::RethrowHandlerException();
+            CWnd::CHandlerCall call;
+            MSG message;
+            if (!::PeekMessage(&message, nullptr, 0, 0, PM_REMOVE))
+            {
+                call.Rethrow();
+                break;
+            }
+            // The quit is put back for the caller's loop; a message already taken is handled
+            // before a failure leaves.
             if (message.message == WM_QUIT)
             {
                 ::PostQuitMessage(static_cast<int>(message.wParam));
+                call.Rethrow();
                 return;
             }
             ::TranslateMessage(&message);
             ::DispatchMessage(&message);
-            CWnd::RethrowHandlerException();
+            call.Rethrow();
             if (TClock::now() >= deadline)
                 return;
         }
-        CWnd::RethrowHandlerException();
         const TClock::time_point now = TClock::now();
         if (now >= deadline)
             return;

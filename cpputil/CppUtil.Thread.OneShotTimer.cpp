@@ -4,6 +4,8 @@
 #include "Platform/SystemError.h"
 #include "Platform/WinTypes.h"
 
+#include <algorithm>
+
 namespace CppUtil
 {
 namespace Thread
@@ -13,6 +15,9 @@ namespace
 {
 
 const char* const k_szSource = "CppUtil.Thread.OneShotTimer";
+// How early a tick may come, measured by our clock, and still be the armed one: the system's
+// timers count in its own coarser ticks.
+const std::chrono::milliseconds k_oTickTolerance(20);
 
 } // namespace
 
@@ -42,6 +47,8 @@ void COneShotTimer::Trigger(unsigned long ulMilliseconds)
 {
     // Not stopped first: the same id on the same window replaces the running timer, which is
     // what postpones the call.
+    const TClock::duration delay = std::chrono::milliseconds(ulMilliseconds);
+    m_oEarliest = TClock::now() + delay - std::min<TClock::duration>(k_oTickTolerance, delay / 2);
     m_uTimerId = SetTimer(k_iTimerEventId, static_cast<UINT>(ulMilliseconds), nullptr);
     if (m_uTimerId == 0)
         Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()),
@@ -89,6 +96,10 @@ void COneShotTimer::OnTimer(UINT_PTR nIDEvent)
         CWnd::OnTimer(nIDEvent);
         return;
     }
+    // The system does not take back a WM_TIMER already posted when the timer is killed or set
+    // again: such a tick comes from an arming that no longer holds.
+    if (m_uTimerId == 0 || TClock::now() < m_oEarliest)
+        return;
     // Off before the call, so that the delegate may trigger again.
     StopTimer();
     if (m_fnDelegate)

@@ -8,6 +8,8 @@
 
 #include <boost/function.hpp>
 
+#include <chrono>
+
 namespace CppUtil
 {
 namespace Thread
@@ -50,8 +52,12 @@ private:
     void OnTimer(UINT_PTR nIDEvent) override;
     LRESULT OnDestroyOneShot(WPARAM wParam, LPARAM lParam);
 
+    typedef std::chrono::steady_clock TClock;
+
     boost::function<void()> m_fnDelegate;
     UINT_PTR m_uTimerId;
+    /// The first moment a tick counts as the latest Trigger's own.
+    TClock::time_point m_oEarliest;
 };
 
 } // namespace Thread

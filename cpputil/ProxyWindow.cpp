@@ -8,6 +8,8 @@
 #include <boost/bind/bind.hpp>
 
 #include <memory>
+#include <mutex>
+#include <set>
 
 namespace CppUtil
 {
@@ -21,6 +23,13 @@ const char* const k_szSource = "ProxyWindow";
 const char* const k_szWindowName = "CppUtil::CProxyWindow Message Sink";
 // The line this check has always been reported with, which failure reports are matched by.
 const unsigned int k_uTearDownAssertLine = 127;
+// How often a waiter looks whether the window is still there: a thread that ends takes its
+// windows along without a word to anyone waiting.
+const DWORD k_dwWindowCheckMs = 100;
+// The lParam of a sent call, which stays its sender's; a queued call has 0.
+const LPARAM k_lSent = 1;
+const char* const k_szDestroyed = "the window was destroyed before the call's turn";
+const char* const k_szThreadEnded = "the window's thread ended before the call's turn";
 
 [[noreturn]] void ThrowLastError(const char* function, unsigned int line)
 {
@@ -30,37 +39,82 @@ const unsigned int k_uTearDownAssertLine = 127;
 
 } // namespace
 
+// One queued call; the message's wParam points at it. Whoever takes it out of the pending set
+// owns it.
+struct CProxyWindow::SCall
+{
+    TDelegate m_fnCall;
+    SWaiter* m_poWaiter;
+};
+
+// Lives on the waiting caller's stack; the caller leaves only once its call is out of the
+// pending set and, when someone else took it, the event has been set.
+struct CProxyWindow::SWaiter
+{
+    CEvent m_oDone;
+    // Why the call never ran; null when it ran.
+    const char* m_szDropped = nullptr;
+};
+
+struct CProxyWindow::SPending
+{
+    explicit SPending(const CString& windowName) : m_sWindowName(windowName) {}
+
+    // Takes the waiter's call out, when nobody has taken it yet.
+    bool Withdraw(SWaiter& waiter, const char* reason)
+    {
+        std::lock_guard<std::mutex> lock(m_oMutex);
+        for (std::set<SCall*>::iterator call = m_oCalls.begin(); call != m_oCalls.end(); ++call)
+        {
+            if ((*call)->m_poWaiter == &waiter)
+            {
+                delete *call;
+                m_oCalls.erase(call);
+                waiter.m_szDropped = reason;
+                return true;
+            }
+        }
+        return false;
+    }
+
+    const CString m_sWindowName;
+    std::mutex m_oMutex;
+    std::set<SCall*> m_oCalls;
+    // Why no call is taken any more; null while the window takes calls.
+    const char* m_szClosed = nullptr;
+};
+
 CProxyWindow::CProxyWindow(bool executePendingOnDestroy, const CString& name)
     : m_dwCreatorThreadId(::GetCurrentThreadId()),
-      m_bExecutePendingOnDestroy(executePendingOnDestroy)
+      m_bExecutePendingOnDestroy(executePendingOnDestroy),
+      m_poPending(std::make_shared<SPending>(name.IsEmpty() ? CString(k_szWindowName)
+                                                            : k_szWindowName + (" (" + name + ")")))
 {
-    CString windowName = k_szWindowName;
-    if (!name.IsEmpty())
-        windowName += " (" + name + ")";
-    if (!CreateEx(0, AfxRegisterWndClass(0, nullptr, nullptr, nullptr), windowName, 0, 0, 0, 0, 0,
-                  nullptr, nullptr, nullptr))
+    if (!CreateEx(0, AfxRegisterWndClass(0, nullptr, nullptr, nullptr), m_poPending->m_sWindowName,
+                  0, 0, 0, 0, 0, nullptr, nullptr, nullptr))
         ThrowLastError("CppUtil::Thread::CProxyWindow::CProxyWindow", __LINE__);
 }
 
 CProxyWindow::~CProxyWindow()
 {
-    if (!m_hWnd)
-        return;
-    if (IsCreatedOnCurrentThread())
+    if (m_hWnd && IsCreatedOnCurrentThread())
     {
         TearDown();
-        return;
     }
-    // The window went with its thread; that thread will never answer. Forgetting the handle
-    // keeps the base class away from whatever window may come to carry it next.
-    if (!::IsWindow(m_hWnd))
+    else if (m_hWnd && !::IsWindow(m_hWnd))
     {
+        // The window went with its thread; that thread will never answer. Forgetting the handle
+        // keeps the base class away from whatever window may come to carry it next.
         m_hWnd = nullptr;
-        return;
     }
-    CEvent done;
-    if (Queue(boost::bind(&CProxyWindow::TearDown, this), &done))
-        done.Lock(INFINITE);
+    else if (m_hWnd)
+    {
+        SWaiter tearDown;
+        if (Queue(boost::bind(&CProxyWindow::TearDown, this), &tearDown))
+            Await(tearDown);
+    }
+    // What is still queued now went with the window's thread and can never run.
+    Release(k_szThreadEnded);
 }
 
 bool CProxyWindow::IsCreatedOnCurrentThread() const
@@ -76,57 +130,134 @@ void CProxyWindow::Post(const TDelegate& call)
 
 void CProxyWindow::Send(const TDelegate& call)
 {
-    SendMessage(WM_USER, reinterpret_cast<WPARAM>(new TDelegate(call)), 0);
+    SCall sent{call, nullptr};
+    SendMessage(WM_USER, reinterpret_cast<WPARAM>(&sent), k_lSent);
 }
 
 void CProxyWindow::PostAndWait(const TDelegate& call)
 {
-    CEvent done;
-    if (!Queue(call, &done))
+    // Once released, the waiter must not touch this object: its destruction may have been what
+    // released it.
+    const std::shared_ptr<SPending> pending = m_poPending;
+    SWaiter waiter;
+    if (!Queue(call, &waiter))
         ThrowLastError("CppUtil::Thread::CProxyWindow::PostAndWait", __LINE__);
-    done.Lock(INFINITE);
+    if (!Await(waiter))
+        Exception::ThrowQlException("The call queued for the window \"" + pending->m_sWindowName +
+                                        "\" was dropped: " + waiter.m_szDropped + ".",
+                                    "CppUtil::Thread::CProxyWindow::PostAndWait", k_szSource,
+                                    __LINE__);
 }
 
 LRESULT CProxyWindow::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 {
     if (message == WM_USER)
         return OnExecute(wParam, lParam);
+    if (message == WM_DESTROY)
+        Release(k_szDestroyed);
     return CWnd::WindowProc(message, wParam, lParam);
 }
 
 LRESULT CProxyWindow::OnExecute(WPARAM wParam, LPARAM lParam)
 {
-    std::unique_ptr<TDelegate> call(reinterpret_cast<TDelegate*>(wParam));
-    CEvent* const done = reinterpret_cast<CEvent*>(lParam);
+    SCall* const delivered = reinterpret_cast<SCall*>(wParam);
+    if (lParam == k_lSent)
+    {
+        delivered->m_fnCall();
+        return 0;
+    }
+    {
+        std::lock_guard<std::mutex> lock(m_poPending->m_oMutex);
+        if (m_poPending->m_oCalls.erase(delivered) == 0)
+            return 0;
+    }
+    std::unique_ptr<SCall> call(delivered);
+    SWaiter* const waiter = call->m_poWaiter;
     // The copy goes before the waiter is released, so that the waiter finds whatever the call
     // held already let go. The waiter learns nothing of a failure: the exception belongs to this
     // thread, whose message loop receives it from the platform layer.
     try
     {
-        (*call)();
+        call->m_fnCall();
     }
     catch (...)
     {
         call.reset();
-        if (done)
-            done->SetEvent();
+        if (waiter)
+            waiter->m_oDone.SetEvent();
         throw;
     }
     call.reset();
-    if (done)
-        done->SetEvent();
+    if (waiter)
+        waiter->m_oDone.SetEvent();
     return 0;
 }
 
-bool CProxyWindow::Queue(const TDelegate& call, CEvent* done)
+bool CProxyWindow::Queue(const TDelegate& call, SWaiter* waiter)
 {
-    TDelegate* const copy = new TDelegate(call);
-    if (PostMessage(WM_USER, reinterpret_cast<WPARAM>(copy), reinterpret_cast<LPARAM>(done)))
+    std::unique_ptr<SCall> queued(new SCall{call, waiter});
+    {
+        std::lock_guard<std::mutex> lock(m_poPending->m_oMutex);
+        if (m_poPending->m_szClosed)
+        {
+            ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+            return false;
+        }
+        m_poPending->m_oCalls.insert(queued.get());
+    }
+    if (PostMessage(WM_USER, reinterpret_cast<WPARAM>(queued.get()), 0))
+    {
+        queued.release();
         return true;
+    }
     const DWORD error = ::GetLastError();
-    delete copy;
+    std::lock_guard<std::mutex> lock(m_poPending->m_oMutex);
+    // Released meanwhile along with the window: dropped like any queued call.
+    if (m_poPending->m_oCalls.erase(queued.get()) == 0)
+    {
+        queued.release();
+        return true;
+    }
     ::SetLastError(error);
     return false;
+}
+
+bool CProxyWindow::Await(SWaiter& waiter)
+{
+    const std::shared_ptr<SPending> pending = m_poPending;
+    const HWND hWnd = m_hWnd;
+    while (!waiter.m_oDone.Lock(k_dwWindowCheckMs))
+    {
+        if (::IsWindow(hWnd))
+            continue;
+        // Gone without a destruction of ours: its thread ended. A call that someone took is
+        // still answered.
+        if (!pending->Withdraw(waiter, k_szThreadEnded))
+            waiter.m_oDone.Lock(INFINITE);
+        break;
+    }
+    return waiter.m_szDropped == nullptr;
+}
+
+void CProxyWindow::Release(const char* reason)
+{
+    std::set<SCall*> calls;
+    {
+        std::lock_guard<std::mutex> lock(m_poPending->m_oMutex);
+        if (!m_poPending->m_szClosed)
+            m_poPending->m_szClosed = reason;
+        calls.swap(m_poPending->m_oCalls);
+    }
+    for (SCall* call : calls)
+    {
+        SWaiter* const waiter = call->m_poWaiter;
+        delete call;
+        if (waiter)
+        {
+            waiter->m_szDropped = reason;
+            waiter->m_oDone.SetEvent();
+        }
+    }
 }
 
 void CProxyWindow::TearDown()
@@ -152,20 +283,12 @@ void CProxyWindow::TearDown()
             }
             continue;
         }
+        // Through the window procedure, as the loop would have run it: a waiter is released, and
+        // an exception goes to the call this thread has open, or to the log, instead of leaving
+        // a destructor. Calls not run here are dropped, and their waiters told, as the window
+        // goes.
         if (m_bExecutePendingOnDestroy)
-        {
-            // Through the window procedure, as the loop would have run it: a waiter is released
-            // and an exception is held for this thread's next loop instead of leaving a
-            // destructor.
             ::SendMessage(m_hWnd, WM_USER, message.wParam, message.lParam);
-        }
-        else
-        {
-            delete reinterpret_cast<TDelegate*>(message.wParam);
-            // The call will never run; its waiter would otherwise wait for ever.
-            if (message.lParam)
-                reinterpret_cast<CEvent*>(message.lParam)->SetEvent();
-        }
     }
     // Not CWnd::DestroyWindow, which would rethrow a call's exception here, in a destructor.
     ::DestroyWindow(m_hWnd);

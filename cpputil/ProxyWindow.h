@@ -9,7 +9,7 @@
 
 #include <boost/function.hpp>
 
-class CEvent;
+#include <memory>
 
 namespace CppUtil
 {
@@ -39,19 +39,30 @@ public:
     void Send(const TDelegate& call);
     /// Queues the call and waits, without a time limit, until the window's thread has run it. An
     /// exception thrown by the call stays on the window's thread; the waiter is released all the
-    /// same. Throws CQlException when the call cannot be queued.
+    /// same. Throws CQlException, naming the window, when the call cannot be queued or never
+    /// runs: the window is destroyed, or its thread ends, before the call's turn.
     void PostAndWait(const TDelegate& call);
 
 protected:
     LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
 
 private:
+    struct SCall;
+    struct SWaiter;
+    struct SPending;
+
     LRESULT OnExecute(WPARAM wParam, LPARAM lParam);
-    bool Queue(const TDelegate& call, CEvent* done);
+    bool Queue(const TDelegate& call, SWaiter* waiter);
+    /// False when the call was dropped; the waiter then says why.
+    bool Await(SWaiter& waiter);
+    /// Drops every call still queued and releases its waiter; later calls are refused.
+    void Release(const char* reason);
     void TearDown();
 
     DWORD m_dwCreatorThreadId;
     bool m_bExecutePendingOnDestroy;
+    /// The queued calls, shared with their waiters, which may outlive this object.
+    std::shared_ptr<SPending> m_poPending;
 };
 
 } // namespace Thread

@@ -31,8 +31,17 @@ boost::shared_ptr<CTimerWindow> CTimerWindow::Create(boost::function<void()> fnD
 
 CTimerWindow::~CTimerWindow()
 {
-    if (::IsWindow(m_hWnd))
-        CGuiThreadCaller::Invoke(boost::bind(&CWnd::DestroyWindow, this));
+    // Neither a handler's failure nor a user-interface thread that is gone may leave a
+    // destructor.
+    try
+    {
+        if (::IsWindow(m_hWnd))
+            CGuiThreadCaller::Invoke(boost::bind(&CWnd::DestroyWindow, this));
+    }
+    catch (...)
+    {
+        CHandlerCall::Drop(std::current_exception());
+    }
 }
 
 void CTimerWindow::StartTimer()
@@ -73,7 +82,8 @@ void CTimerWindow::OnCreate(boost::shared_ptr<CTimerWindow>& poResult,
 void CTimerWindow::OnTimer(UINT_PTR nIDEvent)
 {
     CWnd::OnTimer(nIDEvent);
-    if (nIDEvent == static_cast<UINT_PTR>(k_iTimerEvent) && m_fnDelegate)
+    // A tick the system posted before StopTimer still arrives; it is not ours any more.
+    if (nIDEvent == static_cast<UINT_PTR>(k_iTimerEvent) && m_uTimerId != 0 && m_fnDelegate)
         m_fnDelegate();
 }
 

@@ -1,14 +1,21 @@
+#include "LogRecorder.h"
 #include "RecorderWnd.h"
 
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
+#include <cpputil/CppUtil.Thread.OneShotTimer.h>
+#include <cpputil/Platform/CWinThread.h>
 
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
+using CppUtil::Text::CMessageManager;
+using CppUtil::Text::COutput;
 using CppUtil::Thread::PumpMessages;
 using CppUtil::Thread::RunMessageLoop;
 using std::chrono::milliseconds;
@@ -119,4 +126,128 @@ TEST(MessageLoopTest, HandlerExceptionLeavesTheLoopOfTheWindowsThread)
             CppUtil::Thread::PostQuitMessage(2);
             EXPECT_EQ(2, RunMessageLoop());
         });
+}
+
+namespace
+{
+
+bool Logged(CLogRecorder& recorder, const std::string& text)
+{
+    for (const SLogLine& line : recorder.Lines())
+    {
+        if (line.m_sText.find(text) != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
+// Waits until a message sent from another thread is pending, without handling it.
+void AwaitSentMessage()
+{
+    MsgWaitForMultipleObjectsEx(0, nullptr, 30000, QS_SENDMESSAGE, MWMO_INPUTAVAILABLE);
+}
+
+} // namespace
+
+TEST(MessageLoopTest, HandlerExceptionReachesOnlyTheCallThatCausedItAndTheRestIsLogged)
+{
+    CLogRecorder recorder;
+    CMessageManager* const manager = new CMessageManager;
+    manager->SetLoggingEventHandler(recorder.Handler());
+    COutput output(manager);
+    OnFreshThread(
+        [&]
+        {
+            CRecorderWnd failing;
+            CRecorderWnd other;
+            const HWND failingWnd = failing.m_hWnd;
+            failing.m_fnHandler = [](UINT message, WPARAM, LPARAM) -> LRESULT
+            {
+                if (message == WM_USER)
+                    throw std::runtime_error("dispatched by the host's loop");
+                throw std::runtime_error("inner send failed");
+            };
+
+            // A loop of the host's own has no way to receive a handler's failure.
+            failing.PostMessage(WM_USER);
+            MSG message;
+            ASSERT_TRUE(PeekMessage(&message, failingWnd, WM_USER, WM_USER, PM_REMOVE));
+            DispatchMessage(&message);
+            EXPECT_TRUE(Logged(recorder, "dispatched by the host's loop"));
+            // It belongs to no later call, and above all not to a destructor.
+            EXPECT_NO_THROW(other.SendMessage(WM_USER));
+            failing.PostMessage(WM_USER);
+            ASSERT_TRUE(PeekMessage(&message, failingWnd, WM_USER, WM_USER, PM_REMOVE));
+            DispatchMessage(&message);
+            {
+                CppUtil::Thread::COneShotTimer timer("");
+                timer.Trigger(60000);
+            }
+
+            // One call, two failures: the caller gets the first, the log the second.
+            other.m_fnHandler = [failingWnd](UINT, WPARAM, LPARAM) -> LRESULT
+            {
+                // The system swallows the inner failure; the outer one follows it.
+                SendMessage(failingWnd, WM_USER + 1, 0, 0);
+                throw std::runtime_error("outer handler failed");
+            };
+            try
+            {
+                other.SendMessage(WM_USER);
+                ADD_FAILURE() << "the failures vanished";
+            }
+            catch (const std::runtime_error& e)
+            {
+                EXPECT_STREQ("inner send failed", e.what());
+            }
+            EXPECT_TRUE(Logged(recorder, "outer handler failed"));
+        });
+}
+
+TEST(MessageLoopTest, MessageTakenWithAFailureIsStillHandledAndAQuitIsKept)
+{
+    const std::function<int()> loops[] = {[] { return RunMessageLoop(); },
+                                          []
+                                          {
+                                              CWinThread thread;
+                                              return thread.Run();
+                                          }};
+    for (const std::function<int()>& loop : loops)
+    {
+        OnFreshThread(
+            [&loop]
+            {
+                CRecorderWnd window;
+                const HWND hWnd = window.m_hWnd;
+                int handled = 0;
+                window.m_fnHandler = [&handled](UINT message, WPARAM, LPARAM) -> LRESULT
+                {
+                    if (message == WM_USER)
+                        throw std::runtime_error("sent call failed");
+                    ++handled;
+                    return 0;
+                };
+                // The loop meets the failing sent message first, inside GetMessage, and takes the
+                // posted one right after.
+                window.PostMessage(WM_USER + 1);
+                std::thread sender([hWnd] { SendMessage(hWnd, WM_USER, 0, 0); });
+                AwaitSentMessage();
+                EXPECT_THROW(loop(), std::runtime_error);
+                sender.join();
+                EXPECT_EQ(1, handled);
+
+                // A quit posted as a message, alone in the queue, comes out of GetMessage before
+                // the failure leaves.
+                MSG message;
+                while (PeekMessage(&message, nullptr, 0, 0, PM_REMOVE))
+                    ;
+                PostThreadMessage(GetCurrentThreadId(), WM_QUIT, 6, 0);
+                sender = std::thread([hWnd] { SendMessage(hWnd, WM_USER, 0, 0); });
+                AwaitSentMessage();
+                EXPECT_THROW(loop(), std::runtime_error);
+                sender.join();
+                ASSERT_TRUE(PeekMessage(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+                EXPECT_EQ(6, static_cast<int>(message.wParam));
+            });
+    }
 }

@@ -204,3 +204,34 @@ TEST(WndTest, BusyThreadGetsOneTimerMessagePerTimerAfterItsPosts)
             EXPECT_TRUE(DrainQueue().empty());
         });
 }
+
+TEST(WndTest, TimersAndQuitAnswerAsWin32)
+{
+    OnFreshThread(
+        []
+        {
+            CRecorderWnd window;
+            const HWND hWnd = window.m_hWnd;
+            // Another thread of the process may set and kill the window's timers; the ticks come
+            // to the window's own thread.
+            std::thread([hWnd] { EXPECT_EQ(5u, SetTimer(hWnd, 5, 20, nullptr)); }).join();
+            PumpMessages(300);
+            EXPECT_FALSE(window.m_oTimers.empty());
+            std::thread([hWnd] { EXPECT_TRUE(KillTimer(hWnd, 5)); }).join();
+            window.m_oTimers.clear();
+            PumpMessages(200);
+            EXPECT_TRUE(window.m_oTimers.empty());
+
+            // The quit PostQuitMessage asks for passes a window filter; a WM_QUIT posted to the
+            // thread is a thread message, which a window filter never takes.
+            MSG message = {};
+            PostThreadMessage(GetCurrentThreadId(), WM_QUIT, 3, 0);
+            EXPECT_FALSE(PeekMessage(&message, hWnd, 0, 0, PM_REMOVE));
+            EXPECT_TRUE(PeekMessage(&message, nullptr, 0, 0, PM_REMOVE));
+            EXPECT_EQ(static_cast<UINT>(WM_QUIT), message.message);
+            PostQuitMessage(4);
+            ASSERT_TRUE(PeekMessage(&message, hWnd, WM_USER, WM_USER, PM_REMOVE));
+            EXPECT_EQ(static_cast<UINT>(WM_QUIT), message.message);
+            EXPECT_EQ(4u, message.wParam);
+        });
+}

@@ -83,14 +83,22 @@ int CWinThread::Run()
 {
     for (;;)
     {
+        CWnd::CHandlerCall call(true);
         const BOOL result = ::GetMessage(&m_msgCur, nullptr, 0, 0);
-        CWnd::RethrowHandlerException();
         // -1 cannot happen without a window filter; ending beats spinning if it ever does.
         if (result == 0 || result == -1)
+        {
+            // A handler failed while GetMessage waited: the failure leaves first, and the quit
+            // stays queued for the next turn.
+            if (result == 0 && call.Failed())
+                ::PostQuitMessage(static_cast<int>(m_msgCur.wParam));
+            call.Rethrow();
             return ExitInstance();
+        }
+        // The message is already taken: it is handled before a failure leaves, or it is lost.
         ::TranslateMessage(&m_msgCur);
         ::DispatchMessage(&m_msgCur);
-        CWnd::RethrowHandlerException();
+        call.Rethrow();
     }
 }
 
@@ -123,15 +131,6 @@ DWORD WINAPI CWinThread::ThreadEntry(LPVOID pParam)
     else
         exitCode = thread->Run();
     thread->Delete();
-
-    // Nobody is left to receive what a handler may still have parked.
-    try
-    {
-        CWnd::RethrowHandlerException();
-    }
-    catch (...)
-    {
-    }
     return static_cast<DWORD>(exitCode);
 }
 

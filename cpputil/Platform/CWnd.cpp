@@ -1,5 +1,8 @@
 #include "CWnd.h"
 
+#include "../CppUtil.Exception.QlException.h"
+#include "../CppUtil.Text.Output.h"
+
 #include <cstdio>
 #include <exception>
 #include <mutex>
@@ -13,8 +16,8 @@ namespace
 // Plain pointers only: thread-local objects with destructors break the runtime in MinGW DLLs.
 // The object whose window this thread is creating; the window's first message attaches it.
 thread_local CWnd* t_poCreating = nullptr;
-// The exception a handler threw on this thread, waiting for a message loop to rethrow it.
-thread_local std::exception_ptr* t_poHandlerException = nullptr;
+// The innermost call of this thread through which handlers run; it takes their exceptions.
+thread_local CWnd::CHandlerCall* t_poHandlerCall = nullptr;
 
 // Marks a window whose object was deleted by another thread: its messages go to the default
 // procedure, never to the dead object, and it never takes a new object.
@@ -47,7 +50,7 @@ public:
     static LRESULT CALLBACK WindowProc(HWND hWnd, UINT message, WPARAM wParam, LPARAM lParam);
 
 private:
-    static void ParkHandlerException();
+    static void Park(std::exception_ptr exception);
 };
 
 LPCSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor, HBRUSH hbrBackground, HICON hIcon)
@@ -104,7 +107,7 @@ BOOL CWnd::CreateEx(DWORD dwExStyle, LPCSTR lpszClassName, LPCSTR lpszWindowName
         ::SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
-    const bool alreadyParked = t_poHandlerException != nullptr;
+    CHandlerCall call;
     CWnd* const outer = t_poCreating;
     t_poCreating = this;
     const HWND hWnd =
@@ -113,11 +116,11 @@ BOOL CWnd::CreateEx(DWORD dwExStyle, LPCSTR lpszClassName, LPCSTR lpszWindowName
     t_poCreating = outer;
 
     // A handler that failed during creation fails the creation.
-    if (t_poHandlerException && !alreadyParked)
+    if (call.Failed())
     {
         if (hWnd && m_hWnd == hWnd)
             ::DestroyWindow(hWnd);
-        RethrowHandlerException();
+        call.Rethrow();
     }
     if (hWnd && m_hWnd != hWnd)
     {
@@ -136,8 +139,9 @@ BOOL CWnd::DestroyWindow()
         ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
         return FALSE;
     }
+    CHandlerCall call;
     const BOOL destroyed = ::DestroyWindow(m_hWnd);
-    RethrowHandlerException();
+    call.Rethrow();
     return destroyed;
 }
 
@@ -148,8 +152,13 @@ BOOL CWnd::PostMessage(UINT message, WPARAM wParam, LPARAM lParam)
 
 LRESULT CWnd::SendMessage(UINT message, WPARAM wParam, LPARAM lParam)
 {
+    // Waiting for another thread, this thread handles what others send it meanwhile; those
+    // handlers belong to whatever call of this thread is already open, not to this one.
+    if (::GetWindowThreadProcessId(m_hWnd, nullptr) != ::GetCurrentThreadId())
+        return ::SendMessage(m_hWnd, message, wParam, lParam);
+    CHandlerCall call;
     const LRESULT result = ::SendMessage(m_hWnd, message, wParam, lParam);
-    RethrowHandlerException();
+    call.Rethrow();
     return result;
 }
 
@@ -163,15 +172,60 @@ BOOL CWnd::KillTimer(UINT_PTR nIDEvent)
     return ::KillTimer(m_hWnd, nIDEvent);
 }
 
-void CWnd::RethrowHandlerException()
+CWnd::CHandlerCall::CHandlerCall(bool bWakesLoop)
+    : m_poOuter(t_poHandlerCall), m_bWakesLoop(bWakesLoop)
 {
-    std::exception_ptr* const parked = t_poHandlerException;
-    if (!parked)
+    t_poHandlerCall = this;
+}
+
+CWnd::CHandlerCall::~CHandlerCall()
+{
+    t_poHandlerCall = m_poOuter;
+    if (m_oException)
+        Drop(m_oException);
+}
+
+void CWnd::CHandlerCall::Rethrow()
+{
+    if (!m_oException)
         return;
-    t_poHandlerException = nullptr;
-    const std::exception_ptr exception = *parked;
-    delete parked;
+    std::exception_ptr exception;
+    exception.swap(m_oException);
     std::rethrow_exception(exception);
+}
+
+void CWnd::CHandlerCall::Drop(const std::exception_ptr& exception)
+{
+    CString text("Unknown Exception");
+    CString details;
+    try
+    {
+        std::rethrow_exception(exception);
+    }
+    catch (const CppUtil::Exception::CQlException& e)
+    {
+        text = e.what();
+        details = e.GetDetails();
+    }
+    catch (const std::exception& e)
+    {
+        text = e.what();
+    }
+    catch (...)
+    {
+    }
+    try
+    {
+        // An output without a manager reaches every live one.
+        CppUtil::Text::COutput(nullptr).LogF("A window handler's exception reached no caller and "
+                                             "is dropped: %s\nThread: [%lu] Details: [%s].",
+                                             0u) %
+            text % static_cast<unsigned long>(::GetCurrentThreadId()) % details;
+    }
+    catch (...)
+    {
+        // Called from destructors: nothing may leave.
+    }
 }
 
 LRESULT CWnd::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
@@ -218,7 +272,7 @@ LRESULT CALLBACK CWndRouter::WindowProc(HWND hWnd, UINT message, WPARAM wParam, 
     }
     catch (...)
     {
-        ParkHandlerException();
+        Park(std::current_exception());
     }
     if (message == WM_NCDESTROY)
     {
@@ -230,20 +284,24 @@ LRESULT CALLBACK CWndRouter::WindowProc(HWND hWnd, UINT message, WPARAM wParam, 
         }
         catch (...)
         {
-            ParkHandlerException();
+            Park(std::current_exception());
         }
     }
     return result;
 }
 
-void CWndRouter::ParkHandlerException()
+void CWndRouter::Park(std::exception_ptr exception)
 {
-    // The first exception is the cause; any that follow before a loop rethrows it are its
-    // consequences.
-    if (t_poHandlerException)
+    CWnd::CHandlerCall* const call = t_poHandlerCall;
+    // The first exception of a call is the one its caller gets; any other is logged.
+    if (!call || call->m_oException)
+    {
+        CWnd::CHandlerCall::Drop(exception);
         return;
-    t_poHandlerException = new std::exception_ptr(std::current_exception());
+    }
+    call->m_oException = exception;
     // A message sent from another thread is handled inside GetMessage, which would keep waiting;
     // an empty thread message makes it return, so that the loop rethrows now.
-    ::PostThreadMessage(::GetCurrentThreadId(), WM_NULL, 0, 0);
+    if (call->m_bWakesLoop)
+        ::PostThreadMessage(::GetCurrentThreadId(), WM_NULL, 0, 0);
 }

@@ -6,6 +6,8 @@
 #include "../CppUtil.Api.h"
 #include "WinMessages.h"
 
+#include <exception>
+
 /// Registers (once) a window class whose windows are CWnd objects and returns its name, which
 /// stays valid for the life of the process.
 CPPUTIL_API LPCSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor = nullptr,
@@ -33,16 +35,42 @@ public:
     virtual BOOL DestroyWindow();
 
     BOOL PostMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
-    /// Rethrows here what a handler on this thread threw, since it cannot travel through the
-    /// system's own frames.
+    /// On the window's own thread, rethrows here what the handler threw, since it cannot travel
+    /// through the system's own frames. Sent from another thread, the handler's exception stays
+    /// on the window's thread and leaves its message loop.
     LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
     UINT_PTR SetTimer(UINT_PTR nIDEvent, UINT nElapse, TIMERPROC lpfnTimer);
     BOOL KillTimer(UINT_PTR nIDEvent);
 
-    /// An exception thrown by a window handler is held on its thread and rethrown here. Message
-    /// loops call this after each message they retrieve or dispatch, so that the exception
-    /// surfaces from the loop on the window's thread.
-    static void RethrowHandlerException();
+    /// One call on this thread through which window handlers may run (a send, a destruction, one
+    /// turn of a message loop). An exception a handler throws cannot cross the system's frames;
+    /// it is held by the innermost call open on the handler's thread and reaches that call's
+    /// caller through Rethrow, and no other call. What no call can take (a second exception of
+    /// the same call, one left untaken, one thrown with no call open) is logged through the
+    /// output hub instead of being lost.
+    class CPPUTIL_API CHandlerCall
+    {
+    public:
+        /// With bWakesLoop, the call waits in GetMessage, which a failure ends at once.
+        explicit CHandlerCall(bool bWakesLoop = false);
+        ~CHandlerCall();
+        CHandlerCall(const CHandlerCall&) = delete;
+        CHandlerCall& operator=(const CHandlerCall&) = delete;
+
+        bool Failed() const { return static_cast<bool>(m_oException); }
+        /// Throws the first exception a handler threw during this call, if any.
+        void Rethrow();
+
+        /// Logs an exception that has no caller left to reach.
+        static void Drop(const std::exception_ptr& exception);
+
+    private:
+        friend class CWndRouter;
+
+        std::exception_ptr m_oException;
+        CHandlerCall* m_poOuter;
+        bool m_bWakesLoop;
+    };
 
     HWND m_hWnd;
 
