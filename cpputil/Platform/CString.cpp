@@ -27,10 +27,10 @@ const char* WithStandardSizes(const char* fmt, std::string& rewritten)
             rewritten += *p++;
             continue;
         }
-        const char* spec = p;
+        const char* conversion = p;
         while (*p && std::strchr("-+ #0123456789.*", *p))
             ++p;
-        rewritten.append(spec, p);
+        rewritten.append(conversion, p);
         if (*p != 'I')
             continue;
         const char* sizes[] = {"I64", "I32", "I"};
