@@ -114,6 +114,21 @@ TEST(FileRegistryTest, HostileNamesStayInsideTheirHive)
     EXPECT_GT(entries, names.size());
     EXPECT_EQ(CString(""), Load("..\\..", "../../v", ""));
     EXPECT_EQ(CString("data9"), Load("mixed%2f", "../../v", ""));
+
+    // A value name with line breaks is escaped in the key's file and read back whole.
+    const char* const broken = "line\nbreak\r\"q\"";
+    CRegKey key;
+    ASSERT_EQ(ERROR_SUCCESS, key.Create(HKEY_CURRENT_USER, sandbox.KeyPath("Breaks"), nullptr, 0,
+                                        KEY_ALL_ACCESS, nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, key.SetStringValue(broken, "kept"));
+    ASSERT_EQ(ERROR_SUCCESS, key.Flush());
+    std::ifstream file(ValueFile(sandbox.Section("Breaks")), std::ios::binary);
+    std::vector<SRegSection> sections;
+    ASSERT_TRUE(CRegFile::Parse(std::string(std::istreambuf_iterator<char>(file), {}), sections));
+    ASSERT_EQ(1u, sections.size());
+    ASSERT_EQ(1u, sections[0].m_oValues.size());
+    EXPECT_EQ(broken, sections[0].m_oValues[0].m_sName);
+    EXPECT_EQ("kept", Text(sections[0].m_oValues[0].m_oData).substr(0, 4));
 }
 
 TEST(FileRegistryTest, DamagedValueFilesReadAsDefaultsAndAreRepaired)

@@ -727,8 +727,9 @@ void AddRegistry(CLines& lines)
     probe.Delete("");
     lines.Add(section, "default value", probe.Take());
 
-    for (const char* name : {"a\\b", "\\", "\\lead", "trail\\", "a\\\\b", "/", "a/b", ".", "..",
-                             "%41", " ", "  two  ", "tab\there", "=", "\"q\"", "@"})
+    for (const char* name :
+         {"a\\b", "\\", "\\lead", "trail\\", "a\\\\b", "/", "a/b", ".", "..", "%41", " ", "  two  ",
+          "tab\there", "=", "\"q\"", "@", "line\nbreak", "cr\rhere"})
     {
         probe.Set(name, REG_SZ, std::string("x\0", 2));
         probe.Query(name);

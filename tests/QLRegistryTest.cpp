@@ -325,14 +325,14 @@ TEST_F(QLRegistryTest, FailedWritesRaiseTheStoreTexts)
         EXPECT_EQ(0xFFFFFFFFul, wide.GetValue());
         EXPECT_EQ(0xFFFFFFFFul, Load<unsigned long>(HKEY_CURRENT_USER, ok, "Dword", 7));
     }
-#if !defined(_WIN32)
-    // The file registry refuses value names that would break its lines.
+    // A value name beyond the longest the registry takes.
+    const std::string longName(16384, 'n');
     CRegistryValue<unsigned long> broken(m_oOut, HKEY_CURRENT_USER, m_oSandbox.Section("Ok"),
-                                         "a\nb", 0, true, false, false);
-    EXPECT_EQ("Could not set DWORD value \"a\nb\" to registry. Error code = 87 | "
-              "CppUtil::Settings::CQLRegistry::SetDWORDValue | QLRegistry",
+                                         longName.c_str(), 0, true, false, false);
+    EXPECT_EQ("Could not set DWORD value \"" + longName +
+                  "\" to registry. Error code = 87 | "
+                  "CppUtil::Settings::CQLRegistry::SetDWORDValue | QLRegistry",
               Failure([&] { broken.SetValue(1); }));
-#endif
 }
 
 TEST_F(QLRegistryTest, PermissionSectionsMatchInAnyCaseAndDecideTheGrant)

@@ -219,7 +219,7 @@ LSTATUS RegSetValueExA(HKEY key, LPCSTR valueName, DWORD, DWORD type, const BYTE
     if (!(key->m_dwAccess & KEY_SET_VALUE))
         return ERROR_ACCESS_DENIED;
     const std::string name = valueName ? valueName : "";
-    if (!CppUtil::Platform::CRegFile::IsWritableName(name) || name.size() > k_uMaxValueName)
+    if (name.size() > k_uMaxValueName)
         return ERROR_INVALID_PARAMETER;
     if (size && !data)
         return ERROR_NOACCESS;
