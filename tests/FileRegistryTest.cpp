@@ -51,6 +51,12 @@ std::string ValueFile(const CString& section)
     return folder + "/.values.reg";
 }
 
+std::string JournalFile(const CString& section)
+{
+    const std::string values = ValueFile(section);
+    return values.substr(0, values.size() - 3) + "journal";
+}
+
 std::string Text(const std::vector<unsigned char>& data)
 {
     return std::string(data.begin(), data.end());
@@ -108,6 +114,21 @@ TEST(FileRegistryTest, HostileNamesStayInsideTheirHive)
     EXPECT_GT(entries, names.size());
     EXPECT_EQ(CString(""), Load("..\\..", "../../v", ""));
     EXPECT_EQ(CString("data9"), Load("mixed%2f", "../../v", ""));
+
+    // A value name with line breaks is escaped in the key's file and read back whole.
+    const char* const broken = "line\nbreak\r\"q\"";
+    CRegKey key;
+    ASSERT_EQ(ERROR_SUCCESS, key.Create(HKEY_CURRENT_USER, sandbox.KeyPath("Breaks"), nullptr, 0,
+                                        KEY_ALL_ACCESS, nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, key.SetStringValue(broken, "kept"));
+    ASSERT_EQ(ERROR_SUCCESS, key.Flush());
+    std::ifstream file(ValueFile(sandbox.Section("Breaks")), std::ios::binary);
+    std::vector<SRegSection> sections;
+    ASSERT_TRUE(CRegFile::Parse(std::string(std::istreambuf_iterator<char>(file), {}), sections));
+    ASSERT_EQ(1u, sections.size());
+    ASSERT_EQ(1u, sections[0].m_oValues.size());
+    EXPECT_EQ(broken, sections[0].m_oValues[0].m_sName);
+    EXPECT_EQ("kept", Text(sections[0].m_oValues[0].m_oData).substr(0, 4));
 }
 
 TEST(FileRegistryTest, DamagedValueFilesReadAsDefaultsAndAreRepaired)
@@ -146,14 +167,40 @@ TEST(FileRegistryTest, TornAndForgedJournalRecordsAreIgnored)
     CRegistrySandbox sandbox;
     const CString section = sandbox.Section("Journal");
     Store(section, "Keep", "kept");
-    const std::string journal =
-        ValueFile(section).replace(ValueFile(section).size() - 3, 3, "journal");
+    const std::string journal = JournalFile(section);
     // A record whose checksum does not match, then one cut short by a killed writer.
     std::ofstream(journal, std::ios::binary | std::ios::app)
         << "\"Keep\"=\"forged\"\n; 0123456789abcdef\n\"Keep\"=\"tor";
     EXPECT_EQ(CString("kept"), Load(section, "Keep", "default"));
     Store(section, "After", "landed");
     EXPECT_EQ(CString("landed"), Load(section, "After", "default"));
+    EXPECT_EQ(CString("kept"), Load(section, "Keep", "default"));
+}
+
+// A failure of the file system reaches the caller as the Win32 code of its meaning, never as the
+// errno number, which Win32 would read as another code (21, EISDIR, is "device not ready").
+TEST(FileRegistryTest, FileSystemFailuresReachCallersAsWin32Codes)
+{
+    CRegistrySandbox sandbox;
+    const CString section = sandbox.Section("Failing");
+    Store(section, "Keep", "kept");
+    const std::string journal = JournalFile(section);
+    CRegKey key;
+    ASSERT_EQ(ERROR_SUCCESS, key.Open(HKEY_CURRENT_USER, sandbox.KeyPath("Failing"), KEY_WRITE));
+    const auto text = [](LONG code)
+    {
+        char buffer[256] = "";
+        ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                         static_cast<DWORD>(code), 0, buffer, sizeof buffer, nullptr);
+        return std::string(buffer);
+    };
+    // The journal replaced by a folder: opening it to append fails with EISDIR.
+    ASSERT_EQ(ERROR_SUCCESS, key.Flush());
+    ASSERT_EQ(0, ::unlink(journal.c_str()));
+    ASSERT_EQ(0, ::mkdir(journal.c_str(), 0755));
+    const LONG status = key.SetDWORDValue("Value", 1);
+    EXPECT_EQ(ERROR_ACCESS_DENIED, status);
+    EXPECT_EQ("Access is denied.\r\n", text(status));
     EXPECT_EQ(CString("kept"), Load(section, "Keep", "default"));
 }
 

@@ -1,7 +1,7 @@
 // Drives the platform layer's stand-ins with thousands of inputs and prints one line per input,
 // "section|input|answer", so that the two backends can be compared line by line:
-//   PlatformParity            formatting, free-form dates, message texts, system error texts and
-//                             local time in the zone TZ names
+//   PlatformParity            formatting, free-form dates, message texts, system error texts,
+//                             registry values and local time in the zone TZ names
 //   PlatformParity zone       local time alone (CTest runs it once for each further zone)
 //   ... --check EXPECTED [DIFFERENCES]
 // checks the lines against PlatformParity.expected, written by the Win32 backend; on POSIX the
@@ -10,8 +10,11 @@
 // (see tests/CMakeLists.txt) and without --check, and concatenate the runs.
 #include <cpputil/CppUtil.DateTime.h>
 #include <cpputil/Platform/COleDateTime.h>
+#include <cpputil/Platform/CRegKey.h>
 #include <cpputil/Platform/CString.h>
 #include <cpputil/Platform/CTime.h>
+
+#include "RegistrySandbox.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -550,8 +553,333 @@ void AddSystemErrors(CLines& lines)
     }
 }
 
-// Registry values with hostile content belong here, in a section of their own ("registry"),
-// added to the default run in main.
+// --- The registry through the calls both backends offer, under a key of the test's own: names
+// and data in the ANSI code page's upper half, letter case, the default value, backslashes, names
+// at and beyond the length limits, texts with and without their NULs, lists of odd shapes, numbers
+// of the wrong size, buffers too small, and what is missing.
+
+std::string Bytes(const void* data, size_t size)
+{
+    const char* text = static_cast<const char*>(data);
+    if (size <= 64)
+        return std::string(text, size);
+    // Long data by its size and a checksum (FNV-1a).
+    std::uint32_t hash = 2166136261u;
+    for (size_t i = 0; i < size; ++i)
+        hash = (hash ^ static_cast<unsigned char>(text[i])) * 16777619u;
+    char digest[48];
+    std::snprintf(digest, sizeof digest, "%zu bytes %08X", size, static_cast<unsigned>(hash));
+    return digest;
+}
+
+// The answers of a series of calls on one key, in the order the calls were made.
+class CRegistryProbe
+{
+public:
+    explicit CRegistryProbe(HKEY key) : m_hKey(key) {}
+
+    void Note(const std::string& text) { m_sLog += (m_sLog.empty() ? "" : "; ") + text; }
+
+    // The answers so far, and a fresh start.
+    std::string Take()
+    {
+        std::string log;
+        log.swap(m_sLog);
+        return log;
+    }
+
+    // The byte after the data is a NUL as in any C string, or another byte that the call must
+    // not take in.
+    void Set(const char* name, DWORD type, const std::string& data, char after = '\0')
+    {
+        const std::string buffer = data + after;
+        Note("set " + std::to_string(::RegSetValueExA(m_hKey, name, 0, type,
+                                                      reinterpret_cast<const BYTE*>(buffer.data()),
+                                                      static_cast<DWORD>(data.size()))));
+    }
+
+    // The buffer is filled with 0xCC first, so that the answer shows whether a NUL was written
+    // after the data.
+    void Query(const char* name, DWORD capacity = 0x20000)
+    {
+        std::vector<char> buffer(capacity + 1, '\xCC');
+        DWORD type = 0xDEAD;
+        DWORD size = capacity;
+        const LSTATUS status = ::RegQueryValueExA(m_hKey, name, nullptr, &type,
+                                                  reinterpret_cast<LPBYTE>(buffer.data()), &size);
+        std::string answer = "query " + std::to_string(status) + " type " + std::to_string(type) +
+                             " size " + std::to_string(size);
+        if (status == ERROR_SUCCESS)
+        {
+            answer += " data " + Bytes(buffer.data(), size);
+            if (size < capacity)
+                answer += " then " + std::to_string(static_cast<unsigned char>(buffer[size]));
+        }
+        Note(answer);
+    }
+
+    // The size alone, without a buffer.
+    void Size(const char* name)
+    {
+        DWORD size = 0xDEAD;
+        const LSTATUS status = ::RegQueryValueExA(m_hKey, name, nullptr, nullptr, nullptr, &size);
+        Note("size " + std::to_string(status) + " " + std::to_string(size));
+    }
+
+    void Delete(const char* name)
+    {
+        Note("delete " + std::to_string(::RegDeleteValueA(m_hKey, name)));
+    }
+
+    // The value through each of CRegKey's typed queries.
+    void Typed(const CppUtil::Platform::CRegKey& key, const char* name)
+    {
+        char text[64];
+        std::memset(text, 0xCC, sizeof text);
+        ULONG chars = sizeof text;
+        LONG status = key.QueryStringValue(name, text, &chars);
+        Note("string " + std::to_string(status) + " " + std::to_string(chars) +
+             (status == ERROR_SUCCESS ? " " + std::string(text) : ""));
+        std::memset(text, 0xCC, sizeof text);
+        chars = sizeof text;
+        status = key.QueryMultiStringValue(name, text, &chars);
+        Note("list " + std::to_string(status) + " " + std::to_string(chars) +
+             (status == ERROR_SUCCESS ? " " + std::string(text, chars) : ""));
+        DWORD number = 0;
+        Note("dword " + std::to_string(key.QueryDWORDValue(name, number)));
+        ULONGLONG wide = 0;
+        Note("qword " + std::to_string(key.QueryQWORDValue(name, wide)));
+        chars = sizeof text;
+        status = key.QueryBinaryValue(name, text, &chars);
+        Note("binary " + std::to_string(status) + " " + std::to_string(chars));
+    }
+
+    // Creates the sub-key, then opens it again.
+    void CreateAndOpen(const char* sub)
+    {
+        HKEY child = nullptr;
+        DWORD disposition = 0;
+        const LSTATUS created = ::RegCreateKeyExA(m_hKey, sub, 0, nullptr, 0, KEY_ALL_ACCESS,
+                                                  nullptr, &child, &disposition);
+        Note("create " + std::to_string(created) +
+             (created == ERROR_SUCCESS ? " disposition " + std::to_string(disposition) : ""));
+        if (created == ERROR_SUCCESS)
+            ::RegCloseKey(child);
+        Open(sub);
+    }
+
+    void Open(const char* sub)
+    {
+        HKEY child = nullptr;
+        Note("open " + std::to_string(::RegOpenKeyExA(m_hKey, sub, 0, KEY_READ, &child)) +
+             (child ? " handle" : ""));
+        if (child)
+            ::RegCloseKey(child);
+    }
+
+private:
+    HKEY m_hKey;
+    std::string m_sLog;
+};
+
+void AddRegistry(CLines& lines)
+{
+    const std::string section = "registry";
+    const CRegistrySandbox sandbox;
+    const CString path = sandbox.KeyPath("Parity");
+    CppUtil::Platform::CRegKey key;
+    LONG status = key.Create(HKEY_CURRENT_USER, path, nullptr, REG_OPTION_NON_VOLATILE,
+                             KEY_ALL_ACCESS, nullptr, nullptr);
+    lines.Add(section, "create the key", std::to_string(status));
+    if (status != ERROR_SUCCESS)
+        return;
+    CRegistryProbe probe(key);
+
+    // Names and texts in the upper half of the ANSI code page, looked up in the other letter case.
+    const std::pair<const char*, const char*> cases[] = {
+        {"\x80", "\x80"},   {"a\x8A", "A\x9A"},     {"b\x9A", "B\x8A"},
+        {"\xC4", "\xE4"},   {"\xE4x", "\xC4X"},     {"\xFF", "\x9F"},
+        {"\x9Fz", "\xFFZ"}, {"caf\xE9", "CAF\xC9"}, {"\x81\x8D\x8F", "\x81\x8D\x8F"},
+        {"\xDF", "SS"},     {"\xB5", "\xCC"},       {"Mixed", "mIXED"}};
+    for (const auto& pair : cases)
+    {
+        probe.Set(pair.first, REG_SZ,
+                  std::string("v\x80\x8A\x9A\xC4\xE4\xFF ") + pair.first + '\0');
+        probe.Query(pair.first);
+        probe.Query(pair.second);
+        lines.Add(section, std::string("name ") + pair.first, probe.Take());
+    }
+    // A second write in the other case replaces the value.
+    probe.Set("A\x9A", REG_DWORD, std::string("\x01\x02\x03\x04", 4));
+    probe.Query("a\x8A");
+    probe.Delete("a\x8A");
+    probe.Query("A\x9A");
+    lines.Add(section, "name A\x9A written again, deleted as a\x8A", probe.Take());
+
+    // The default value: a null name and an empty one are the same.
+    probe.Query(nullptr);
+    probe.Set(nullptr, REG_SZ, std::string("d\0", 2));
+    probe.Query("");
+    probe.Set("", REG_SZ, std::string("e\0", 2));
+    probe.Query(nullptr);
+    probe.Delete(nullptr);
+    probe.Query("");
+    probe.Delete("");
+    lines.Add(section, "default value", probe.Take());
+
+    for (const char* name :
+         {"a\\b", "\\", "\\lead", "trail\\", "a\\\\b", "/", "a/b", ".", "..", "%41", " ", "  two  ",
+          "tab\there", "=", "\"q\"", "@", "line\nbreak", "cr\rhere"})
+    {
+        probe.Set(name, REG_SZ, std::string("x\0", 2));
+        probe.Query(name);
+        probe.Delete(name);
+        probe.Query(name);
+        lines.Add(section, std::string("name ") + name, probe.Take());
+    }
+
+    // Value names at and beyond the limit.
+    for (size_t length : {255, 256, 16382, 16383, 16384, 16385, 20000})
+    {
+        const std::string name(length, 'n');
+        probe.Set(name.c_str(), REG_DWORD, std::string(4, '\x07'));
+        probe.Query(name.c_str());
+        probe.Delete(name.c_str());
+        lines.Add(section, "value name of " + std::to_string(length), probe.Take());
+    }
+    // Key names at and beyond the limit, as one level and below another.
+    for (size_t length : {254, 255, 256, 512})
+    {
+        const std::string name(length, 'k');
+        probe.CreateAndOpen(name.c_str());
+        lines.Add(section, "key name of " + std::to_string(length), probe.Take());
+        probe.CreateAndOpen(("level\\" + name).c_str());
+        lines.Add(section, "key name of " + std::to_string(length) + " below another",
+                  probe.Take());
+    }
+
+    // Key paths of odd shapes, and key names in both cases of the upper half.
+    for (const char* sub : {"K\x8A\xC4\xFF", "k\x9A\xE4\x9F", "plain\\", "\\lead", "a\\\\b", "",
+                            "K\x80", "k\x80", "dot\\.", "missing\\deeper"})
+    {
+        probe.Open(sub);
+        probe.CreateAndOpen(sub);
+        lines.Add(section, std::string("key ") + sub, probe.Take());
+    }
+    probe.Open(nullptr);
+    lines.Add(section, "key null", probe.Take());
+
+    // Texts with and without their NULs, and with NULs inside; then through CRegKey.
+    const std::string texts[] = {std::string(),
+                                 std::string("\0", 1),
+                                 std::string("\0\0", 2),
+                                 "abc",
+                                 std::string("abc\0", 4),
+                                 std::string("abc\0\0", 5),
+                                 std::string("ab\0cd", 5),
+                                 std::string("ab\0cd\0", 6),
+                                 std::string("\0ab\0", 4),
+                                 "\x80\x8A\x9A\xC4\xE4\xFF",
+                                 std::string("\x80\x8A\x9A\xC4\xE4\xFF\0", 7),
+                                 std::string("a\0b\0\0", 5),
+                                 std::string("a\0b\0", 4),
+                                 std::string("a\0b", 3),
+                                 std::string("\0\0a\0\0", 5),
+                                 std::string("a\0\0b\0\0", 6),
+                                 std::string("\xFF\0\x80\0\0", 5)};
+    for (DWORD type : {DWORD(REG_SZ), DWORD(REG_EXPAND_SZ), DWORD(REG_MULTI_SZ), DWORD(REG_BINARY)})
+        for (const std::string& text : texts)
+        {
+            probe.Set("text", type, text);
+            probe.Query("text");
+            probe.Size("text");
+            probe.Typed(key, "text");
+            lines.Add(section, "type " + std::to_string(type) + " " + text, probe.Take());
+            probe.Set("text", type, text, 'X');
+            probe.Query("text");
+            probe.Typed(key, "text");
+            lines.Add(section, "type " + std::to_string(type) + " " + text + " before X",
+                      probe.Take());
+        }
+
+    // Numbers of every size from none to nine bytes.
+    for (DWORD type : {DWORD(REG_DWORD), DWORD(REG_QWORD), DWORD(REG_NONE), DWORD(5), DWORD(42)})
+        for (size_t size = 0; size <= 9; ++size)
+        {
+            probe.Set("number", type, std::string("\x11\x22\x33\x44\x55\x66\x77\x88\x99", size));
+            probe.Query("number");
+            probe.Typed(key, "number");
+            lines.Add(section, "type " + std::to_string(type) + " of " + std::to_string(size),
+                      probe.Take());
+        }
+
+    // Binary data: none, and large.
+    for (size_t size : {size_t(0), size_t(1), size_t(4096), size_t(65535), size_t(100000)})
+    {
+        std::string data(size, '\0');
+        for (size_t i = 0; i < size; ++i)
+            data[i] = static_cast<char>(i * 7 + i / 251);
+        probe.Set("blob", REG_BINARY, data);
+        probe.Query("blob");
+        probe.Size("blob");
+        lines.Add(section, "binary of " + std::to_string(size), probe.Take());
+    }
+
+    // Buffers too small, exact, and one byte larger, for each kind of data.
+    const std::pair<DWORD, std::string> values[] = {{REG_SZ, std::string("hello\0", 6)},
+                                                    {REG_SZ, "hello"},
+                                                    {REG_SZ, std::string("h\x80ll\xFF\0", 6)},
+                                                    {REG_EXPAND_SZ, std::string("%PATH%\0", 7)},
+                                                    {REG_MULTI_SZ, std::string("ab\0cd\0\0", 7)},
+                                                    {REG_BINARY, "12345"},
+                                                    {REG_DWORD, "1234"}};
+    for (const auto& value : values)
+    {
+        probe.Set("small", value.first, value.second);
+        for (DWORD capacity = 0; capacity <= value.second.size() + 1; ++capacity)
+            probe.Query("small", capacity);
+        lines.Add(section, "buffer for type " + std::to_string(value.first) + " " + value.second,
+                  probe.Take());
+    }
+    DWORD size = 4;
+    DWORD type = 0;
+    probe.Set("small", REG_SZ, std::string("hello\0", 6));
+    probe.Note(std::to_string(::RegQueryValueExA(key, "small", nullptr, &type,
+                                                 reinterpret_cast<LPBYTE>(&size), nullptr)));
+    lines.Add(section, "data without its size", probe.Take());
+    probe.Note(std::to_string(::RegSetValueExA(key, "small", 0, REG_BINARY, nullptr, 4)));
+    probe.Query("small");
+    probe.Note(std::to_string(::RegSetValueExA(key, "small", 0, REG_BINARY, nullptr, 0)));
+    probe.Query("small");
+    lines.Add(section, "size without data", probe.Take());
+
+    // What is missing, and what the handle may not do.
+    probe.Query("absent");
+    probe.Size("absent");
+    probe.Typed(key, "absent");
+    probe.Delete("absent");
+    lines.Add(section, "missing value", probe.Take());
+    probe.Open("absent");
+    probe.Open("absent\\deeper");
+    lines.Add(section, "missing key", probe.Take());
+
+    CppUtil::Platform::CRegKey reader;
+    CppUtil::Platform::CRegKey writer;
+    lines.Add(section, "open to read",
+              std::to_string(reader.Open(HKEY_CURRENT_USER, path, KEY_READ)));
+    lines.Add(section, "open to write",
+              std::to_string(writer.Open(HKEY_CURRENT_USER, path, KEY_SET_VALUE)));
+    CRegistryProbe readOnly(reader);
+    readOnly.Set("ro", REG_DWORD, std::string(4, '\0'));
+    readOnly.Delete("small");
+    readOnly.Query("small");
+    lines.Add(section, "read-only handle", readOnly.Take());
+    CRegistryProbe writeOnly(writer);
+    writeOnly.Query("small");
+    writeOnly.Set("wo", REG_DWORD, std::string(4, '\0'));
+    writeOnly.Delete("wo");
+    lines.Add(section, "write-only handle", writeOnly.Take());
+}
 
 // --- Local time in the zone TZ names: local clock fields to moments around the daylight-saving
 // changes of both hemispheres' rules (the repeated and the skipped hour), and moments back to
@@ -622,6 +950,7 @@ int main(int argc, char** argv)
         AddDates(lines);
         AddMessages(lines);
         AddSystemErrors(lines);
+        AddRegistry(lines);
         AddLocalTimes(lines);
     }
     if (next + 1 < argc && std::strcmp(argv[next], "--check") == 0)

@@ -189,17 +189,14 @@ TEST_F(QLRegistryTest, AnsiLettersFoldAndTextsWithoutTheirNulAreRefused)
 
     CppUtil::Platform::CRegKey key;
     ASSERT_EQ(ERROR_SUCCESS, key.Open(hive, m_oSandbox.KeyPath("CL\xE9\x8A"), KEY_ALL_ACCESS));
+    // The narrow call counts in a NUL that follows the data, so the text ends on another byte.
     ASSERT_EQ(ERROR_SUCCESS,
-              ::RegSetValueExA(key, "Raw", 0, REG_SZ, reinterpret_cast<const BYTE*>("abc"), 3));
+              ::RegSetValueExA(key, "Raw", 0, REG_SZ, reinterpret_cast<const BYTE*>("abcd"), 3));
     ASSERT_EQ(ERROR_SUCCESS, ::RegSetValueExA(key, "Nothing", 0, REG_SZ, nullptr, 0));
     char text[16] = "zzzzz";
     ULONG chars = sizeof text;
-#if !defined(_WIN32)
-    // Wine's narrow query adds the missing NUL itself (and counts it); here CRegKey gets the
-    // text as stored and must refuse it.
     EXPECT_EQ(ERROR_INVALID_DATA, key.QueryStringValue("Raw", text, &chars));
     EXPECT_EQ(CString("none"), Load<CString>(hive, upper, "Raw", "none"));
-#endif
     chars = sizeof text;
     EXPECT_EQ(ERROR_SUCCESS, key.QueryStringValue("Nothing", text, &chars));
     EXPECT_EQ(std::string(), text);
@@ -328,14 +325,14 @@ TEST_F(QLRegistryTest, FailedWritesRaiseTheStoreTexts)
         EXPECT_EQ(0xFFFFFFFFul, wide.GetValue());
         EXPECT_EQ(0xFFFFFFFFul, Load<unsigned long>(HKEY_CURRENT_USER, ok, "Dword", 7));
     }
-#if !defined(_WIN32)
-    // The file registry refuses value names that would break its lines.
+    // A value name beyond the longest the registry takes.
+    const std::string longName(16384, 'n');
     CRegistryValue<unsigned long> broken(m_oOut, HKEY_CURRENT_USER, m_oSandbox.Section("Ok"),
-                                         "a\nb", 0, true, false, false);
-    EXPECT_EQ("Could not set DWORD value \"a\nb\" to registry. Error code = 87 | "
-              "CppUtil::Settings::CQLRegistry::SetDWORDValue | QLRegistry",
+                                         longName.c_str(), 0, true, false, false);
+    EXPECT_EQ("Could not set DWORD value \"" + longName +
+                  "\" to registry. Error code = 87 | "
+                  "CppUtil::Settings::CQLRegistry::SetDWORDValue | QLRegistry",
               Failure([&] { broken.SetValue(1); }));
-#endif
 }
 
 TEST_F(QLRegistryTest, PermissionSectionsMatchInAnyCaseAndDecideTheGrant)

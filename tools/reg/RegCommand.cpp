@@ -360,8 +360,6 @@ int Add(const std::vector<std::string>& args, std::istream& in, std::ostream& ou
     const auto type = Types().find(typeName);
     if (type == Types().end())
         Syntax("add", "Unknown type \"" + typeName + "\".");
-    if (!CRegFile::IsWritableName(valueName))
-        Fail("ERROR: A value name cannot hold a line break.");
     if (!named && hasData)
         Syntax("add", "/d needs /v or /ve.");
     std::vector<unsigned char> bytes;

@@ -62,22 +62,27 @@ bool IsFolder(const std::string& path)
     return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+// The Win32 code of the same meaning for a failure the file system reports: the number itself
+// would be read as a Win32 code and given another code's text (ENOSPC is 28, "out of paper").
 LONG FromErrno(int error)
 {
-    switch (error)
+    static const int k_aiErrors[][2] = {
+        {ENOENT, ERROR_FILE_NOT_FOUND},      {ENOTDIR, ERROR_PATH_NOT_FOUND},
+        {EMFILE, ERROR_TOO_MANY_OPEN_FILES}, {ENFILE, ERROR_TOO_MANY_OPEN_FILES},
+        {EACCES, ERROR_ACCESS_DENIED},       {EPERM, ERROR_ACCESS_DENIED},
+        {EISDIR, ERROR_ACCESS_DENIED},       {EBADF, ERROR_INVALID_HANDLE},
+        {ENOMEM, ERROR_NOT_ENOUGH_MEMORY},   {EXDEV, ERROR_NOT_SAME_DEVICE},
+        {EROFS, ERROR_WRITE_PROTECT},        {EINVAL, ERROR_INVALID_PARAMETER},
+        {ENOSPC, ERROR_DISK_FULL},           {EDQUOT, ERROR_DISK_FULL},
+        {ENOTEMPTY, ERROR_DIR_NOT_EMPTY},    {EBUSY, ERROR_BUSY},
+        {EEXIST, ERROR_ALREADY_EXISTS},      {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE},
+    };
+    for (const auto& pair : k_aiErrors)
     {
-    case ENOENT:
-    case ENOTDIR:
-        return ERROR_FILE_NOT_FOUND;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-        return ERROR_ACCESS_DENIED;
-    case ENAMETOOLONG:
-        return ERROR_INVALID_PARAMETER;
-    default:
-        return error;
+        if (pair[0] == error)
+            return pair[1];
     }
+    return ERROR_GEN_FAILURE;
 }
 
 LONG MakeFolders(const std::string& path)

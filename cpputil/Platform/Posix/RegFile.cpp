@@ -282,11 +282,6 @@ void WriteHex(std::string& out, std::size_t column, const std::vector<unsigned c
 
 } // namespace
 
-bool CRegFile::IsWritableName(const std::string& name)
-{
-    return name.find_first_of("\r\n") == std::string::npos;
-}
-
 std::vector<unsigned char> CRegFile::Widen(const std::vector<unsigned char>& narrow)
 {
     std::vector<unsigned char> wide;

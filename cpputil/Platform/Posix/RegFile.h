@@ -50,9 +50,6 @@ public:
     // The same text as the registry editor writes it: UTF-16LE with its mark and CR LF line ends.
     static std::string ToUtf16(const std::string& text);
 
-    // Whether a value name can be written to a line of its own: line breaks cannot.
-    static bool IsWritableName(const std::string& name);
-
     // Text types' data between the narrow form (Windows-1252) and UTF-16LE; characters the code
     // page lacks become '?'.
     static std::vector<unsigned char> Widen(const std::vector<unsigned char>& narrow);

@@ -21,8 +21,16 @@ struct HKEY__
 namespace
 {
 
+// The longest value name Windows takes, in characters (one byte each in the ANSI code page).
+const std::size_t k_uMaxValueName = 16383;
+
 const REGSAM k_dwWriteRights =
     KEY_SET_VALUE | KEY_CREATE_SUB_KEY | KEY_CREATE_LINK | DELETE | WRITE_DAC | WRITE_OWNER;
+
+bool IsText(DWORD type)
+{
+    return type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
+}
 
 bool IsPredefined(HKEY key)
 {
@@ -78,6 +86,9 @@ LSTATUS OpenOrCreate(HKEY key, LPCSTR subKey, REGSAM access, bool create, PHKEY 
         return status;
     if (create && !IsPredefined(key) && !(key->m_dwAccess & KEY_CREATE_SUB_KEY))
         return ERROR_ACCESS_DENIED;
+    // A sub-key is relative: a leading backslash makes the path malformed.
+    if (subKey && subKey[0] == '\\')
+        return ERROR_BAD_PATHNAME;
     std::string folder;
     bool created = false;
     status = CFileRegistry::FindKey(base, subKey ? subKey : "", create, folder, &created);
@@ -171,10 +182,16 @@ LSTATUS RegQueryValueExA(HKEY key, LPCSTR valueName, LPDWORD, LPDWORD type, LPBY
     LSTATUS status = Base(key, folder, name);
     if (status != ERROR_SUCCESS)
         return status;
-    if (!IsPredefined(key) && !(key->m_dwAccess & KEY_QUERY_VALUE))
-        return ERROR_ACCESS_DENIED;
     if (data && !size)
         return ERROR_INVALID_PARAMETER;
+    // What a failed query leaves behind is Win32's too: no type, and no size when only the size
+    // was asked for.
+    if (type)
+        *type = REG_NONE;
+    if (!data && size)
+        *size = 0;
+    if (!IsPredefined(key) && !(key->m_dwAccess & KEY_QUERY_VALUE))
+        return ERROR_ACCESS_DENIED;
     SRegValue value;
     if (!CFileRegistry::QueryValue(folder, valueName ? valueName : "", value))
         return ERROR_FILE_NOT_FOUND;
@@ -184,7 +201,12 @@ LSTATUS RegQueryValueExA(HKEY key, LPCSTR valueName, LPDWORD, LPDWORD type, LPBY
     if (data && *size < needed)
         status = ERROR_MORE_DATA;
     else if (data && needed != 0)
+    {
         std::memcpy(data, value.m_oData.data(), needed);
+        // A text stored without its NUL gets one after it where the buffer has room, uncounted.
+        if (IsText(value.m_dwType) && data[needed - 1] && needed < *size)
+            data[needed] = '\0';
+    }
     if (size)
         *size = needed;
     return status;
@@ -197,8 +219,14 @@ LSTATUS RegSetValueExA(HKEY key, LPCSTR valueName, DWORD, DWORD type, const BYTE
     if (!(key->m_dwAccess & KEY_SET_VALUE))
         return ERROR_ACCESS_DENIED;
     const std::string name = valueName ? valueName : "";
-    if (!CppUtil::Platform::CRegFile::IsWritableName(name) || (size && !data))
+    if (name.size() > k_uMaxValueName)
         return ERROR_INVALID_PARAMETER;
+    if (size && !data)
+        return ERROR_NOACCESS;
+    // A text counted without its NUL gets it when the byte after the data is one: the narrow
+    // call does this on Windows, and code relies on it.
+    if (IsText(type) && size && data[size - 1] && !data[size])
+        ++size;
     return CFileRegistry::WriteValue(
         key->m_sFolder, key->m_sName,
         SRegValue{name, type, std::vector<unsigned char>(data, data + size), false});
