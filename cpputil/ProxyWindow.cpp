@@ -110,8 +110,9 @@ CProxyWindow::~CProxyWindow()
     else if (m_hWnd)
     {
         SWaiter tearDown;
+        const std::shared_ptr<SPending> pending = m_poPending;
         if (Queue(boost::bind(&CProxyWindow::TearDown, this), &tearDown))
-            Await(tearDown);
+            Await(tearDown, m_hWnd, pending);
     }
     // What is still queued now went with the window's thread and can never run.
     Release(k_szThreadEnded);
@@ -139,10 +140,11 @@ void CProxyWindow::PostAndWait(const TDelegate& call)
     // Once released, the waiter must not touch this object: its destruction may have been what
     // released it.
     const std::shared_ptr<SPending> pending = m_poPending;
+    const HWND hWnd = m_hWnd;
     SWaiter waiter;
     if (!Queue(call, &waiter))
         ThrowLastError("CppUtil::Thread::CProxyWindow::PostAndWait", __LINE__);
-    if (!Await(waiter))
+    if (!Await(waiter, hWnd, pending))
         Exception::ThrowQlException("The call queued for the window \"" + pending->m_sWindowName +
                                         "\" was dropped: " + waiter.m_szDropped + ".",
                                     "CppUtil::Thread::CProxyWindow::PostAndWait", k_szSource,
@@ -222,10 +224,8 @@ bool CProxyWindow::Queue(const TDelegate& call, SWaiter* waiter)
     return false;
 }
 
-bool CProxyWindow::Await(SWaiter& waiter)
+bool CProxyWindow::Await(SWaiter& waiter, HWND hWnd, const std::shared_ptr<SPending>& pending)
 {
-    const std::shared_ptr<SPending> pending = m_poPending;
-    const HWND hWnd = m_hWnd;
     while (!waiter.m_oDone.Lock(k_dwWindowCheckMs))
     {
         if (::IsWindow(hWnd))

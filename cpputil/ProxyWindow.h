@@ -53,8 +53,9 @@ private:
 
     LRESULT OnExecute(WPARAM wParam, LPARAM lParam);
     bool Queue(const TDelegate& call, SWaiter* waiter);
-    /// False when the call was dropped; the waiter then says why.
-    bool Await(SWaiter& waiter);
+    /// False when the call was dropped; the waiter then says why. Takes the window's handle and
+    /// queue from before the call was queued: once the call has run, this object may be gone.
+    static bool Await(SWaiter& waiter, HWND hWnd, const std::shared_ptr<SPending>& pending);
     /// Drops every call still queued and releases its waiter; later calls are refused.
     void Release(const char* reason);
     void TearDown();
