@@ -72,14 +72,6 @@ protected:
         std::filesystem::remove_all(m_oDir, error);
     }
 
-    std::vector<std::string> LogTexts()
-    {
-        std::vector<std::string> texts;
-        for (const SLogLine& line : m_oRecorder.Lines())
-            texts.push_back(line.m_sText);
-        return texts;
-    }
-
     CLogRecorder m_oRecorder;
     CMessageManager* m_poManager;
     COutput m_oOut;
@@ -138,18 +130,17 @@ TEST_F(BufferedOutFileTest, AFileThatCannotBeOpenedKeepsItsLinesAndIsReportedOnc
     file.AddLine("three");
     EXPECT_FALSE(file.Flush());
     EXPECT_EQ(3u, file.GetPendingCount());
-    std::vector<std::string> logged = LogTexts();
-    ASSERT_EQ(1u, logged.size());
-    EXPECT_NE(std::string::npos, logged[0].find("could not be opened")) << logged[0];
-    EXPECT_NE(std::string::npos, logged[0].find(path.string())) << logged[0];
+    ASSERT_EQ(1u, m_oRecorder.Lines().size());
+    const std::string logged = m_oRecorder.Lines()[0].m_sText;
+    EXPECT_NE(std::string::npos, logged.find("could not be opened")) << logged;
+    EXPECT_NE(std::string::npos, logged.find(path.string())) << logged;
 
     std::filesystem::create_directories(dir);
     file.AddLine("four");
     EXPECT_TRUE(file.Flush());
     EXPECT_EQ((std::vector<std::string>{"one", "two", "three", "four"}), ReadLines(path));
-    logged = LogTexts();
-    ASSERT_EQ(2u, logged.size());
-    EXPECT_NE(std::string::npos, logged[1].find("is written again")) << logged[1];
+    ASSERT_EQ(2u, m_oRecorder.Lines().size());
+    EXPECT_NE(std::string::npos, m_oRecorder.Lines()[1].m_sText.find("is written again"));
 }
 
 TEST_F(BufferedOutFileTest, StartCutsAnUnfinishedLastLineAndKeepsEverythingBefore)
@@ -159,10 +150,7 @@ TEST_F(BufferedOutFileTest, StartCutsAnUnfinishedLastLineAndKeepsEverythingBefor
     std::string text;
     for (int i = 0; i < 500; ++i)
         text += WriterLine(i) + "\n";
-    {
-        std::ofstream out(path, std::ios::binary);
-        out << text << "line 500 aaa";
-    }
+    std::ofstream(path, std::ios::binary) << text << "line 500 aaa";
     {
         CBufferedOutFile file(m_oOut, path.string().c_str());
         file.Start();
@@ -176,10 +164,7 @@ TEST_F(BufferedOutFileTest, StartCutsAnUnfinishedLastLineAndKeepsEverythingBefor
     EXPECT_EQ("after", lines[500]);
 
     // A file of one unfinished line is emptied; a whole file is left alone.
-    {
-        std::ofstream out(path, std::ios::binary);
-        out << "no line end";
-    }
+    std::ofstream(path, std::ios::binary) << "no line end";
     for (int round = 0; round < 2; ++round)
     {
         CBufferedOutFile file(m_oOut, path.string().c_str());
@@ -237,11 +222,6 @@ public:
 #endif
     }
 
-    bool Started() const
-    {
-        return m_bStarted;
-    }
-
     // No clean-up of any kind runs in the writer.
     void Kill()
     {
@@ -256,8 +236,9 @@ public:
 #endif
     }
 
-private:
     bool m_bStarted = false;
+
+private:
 #if defined(_WIN32)
     HANDLE m_hProcess = nullptr;
 #else
@@ -272,7 +253,7 @@ TEST_F(BufferedOutFileTest, AWriterKilledWhileAppendingLeavesOnlyWholeLinesAfter
     for (int round = 0; round < 3; ++round)
     {
         CWriterProcess writer(path);
-        ASSERT_TRUE(writer.Started());
+        ASSERT_TRUE(writer.m_bStarted);
         // Killed a moment after an append has begun, while that append is likely still going.
         const auto size = [&path]
         {

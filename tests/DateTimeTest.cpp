@@ -237,10 +237,7 @@ TEST_F(DateTimeTest, EmptyValuesDisplayTextAndMilliseconds)
     const CDateTime a(Fields(2019, 4, 8, 12, 34, 56, 7));
     const CDateTime b(Fields(2019, 4, 8, 12, 34, 56, 8));
     const CDateTime c(Fields(2019, 4, 8, 12, 34, 57, 7));
-    EXPECT_TRUE(a == b);
-    EXPECT_FALSE(a != b);
-    EXPECT_TRUE(a != c);
-    EXPECT_FALSE(a.IsEmpty());
+    EXPECT_TRUE(a == b && !(a != b) && a != c && !a.IsEmpty());
     // The locale's form differs between systems; the local clock digits are in every one.
     EXPECT_NE(std::string::npos, std::string(a.ToDisplayString()).find("12:34:56"))
         << a.ToDisplayString();
@@ -321,19 +318,10 @@ TEST_F(DateTimeTest, SetLegacyReadsFreeFormUsEnglish)
         {"10/27/2019 1:00", Utc(2019, 10, 27, 1)},
         {"3/10/2019 1:30", Utc(2019, 3, 10, 1, 30)},
         {"11/3/2019 3:00", Utc(2019, 11, 3, 3)},
-    };
-    for (const auto& c : accepted)
-    {
-        CDateTime value;
-        ASSERT_TRUE(value.SetLegacy(c.first)) << c.first;
-        EXPECT_EQ(FromLocal(*m_poZone, c.second), value.GetTime().GetTime()) << c.first;
-    }
-
-    // Where the free-form parsers of the two backends once parted; the answers are the Win32
-    // parser's. A point separates time fields, "-" joins fields with nothing around it, a name
-    // between two short numbers follows the year, two numbers that are no month and day are a
-    // year and a month, and the date stands on one side of the time.
-    const std::pair<const char*, std::int64_t> aligned[] = {
+        // Where the free-form parsers of the two backends once parted; the answers are the Win32
+        // parser's. A point separates time fields, "-" joins fields with nothing around it, a
+        // name between two short numbers follows the year, two numbers that are no month and
+        // day are a year and a month, and the date stands on one side of the time.
         {"3/4/2021 5.06 PM", Utc(2021, 3, 4, 17, 6)},
         {"3/4/2021 5::06 PM", Utc(2021, 3, 4, 17, 6)},
         {"1.2.3 4 5 6", Utc(2006, 4, 5, 1, 2, 3)},
@@ -346,7 +334,7 @@ TEST_F(DateTimeTest, SetLegacyReadsFreeFormUsEnglish)
         {"6/31/12", Utc(2006, 12, 31)},
         {",3/4/2021", Utc(2021, 3, 4)},
     };
-    for (const auto& c : aligned)
+    for (const auto& c : accepted)
     {
         CDateTime value;
         ASSERT_TRUE(value.SetLegacy(c.first)) << c.first;

@@ -57,12 +57,10 @@ TEST(GuiThreadCallerTest, UnhookedCallsRunAtOnceOnTheCallingThread)
             std::vector<DWORD> threads;
             const std::function<void()> record = [&threads]
             { threads.push_back(GetCurrentThreadId()); };
+            // Nothing pumps this thread's queue: a call that were only queued would never run.
             CGuiThreadCaller::Invoke(record);
-            EXPECT_EQ(1u, threads.size());
             CGuiThreadCaller::BeginInvoke(record);
-            EXPECT_EQ(2u, threads.size());
             CGuiThreadCaller::Fire(record);
-            EXPECT_EQ(3u, threads.size());
             EXPECT_EQ(std::vector<DWORD>(3, GetCurrentThreadId()), threads);
             EXPECT_THROW(CGuiThreadCaller::Fire([] { throw std::runtime_error("inline call"); }),
                          std::runtime_error);

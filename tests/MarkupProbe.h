@@ -1,6 +1,6 @@
 // A strict reader for the XML the chart views write: it refuses what an XML parser would
-// (unbalanced or crossed tags, unquoted or repeated attributes, unknown entities, stray '<',
-// bytes outside ASCII, content after the root) and keeps elements, attributes and text.
+// (crossed tags, unquoted or repeated attributes, unknown entities, stray '<', bytes outside
+// ASCII, content after the root) and keeps elements, attributes and text.
 #pragma once
 
 #include <cctype>
@@ -34,8 +34,8 @@ struct SElement
         {
             if (child->HasClass(name))
                 found.push_back(child.get());
-            for (const SElement* below : child->ByClass(name))
-                found.push_back(below);
+            const std::vector<const SElement*> below = child->ByClass(name);
+            found.insert(found.end(), below.begin(), below.end());
         }
         return found;
     }
@@ -56,70 +56,54 @@ public:
     {
         CMarkupProbe probe(text);
         std::unique_ptr<SElement> root = probe.Element();
-        if (probe.m_uAt != text.size())
-            probe.Fail("content after the root element");
+        probe.Check(probe.m_uAt == text.size(), "content after the root element");
         return root;
     }
 
 private:
-    explicit CMarkupProbe(const std::string& text) : m_sText(text), m_uAt(0) {}
-
-    [[noreturn]] void Fail(const std::string& what) const
+    explicit CMarkupProbe(const std::string& text) : m_sText(text) {}
+    void Check(bool ok, const std::string& what) const
     {
-        throw std::runtime_error(what + " at offset " + std::to_string(m_uAt));
+        if (!ok)
+            throw std::runtime_error(what + " at offset " + std::to_string(m_uAt));
     }
     char Peek() const { return m_uAt < m_sText.size() ? m_sText[m_uAt] : '\0'; }
     void Expect(char ch)
     {
-        if (Peek() != ch)
-            Fail(std::string("'") + ch + "' expected");
+        Check(Peek() == ch, std::string("'") + ch + "' expected");
         ++m_uAt;
-    }
-    void SkipSpace()
-    {
-        while (std::isspace(static_cast<unsigned char>(Peek())))
-            ++m_uAt;
     }
     std::string Name()
     {
         const std::size_t start = m_uAt;
         while (std::isalnum(static_cast<unsigned char>(Peek())) || Peek() == '-' || Peek() == ':')
             ++m_uAt;
-        if (m_uAt == start)
-            Fail("name expected");
+        Check(m_uAt != start, "name expected");
         return m_sText.substr(start, m_uAt - start);
     }
     // Characters up to the stop character, entities resolved (references below 256 as a byte).
     std::string Chars(char stop)
     {
-        static const std::map<std::string, std::string> named = {
-            {"amp", "&"}, {"lt", "<"}, {"gt", ">"}, {"quot", "\""}, {"apos", "'"}};
+        static const std::map<std::string, char> named = {
+            {"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"quot", '"'}, {"apos", '\''}};
         std::string text;
-        for (char ch = Peek(); ch != stop; ch = Peek())
+        for (unsigned char ch; (ch = static_cast<unsigned char>(Peek())) != stop;)
         {
-            const unsigned char byte = static_cast<unsigned char>(ch);
-            if (ch == '\0' || ch == '<' || byte >= 0x80 || (byte < 0x20 && !std::isspace(byte)))
-                Fail("bad character");
+            Check(ch != '\0' && ch != '<' && ch < 0x80 && (ch >= 0x20 || std::isspace(ch)),
+                  "bad character");
             if (ch != '&')
             {
-                text += ch;
+                text += static_cast<char>(ch);
                 ++m_uAt;
                 continue;
             }
             const std::size_t end = m_sText.find(';', m_uAt);
             const std::string entity =
                 end == std::string::npos ? "" : m_sText.substr(m_uAt + 1, end - m_uAt - 1);
-            if (named.count(entity))
-                text += named.at(entity);
-            else if (entity.size() > 1 && entity[0] == '#' && entity.size() < 8)
-            {
-                const unsigned long code = std::stoul(entity.substr(1));
-                if (code == 0 || code > 0x10FFFF)
-                    Fail("bad character reference");
-                text += code < 256 ? static_cast<char>(code) : '?';
-            }
-            else
-                Fail("bad entity");
+            const bool numeric = entity.size() > 1 && entity.size() < 8 && entity[0] == '#';
+            const unsigned long code = numeric ? std::stoul(entity.substr(1)) : 0;
+            Check(named.count(entity) || (code > 0 && code <= 0x10FFFF), "bad entity");
+            text += named.count(entity) ? named.at(entity) : code < 256 ? char(code) : '?';
             m_uAt = end + 1;
         }
         return text;
@@ -129,27 +113,26 @@ private:
         Expect('<');
         auto element = std::make_unique<SElement>();
         element->m_sName = Name();
-        for (SkipSpace(); Peek() != '>'; SkipSpace())
+        for (; Peek() != '>'; ++m_uAt)
         {
-            if (Peek() == '/')
+            while (std::isspace(static_cast<unsigned char>(Peek())))
+                ++m_uAt;
+            if (Peek() == '/' && ++m_uAt)
             {
-                Expect('/');
                 Expect('>');
                 return element;
             }
+            if (Peek() == '>')
+                break;
             const std::string name = Name();
             Expect('=');
             const char quote = Peek();
-            if (quote != '"' && quote != '\'')
-                Fail("quoted value expected");
+            Check(quote == '"' || quote == '\'', "quoted value expected");
             ++m_uAt;
-            const std::string value = Chars(quote);
-            ++m_uAt;
-            if (!element->m_oAttributes.emplace(name, value).second)
-                Fail("repeated attribute " + name);
+            Check(element->m_oAttributes.emplace(name, Chars(quote)).second,
+                  "repeated attribute " + name);
         }
-        ++m_uAt;
-        for (;;)
+        for (++m_uAt;;)
         {
             element->m_sText += Chars('<');
             if (m_sText.compare(m_uAt, 2, "</") != 0)
@@ -158,13 +141,12 @@ private:
                 continue;
             }
             m_uAt += 2;
-            if (Name() != element->m_sName)
-                Fail("crossed tags in <" + element->m_sName + ">");
+            Check(Name() == element->m_sName, "crossed tags in <" + element->m_sName + ">");
             Expect('>');
             return element;
         }
     }
 
     const std::string& m_sText;
-    std::size_t m_uAt;
+    std::size_t m_uAt = 0;
 };

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -162,13 +163,59 @@ protected:
     Text::COutput m_oOut;
 };
 
+#if !defined(_WIN32)
+// Holds every free descriptor below FD_SETSIZE (raising the soft limit when it is lower), so that
+// the next socket gets one at or above it.
+class CDescriptorHog
+{
+public:
+    CDescriptorHog()
+    {
+        ::getrlimit(RLIMIT_NOFILE, &m_oLimit);
+        const rlim_t wanted = FD_SETSIZE + 16;
+        if (m_oLimit.rlim_cur < wanted)
+        {
+            rlimit raised = m_oLimit;
+            raised.rlim_cur = wanted;
+            if (m_oLimit.rlim_max != RLIM_INFINITY && m_oLimit.rlim_max < wanted)
+                raised.rlim_cur = m_oLimit.rlim_max;
+            ::setrlimit(RLIMIT_NOFILE, &raised);
+        }
+        int fd;
+        while ((fd = ::open("/dev/null", O_RDONLY)) >= 0 && fd < FD_SETSIZE)
+            m_oHeld.push_back(fd);
+        if (fd >= 0)
+            ::close(fd);
+        m_iNext = fd;
+    }
+    ~CDescriptorHog()
+    {
+        for (int fd : m_oHeld)
+            ::close(fd);
+        ::setrlimit(RLIMIT_NOFILE, &m_oLimit);
+    }
+    // The lowest free descriptor, or -1 when the limit stops below FD_SETSIZE.
+    int m_iNext;
+
+private:
+    rlimit m_oLimit;
+    std::vector<int> m_oHeld;
+};
+#endif
+
 } // namespace
 
 TEST_F(NtpClientTest, AppliesTheServersOffset)
 {
-    for (double offset : {3.25, -0.5, 0.0, -2.75})
+    for (double offset : {3.25, -0.5, 0.0, -2.75, 1.5})
     {
         SCOPED_TRACE(offset);
+#if !defined(_WIN32)
+        // Last, with the sockets beyond FD_SETSIZE (Winsock's fd_set lists sockets, not values).
+        std::unique_ptr<CDescriptorHog> hog(offset == 1.5 ? new CDescriptorHog : nullptr);
+        if (hog && hog->m_iNext < 0)
+            GTEST_SKIP() << "cannot open " << FD_SETSIZE << " files";
+#endif
         CScriptedServer server(CScriptedServer::Offset, offset);
         CNtpClient client(m_oOut);
         const std::int64_t before = SystemMilliseconds();
@@ -237,67 +284,6 @@ TEST_F(NtpClientTest, FailuresAreLoggedAndGiveAnEmptyTime)
     EXPECT_EQ(0u, LastLog().find("Time Server Inaccessible: Could not connect to server "
                                  "no.such.host.invalid on port 123. "))
         << LastLog();
-}
-
-#if !defined(_WIN32)
-// Holds every free descriptor below FD_SETSIZE (raising the soft limit when it is lower), so that
-// the next socket gets one at or above it.
-class CDescriptorHog
-{
-public:
-    CDescriptorHog()
-    {
-        ::getrlimit(RLIMIT_NOFILE, &m_oLimit);
-        const rlim_t wanted = FD_SETSIZE + 16;
-        if (m_oLimit.rlim_cur < wanted)
-        {
-            rlimit raised = m_oLimit;
-            raised.rlim_cur = wanted;
-            if (m_oLimit.rlim_max != RLIM_INFINITY && m_oLimit.rlim_max < wanted)
-                raised.rlim_cur = m_oLimit.rlim_max;
-            ::setrlimit(RLIMIT_NOFILE, &raised);
-        }
-        int fd;
-        while ((fd = ::open("/dev/null", O_RDONLY)) >= 0 && fd < FD_SETSIZE)
-            m_oHeld.push_back(fd);
-        if (fd >= 0)
-            ::close(fd);
-        m_iNext = fd;
-    }
-    ~CDescriptorHog()
-    {
-        for (int fd : m_oHeld)
-            ::close(fd);
-        ::setrlimit(RLIMIT_NOFILE, &m_oLimit);
-    }
-    // The lowest free descriptor, or -1 when the limit stops below FD_SETSIZE.
-    int m_iNext;
-
-private:
-    rlimit m_oLimit;
-    std::vector<int> m_oHeld;
-};
-#endif
-
-TEST_F(NtpClientTest, WorksWhenItsSocketIsBeyondFdSetSize)
-{
-#if defined(_WIN32)
-    GTEST_SKIP() << "Winsock's fd_set lists up to FD_SETSIZE sockets, whatever their values";
-#else
-    CDescriptorHog hog;
-    if (hog.m_iNext < 0)
-        GTEST_SKIP() << "cannot open " << FD_SETSIZE << " files";
-    // The server's socket takes the first descriptor beyond the set, the client's the next.
-    CScriptedServer server(CScriptedServer::Offset, 1.5);
-    CNtpClient client(m_oOut);
-    const std::int64_t before = SystemMilliseconds();
-    const ATL::CTime result = client.GetServerTime("127.0.0.1", server.m_uPort);
-    const std::int64_t after = SystemMilliseconds();
-    server.Join();
-    EXPECT_TRUE(m_oRecorder.Lines().empty()) << LastLog();
-    EXPECT_GE(UtcDigitsOf(result), (before + 1500 - 5) / 1000);
-    EXPECT_LE(UtcDigitsOf(result), (after + 1500) / 1000);
-#endif
 }
 
 // chronyd serves the system clock, so its time is the client's own.

@@ -48,9 +48,6 @@ TEST(QlExceptionTest, ThrowCarriesMessageAndPlace)
         EXPECT_EQ(CString("CppUtil::Demo::Save"), ql->GetFunction());
         EXPECT_EQ(CString("CppUtil.Demo"), ql->GetFile());
         EXPECT_EQ(321u, ql->GetLine());
-        CQlException copy(*ql);
-        EXPECT_STREQ(ql->what(), copy.what());
-        EXPECT_EQ(ql->GetFunction(), copy.GetFunction());
         return;
     }
     FAIL() << "ThrowQlException returned";
@@ -92,10 +89,8 @@ TEST(QlExceptionTest, DescriptionsComeFromTheTable)
                  Translate(0xC00000FD, 0, 1, 0x1234).what());
     EXPECT_STREQ("Win32 Exception 0xE0000001 at address 0x0000ABCD.\n\n<No Description>",
                  Translate(0xE0000001, 0xABCD).what());
-}
 
-TEST(QlExceptionTest, ThreadNamingExceptionPassesThrough)
-{
+    // The debugger's thread-naming exception passes through.
     EXCEPTION_RECORD record = {};
     record.ExceptionCode = 0x406D1388;
     EXCEPTION_POINTERS pointers = {&record, nullptr};

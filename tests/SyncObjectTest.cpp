@@ -40,67 +40,46 @@ bool FreeForOthers(CCriticalSection& section)
 
 } // namespace
 
-TEST(SyncObjectTest, AutoResetEventLetsOneWaiterThroughPerSet)
+TEST(SyncObjectTest, AutoResetLetsOneWaiterThroughPerSetAndManualResetAllUntilReset)
 {
-    CEvent event;
-    EXPECT_FALSE(event.Lock(0));
-    EXPECT_TRUE(event.SetEvent());
-    EXPECT_TRUE(event.Lock(0));
-    EXPECT_FALSE(event.Lock(0));
-
     CEvent initiallySet(TRUE);
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(initiallySet, 0));
     EXPECT_FALSE(initiallySet.Lock(0));
-
-    std::atomic<int> released(0);
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 2; ++i)
+    for (const BOOL manual : {FALSE, TRUE})
     {
-        waiters.emplace_back(
-            [&]
-            {
-                if (event.Lock(20000))
-                    ++released;
-            });
+        SCOPED_TRACE(manual);
+        CEvent event(FALSE, manual);
+        const steady_clock::time_point start = steady_clock::now();
+        EXPECT_FALSE(event.Lock(100));
+        EXPECT_GE(steady_clock::now() - start, milliseconds(90));
+        EXPECT_TRUE(event.SetEvent());
+        EXPECT_TRUE(event.Lock(0));
+        EXPECT_EQ(manual != FALSE, event.Lock(0) != FALSE);
+        EXPECT_TRUE(event.ResetEvent());
+        EXPECT_FALSE(event.Lock(0));
+
+        std::atomic<int> released(0);
+        std::vector<std::thread> waiters;
+        for (int i = 0; i < 3; ++i)
+            waiters.emplace_back(
+                [&]
+                {
+                    if (event.Lock(20000))
+                        ++released;
+                });
+        event.SetEvent();
+        EXPECT_TRUE(Reaches(released, manual ? 3 : 1));
+        Sleep(100);
+        EXPECT_EQ(manual ? 3 : 1, released);
+        for (int set = 2; set <= 3 && !manual; ++set)
+        {
+            event.SetEvent();
+            EXPECT_TRUE(Reaches(released, set));
+        }
+        for (std::thread& waiter : waiters)
+            waiter.join();
+        EXPECT_EQ(3, released);
     }
-    event.SetEvent();
-    ASSERT_TRUE(Reaches(released, 1));
-    Sleep(100);
-    EXPECT_EQ(1, released);
-    event.SetEvent();
-    for (std::thread& waiter : waiters)
-        waiter.join();
-    EXPECT_EQ(2, released);
-}
-
-TEST(SyncObjectTest, ManualResetEventStaysSetUntilReset)
-{
-    CEvent event(FALSE, TRUE);
-    const steady_clock::time_point start = steady_clock::now();
-    EXPECT_FALSE(event.Lock(100));
-    EXPECT_GE(steady_clock::now() - start, milliseconds(90));
-
-    EXPECT_TRUE(event.SetEvent());
-    EXPECT_TRUE(event.Lock(0));
-    EXPECT_TRUE(event.Lock(0));
-    EXPECT_TRUE(event.ResetEvent());
-    EXPECT_FALSE(event.Lock(0));
-
-    std::atomic<int> released(0);
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 3; ++i)
-    {
-        waiters.emplace_back(
-            [&]
-            {
-                if (event.Lock(20000))
-                    ++released;
-            });
-    }
-    event.SetEvent();
-    for (std::thread& waiter : waiters)
-        waiter.join();
-    EXPECT_EQ(3, released);
 }
 
 TEST(SyncObjectTest, CriticalSectionIsRecursiveAndExclusive)

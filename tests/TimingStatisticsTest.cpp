@@ -33,16 +33,11 @@ void TwoPass(const std::vector<double>& samples, double& mean, double& deviation
 
 } // namespace
 
-TEST(RunningStdDeviationTest, MatchesTheTwoPassPopulationFigures)
+TEST(MetricsTest, DeviationMatchesTheTwoPassFiguresAndTheCountIsOffsetByOne)
 {
-    CRunningStdDeviation running;
-    running.Calculate(7.5);
-    EXPECT_EQ(7.5, running.GetMean());
-    EXPECT_EQ(0, running.GetStandardDeviation());
-
     // Large values close together: a sum of squares would lose them.
+    CRunningStdDeviation running;
     std::vector<double> samples;
-    running.Reset();
     for (int i = 0; i < 1000; ++i)
     {
         samples.push_back(1e9 + (i * 37 % 101) * 0.25);
@@ -53,17 +48,13 @@ TEST(RunningStdDeviationTest, MatchesTheTwoPassPopulationFigures)
     EXPECT_NEAR(mean, running.GetMean(), 1e-6);
     EXPECT_NEAR(deviation, running.GetStandardDeviation(), 1e-6);
     EXPECT_EQ(1000, running.GetCount());
-}
 
-TEST(MetricsTest, KeepsMinimumMaximumTotalMeanAndTheCountOffset)
-{
     CMetrics<__int64> metrics;
     EXPECT_EQ(1u, metrics.GetIterationCount());
     EXPECT_EQ(0, metrics.GetMeanDelta());
-    const std::vector<double> samples = {5, -3, 10, 4};
+    samples = {5, -3, 10, 4};
     for (double x : samples)
         metrics.UpdateDelta(static_cast<__int64>(x));
-    double mean = 0, deviation = 0;
     TwoPass(samples, mean, deviation);
     EXPECT_EQ(4, metrics.GetDelta());
     EXPECT_EQ(-3, metrics.GetMinDelta());
@@ -73,13 +64,14 @@ TEST(MetricsTest, KeepsMinimumMaximumTotalMeanAndTheCountOffset)
     EXPECT_DOUBLE_EQ(deviation, metrics.GetStandardDeviation());
     EXPECT_EQ(5u, metrics.GetIterationCount());
 
+    // A reset starts over: one sample is its own minimum, maximum and mean, with no deviation.
     metrics.ResetStats();
     EXPECT_EQ(1u, metrics.GetIterationCount());
-    EXPECT_EQ(0, metrics.GetStandardDeviation());
     metrics.UpdateDelta(8);
     EXPECT_EQ(8, metrics.GetMinDelta());
     EXPECT_EQ(8, metrics.GetMaxDelta());
     EXPECT_EQ(8, metrics.GetMeanDelta());
+    EXPECT_EQ(0, metrics.GetStandardDeviation());
 }
 
 TEST(PerformanceTimerTest, MeasuresMicroseconds)

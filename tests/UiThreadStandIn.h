@@ -2,7 +2,8 @@
 // output window reaches the writer once the test pumps messages.
 #pragma once
 
-#include <cpputil/CppUtil.Thread.MessageLoop.h>
+#include "TimerProbe.h"
+
 #include <cpputil/GuiThreadCaller.h>
 #include <cpputil/InterThreadCaller.h>
 
@@ -21,14 +22,7 @@ public:
     static bool PumpUntil(const std::function<bool()>& done,
                           std::chrono::seconds limit = std::chrono::seconds(30))
     {
-        const auto deadline = std::chrono::steady_clock::now() + limit;
-        while (!done())
-        {
-            if (std::chrono::steady_clock::now() >= deadline)
-                return false;
-            CppUtil::Thread::PumpMessages(10);
-        }
-        return true;
+        return ::PumpUntil(done, static_cast<unsigned int>(limit.count() * 1000));
     }
 
 private:
