@@ -6,6 +6,7 @@
 #include <cpputil/CppUtil.DateTime.h>
 #include <cpputil/Platform/COleDateTime.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -262,13 +263,21 @@ TEST_F(DateTimeTest, EmptyValuesDisplayTextAndMilliseconds)
 TEST_F(DateTimeTest, FactoriesStampTheCurrentMoment)
 {
     const std::string suffix = NowSuffix(*m_poZone);
-    const std::int64_t before = static_cast<std::int64_t>(std::time(nullptr));
+    // The system clock's fine reading: std::time may read a coarse clock that lags the one the
+    // stamps are read from by a tick, across a second's boundary.
+    const auto seconds = []
+    {
+        return static_cast<std::int64_t>(std::chrono::duration_cast<std::chrono::seconds>(
+                                             std::chrono::system_clock::now().time_since_epoch())
+                                             .count());
+    };
+    const std::int64_t before = seconds();
     const CString stamp = CDateTime::GetNowDateTimeStamp();
     const CDateTime now = CDateTime::Now();
     SYSTEMTIME utc;
     ::GetSystemTime(&utc);
     const CString blackBox = CDateTime::GetNowDateBlackBoxTimeStamp();
-    const std::int64_t after = static_cast<std::int64_t>(std::time(nullptr));
+    const std::int64_t after = seconds();
 
     CDateTime parsed;
     ASSERT_TRUE(parsed.Set(stamp, false)) << stamp;
