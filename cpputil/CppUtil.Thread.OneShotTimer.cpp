@@ -4,8 +4,6 @@
 #include "Platform/SystemError.h"
 #include "Platform/WinTypes.h"
 
-#include <algorithm>
-
 namespace CppUtil
 {
 namespace Thread
@@ -15,9 +13,6 @@ namespace
 {
 
 const char* const k_szSource = "CppUtil.Thread.OneShotTimer";
-// How early a tick may come, measured by our clock, and still be the armed one: the system's
-// timers count in its own coarser ticks.
-const std::chrono::milliseconds k_oTickTolerance(20);
 
 } // namespace
 
@@ -47,9 +42,10 @@ void COneShotTimer::Trigger(unsigned long ulMilliseconds)
 {
     // Not stopped first: the same id on the same window replaces the running timer, which is
     // what postpones the call.
-    const TClock::duration delay = std::chrono::milliseconds(ulMilliseconds);
-    m_oEarliest = TClock::now() + delay - std::min<TClock::duration>(k_oTickTolerance, delay / 2);
+    const bool bRunning = m_uTimerId != 0;
     m_uTimerId = SetTimer(k_iTimerEventId, static_cast<UINT>(ulMilliseconds), nullptr);
+    if (bRunning)
+        m_oStaleTicks.Ended(*this);
     if (m_uTimerId == 0)
         Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()),
                                     "CppUtil::Thread::COneShotTimer::Trigger", k_szSource, 61);
@@ -61,6 +57,7 @@ void COneShotTimer::StopTimer()
         return;
     KillTimer(m_uTimerId);
     m_uTimerId = 0;
+    m_oStaleTicks.Ended(*this);
 }
 
 void COneShotTimer::Destroy()
@@ -72,6 +69,8 @@ LRESULT COneShotTimer::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 {
     if (message == WM_DESTROY_ONE_SHOT_TIMER)
         return OnDestroyOneShot(wParam, lParam);
+    if (m_oStaleTicks.TakeMark(message))
+        return 0;
     return CWnd::WindowProc(message, wParam, lParam);
 }
 
@@ -96,9 +95,8 @@ void COneShotTimer::OnTimer(UINT_PTR nIDEvent)
         CWnd::OnTimer(nIDEvent);
         return;
     }
-    // The system does not take back a WM_TIMER already posted when the timer is killed or set
-    // again: such a tick comes from an arming that no longer holds.
-    if (m_uTimerId == 0 || TClock::now() < m_oEarliest)
+    // A tick posted before StopTimer or before the latest Trigger is not the armed timer's.
+    if (m_uTimerId == 0 || m_oStaleTicks.IsStale())
         return;
     // Off before the call, so that the delegate may trigger again.
     StopTimer();

@@ -5,10 +5,9 @@
 #include "CppUtil.Api.h"
 #include "Platform/CString.h"
 #include "Platform/CWnd.h"
+#include "StaleTickFilter.h"
 
 #include <boost/function.hpp>
-
-#include <chrono>
 
 namespace CppUtil
 {
@@ -52,12 +51,9 @@ private:
     void OnTimer(UINT_PTR nIDEvent) override;
     LRESULT OnDestroyOneShot(WPARAM wParam, LPARAM lParam);
 
-    typedef std::chrono::steady_clock TClock;
-
     boost::function<void()> m_fnDelegate;
     UINT_PTR m_uTimerId;
-    /// The first moment a tick counts as the latest Trigger's own.
-    TClock::time_point m_oEarliest;
+    CStaleTickFilter m_oStaleTicks;
 };
 
 } // namespace Thread

@@ -60,6 +60,7 @@ void CTimerWindow::StopTimer()
         return;
     KillTimer(m_uTimerId);
     m_uTimerId = 0;
+    m_oStaleTicks.Ended(*this);
 }
 
 CTimerWindow::CTimerWindow(boost::function<void()> fnDelegate, int iInterval)
@@ -79,12 +80,22 @@ void CTimerWindow::OnCreate(boost::shared_ptr<CTimerWindow>& poResult,
     poResult.reset(new CTimerWindow(fnDelegate, iInterval));
 }
 
+LRESULT CTimerWindow::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
+{
+    if (m_oStaleTicks.TakeMark(message))
+        return 0;
+    return CWnd::WindowProc(message, wParam, lParam);
+}
+
 void CTimerWindow::OnTimer(UINT_PTR nIDEvent)
 {
     CWnd::OnTimer(nIDEvent);
-    // A tick the system posted before StopTimer still arrives; it is not ours any more.
-    if (nIDEvent == static_cast<UINT_PTR>(k_iTimerEvent) && m_uTimerId != 0 && m_fnDelegate)
+    // A tick posted before StopTimer still arrives, also after the timer has started again.
+    if (nIDEvent == static_cast<UINT_PTR>(k_iTimerEvent) && m_uTimerId != 0 &&
+        !m_oStaleTicks.IsStale() && m_fnDelegate)
+    {
         m_fnDelegate();
+    }
 }
 
 } // namespace Thread

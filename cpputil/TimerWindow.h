@@ -4,6 +4,7 @@
 
 #include "CppUtil.Api.h"
 #include "Platform/CWnd.h"
+#include "StaleTickFilter.h"
 
 #include <boost/function.hpp>
 #include <boost/shared_ptr.hpp>
@@ -40,11 +41,13 @@ private:
     CTimerWindow(boost::function<void()> fnDelegate, int iInterval);
     static void OnCreate(boost::shared_ptr<CTimerWindow>& poResult,
                          boost::function<void()> fnDelegate, int iInterval);
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
     void OnTimer(UINT_PTR nIDEvent) override;
 
     boost::function<void()> m_fnDelegate;
     int m_iInterval;
     UINT_PTR m_uTimerId;
+    CStaleTickFilter m_oStaleTicks;
 };
 
 } // namespace Thread

@@ -139,29 +139,30 @@ TEST(OneShotTimerTest, StoppedOrDestroyedBeforeItFiresNeverCallsFromAnyThread)
         });
 }
 
-TEST(OneShotTimerTest, TickOfAnArmingThatNoLongerHoldsIsIgnored)
+TEST(OneShotTimerTest, TickPostedBeforeStopOrRetriggerIsIgnored)
 {
     OnFreshThread(
         []
         {
             STimerProbe probe;
             CTestTimer timer(probe.Delegate(), "");
-            // Windows leaves a WM_TIMER it has already posted in the queue when the timer is
-            // killed or set again; the message stands for such a tick.
-            timer.Trigger(50);
+            // The timer falls due while the thread is busy, so its WM_TIMER may wait in the queue
+            // when the timer is stopped.
+            timer.Trigger(20);
+            Sleep(100);
             timer.StopTimer();
-            timer.PostMessage(WM_TIMER, COneShotTimer::k_iTimerEventId);
             PumpMessages(200);
             EXPECT_EQ(0, probe.m_iCount.load());
 
-            // A new Trigger postpones the call: the old tick must not bring it forward.
-            const steady_clock::time_point armed = steady_clock::now();
-            timer.Trigger(1000);
-            timer.PostMessage(WM_TIMER, COneShotTimer::k_iTimerEventId);
-            PumpMessages(200);
-            EXPECT_EQ(0, probe.m_iCount.load());
+            // Nor may such a tick bring a later Trigger forward, however close to its delay the
+            // thread stays busy.
+            timer.Trigger(20);
+            Sleep(100);
+            const steady_clock::time_point rearmed = steady_clock::now();
+            timer.Trigger(200);
+            Sleep(185);
             ASSERT_TRUE(PumpUntil([&] { return probe.m_iCount == 1; }, 30000));
-            EXPECT_GE(probe.m_oTimes[0] - armed, milliseconds(900));
+            EXPECT_GE(probe.m_oTimes[0] - rearmed, milliseconds(190));
             PumpMessages(200);
             EXPECT_EQ(1, probe.m_iCount.load());
         });

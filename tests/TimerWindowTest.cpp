@@ -44,14 +44,21 @@ TEST(TimerWindowTest, TicksOnlyBetweenStartAndStop)
 
             window->StopTimer();
             window->StopTimer();
-            // Not even a tick the system posted before the stop, which Windows leaves queued.
             const int stoppedAt = ticks.m_iCount.load();
-            PostMessage(hWnd, WM_TIMER, CTimerWindow::k_iTimerEvent, 0);
             PumpMessages(300);
             EXPECT_EQ(stoppedAt, ticks.m_iCount.load());
 
             window->StartTimer();
             EXPECT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > stoppedAt; }, 10000));
+
+            // A tick posted while the thread was busy, before a stop, is not the next timer's.
+            Sleep(150);
+            window->StopTimer();
+            const steady_clock::time_point restarted = steady_clock::now();
+            window->StartTimer();
+            const int restartedAt = ticks.m_iCount.load();
+            ASSERT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > restartedAt; }, 10000));
+            EXPECT_GE(ticks.m_oTimes[restartedAt] - restarted, milliseconds(40));
 
             window.reset();
             EXPECT_FALSE(IsWindow(hWnd));
