@@ -340,7 +340,8 @@ CString CGraph::RenderSvg()
                          Markup::Escape(yUnits).GetString());
 
     // Each series thinned by its sample period; its last visible point always ends the line. A
-    // point that cannot be placed (NaN, infinity) breaks the line into separate polylines.
+    // point that cannot be placed (NaN, infinity) breaks the line into separate polylines, also
+    // when thinning steps over it: a gap must not be bridged by a straight line.
     for (const std::shared_ptr<CDataSeries>& series : m_oSeries)
     {
         const CDataSeries::TData& data = series->GraphData();
@@ -350,34 +351,37 @@ CString CGraph::RenderSvg()
         const std::size_t last = std::min<std::size_t>(range.second, data.size() - 1);
         const std::size_t period = series->GetSamplePeriod();
         bool open = false;
-        const auto draw = [&](const CDatum& datum)
+        const auto endLine = [&]
         {
-            if (!datum.IsFinite())
-            {
-                if (open)
-                    svg += "\"/>";
-                open = false;
-                return;
-            }
-            if (!open)
-                svg.AppendFormat(
-                    "<polyline class=\"series\" data-name=\"%s\" fill=\"none\" stroke=\"%s\" "
-                    "clip-path=\"url(#plot)\" points=\"",
-                    Markup::Escape(series->GetName()).GetString(),
-                    Markup::ToHex(Gdiplus::Color(series->GetColor().m_uLine)).GetString());
-            open = true;
-            svg.AppendFormat("%.1f,%.1f ", ToPixelX(datum.m_dX), ToPixelY(datum.m_dY));
+            if (open)
+                svg += "\"/>";
+            open = false;
         };
-        std::size_t drawn = last;
-        for (std::size_t index = range.first; index <= last; index += period)
+        for (std::size_t index = range.first; index <= last;)
         {
-            draw(data[index]);
-            drawn = index;
+            const CDatum& datum = data[index];
+            if (!datum.IsFinite())
+                endLine();
+            else
+            {
+                if (!open)
+                    svg.AppendFormat(
+                        "<polyline class=\"series\" data-name=\"%s\" fill=\"none\" "
+                        "stroke=\"%s\" clip-path=\"url(#plot)\" points=\"",
+                        Markup::Escape(series->GetName()).GetString(),
+                        Markup::ToHex(Gdiplus::Color(series->GetColor().m_uLine)).GetString());
+                open = true;
+                svg.AppendFormat("%.1f,%.1f ", ToPixelX(datum.m_dX), ToPixelY(datum.m_dY));
+            }
+            if (index == last)
+                break;
+            const std::size_t next = std::min(index + period, last);
+            if (std::any_of(data.begin() + index + 1, data.begin() + next,
+                            [](const CDatum& skipped) { return !skipped.IsFinite(); }))
+                endLine();
+            index = next;
         }
-        if (drawn != last)
-            draw(data[last]);
-        if (open)
-            svg += "\"/>";
+        endLine();
     }
 
     for (const std::shared_ptr<CEventMarker>& marker : m_oVisibleEventMarkers)

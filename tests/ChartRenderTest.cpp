@@ -216,3 +216,17 @@ TEST_F(ChartRenderTest, NaNAndInfinitiesAreGapsThatLeaveTheAxesAlone)
         EXPECT_EQ((std::vector<std::size_t>{4, 2, 3}), holes);
     }
 }
+
+TEST_F(ChartRenderTest, GapsBetweenThinnedSamplesStillBreakTheLine)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    m_oChart.AddCategory("Signal", CCategory::CHARTABLE);
+    // 20,000 points thin to every 10th; a run of 3 NaNs every 1000 points falls mostly between
+    // the samples.
+    for (int i = 0; i < 20000; ++i)
+        m_oChart.AddData("Signal", i, i % 1000 >= 503 && i % 1000 < 506 ? nan : i % 1000);
+    m_oChart.Position(CRect(0, 0, 1000, 600));
+    const std::unique_ptr<SElement> svg =
+        CMarkupProbe::Parse(m_oChart.GetGraph().RenderSvg().Str());
+    EXPECT_EQ(21u, svg->ByClass("series").size());
+}
