@@ -31,6 +31,21 @@ const int k_iMostMarkers = 52;
 const Gdiplus::ARGB k_auSeriesColors[] = {0xFF1F5FBFu, 0xFFBF5F1Fu, 0xFF2F9F2Fu, 0xFF9F2F9Fu,
                                           0xFF2F9F9Fu, 0xFF9F9F2Fu, 0xFF5F5F5Fu, 0xFFBF1F5Fu};
 
+// A point further outside the plot than this many plot sizes is drawn at that distance: the line
+// towards it shows no difference, and the coordinate stays a number a renderer can take.
+const double k_dMostPlotsAway = 1e6;
+
+// Where value lies across the extents, 0 at the minimum and 1 at the maximum. Finite ends further
+// apart than the largest double are halved first, which keeps the fraction a number.
+double Fraction(const CAxis::CExtents& extents, double value)
+{
+    double fraction = (value - extents.m_dMinimum) / extents.Width();
+    if (!std::isfinite(fraction))
+        fraction = (value / 2.0 - extents.m_dMinimum / 2.0) /
+                   (extents.m_dMaximum / 2.0 - extents.m_dMinimum / 2.0);
+    return std::max(-k_dMostPlotsAway, std::min(k_dMostPlotsAway, fraction));
+}
+
 char MarkerLetter(int index)
 {
     return static_cast<char>(index < 26 ? 'A' + index : 'a' + (index - 26));
@@ -173,7 +188,7 @@ double CGraph::ToPixelX(double x) const
     const CAxis::CExtents extents = m_oXAxis.GetCurrentExtents();
     if (!(extents.Width() > 0.0))
         return plot.X + plot.Width / 2.0;
-    return plot.X + (x - extents.m_dMinimum) / extents.Width() * plot.Width;
+    return plot.X + Fraction(extents, x) * plot.Width;
 }
 
 double CGraph::ToPixelY(double y) const
@@ -182,7 +197,7 @@ double CGraph::ToPixelY(double y) const
     const CAxis::CExtents extents = m_oYAxis.GetCurrentExtents();
     if (!(extents.Width() > 0.0))
         return plot.Y + plot.Height / 2.0;
-    return plot.GetBottom() - (y - extents.m_dMinimum) / extents.Width() * plot.Height;
+    return plot.GetBottom() - Fraction(extents, y) * plot.Height;
 }
 
 void CGraph::LayoutEventMarkers()
@@ -230,8 +245,11 @@ bool CGraph::OnLeftClick(int x, int y)
     UpdateExtents();
     SyncVisibleRanges();
     const CAxis::CExtents extents = m_oXAxis.GetCurrentExtents();
-    const double value =
-        extents.m_dMinimum + (x - plot.X) / static_cast<double>(plot.Width) * extents.Width();
+    const double across = (x - plot.X) / static_cast<double>(plot.Width);
+    double value = extents.m_dMinimum + across * extents.Width();
+    if (!std::isfinite(value))
+        value = 2.0 * (extents.m_dMinimum / 2.0 +
+                       across * (extents.m_dMaximum / 2.0 - extents.m_dMinimum / 2.0));
 
     std::shared_ptr<CDataSeries> nearest;
     CDatum nearestDatum;
