@@ -27,6 +27,24 @@ CAxis::TUnitScales MakeTimeScale()
 // and a double no longer tells neighbouring ticks apart anyway.
 const double k_dMostTickIndex = 1e15;
 
+// A linear scale applied to the width of extents. Two finite ends can lie further apart than the
+// largest double; then the halves of the ends are scaled, so that a scale below one gives a
+// finite result where the width itself would be infinite.
+template <typename TScale>
+double ScaledWidth(const CAxis::CExtents& extents, TScale scale)
+{
+    const double width = extents.Width();
+    if (std::isfinite(width))
+        return scale(width);
+    return 2.0 * (scale(extents.m_dMaximum / 2.0) - scale(extents.m_dMinimum / 2.0));
+}
+
+double ClampToFinite(double value)
+{
+    return std::max(-std::numeric_limits<double>::max(),
+                    std::min(std::numeric_limits<double>::max(), value));
+}
+
 } // namespace
 
 const CAxis::TUnitScales CAxis::TIME_SCALE = MakeTimeScale();
@@ -88,16 +106,16 @@ std::vector<CTick> CAxis::GetTicks()
 
     ComputeScaledCurrentExtents();
     const CExtents range = IsIntegralUnitMode() ? m_oCurrentExtents : m_oScaledCurrentExtents;
-    const double width = range.Width();
 
     double bestError = std::numeric_limits<double>::max();
     double bestSpacing = 0.0;
-    if (width > 0.0 && std::isfinite(width))
+    if (range.m_dMinimum < range.m_dMaximum && std::isfinite(range.m_dMinimum) &&
+        std::isfinite(range.m_dMaximum))
     {
         for (unsigned int n = std::max(2u, m_oTickCountRange.first); n <= m_oTickCountRange.second;
              ++n)
         {
-            const double wanted = width / (n - 1);
+            const double wanted = ScaledWidth(range, [n](double width) { return width / (n - 1); });
             const double scaler = ComputeGridMultScaler(wanted);
             const double spacing = ComputeOptimalTickSpacingForGridMultScaler(wanted, scaler);
             const double error = std::fabs(wanted - spacing);
@@ -164,18 +182,19 @@ bool CAxis::Zoom(double anchor, bool zoomIn, double amount)
         return false;
 
     const CExtents saved = m_oCurrentExtents;
-    const double width = m_oCurrentExtents.Width();
     CExtents& current = m_oCurrentExtents;
     if (zoomIn)
     {
-        const double delta = 2.0 * width * amount;
+        const double delta =
+            ScaledWidth(current, [amount](double width) { return 2.0 * width * amount; });
         current.m_dMinimum += delta * anchor;
         current.m_dMaximum -= (1.0 - anchor) * delta;
     }
     else
     {
         // The width lost by zooming in by the same amount, so that out undoes in.
-        const double delta = 2.0 * amount * width / (1.0 - 2.0 * amount);
+        const double delta = ScaledWidth(current, [amount](double width)
+                                         { return 2.0 * amount * width / (1.0 - 2.0 * amount); });
         current.m_dMinimum -= delta * anchor;
         current.m_dMaximum += (1.0 - anchor) * delta;
         // Keep the width where the data allows: push back what went past either end.
@@ -203,6 +222,21 @@ void CAxis::ScrollBy(double delta)
         delta = std::max(delta, m_oMaxExtents.m_dMinimum - m_oCurrentExtents.m_dMinimum);
     else
         delta = std::min(delta, m_oMaxExtents.m_dMaximum - m_oCurrentExtents.m_dMaximum);
+    if (std::isinf(delta))
+    {
+        // Both the distance and the room left overflowed, on data wider than the largest double:
+        // go to the end the scroll points at, keeping the width as far as doubles hold it.
+        CExtents& current = m_oCurrentExtents;
+        const double half = current.m_dMaximum / 2.0 - current.m_dMinimum / 2.0;
+        if (delta < 0.0)
+            current =
+                CExtents(m_oMaxExtents.m_dMinimum, 2.0 * (m_oMaxExtents.m_dMinimum / 2.0 + half));
+        else
+            current =
+                CExtents(2.0 * (m_oMaxExtents.m_dMaximum / 2.0 - half), m_oMaxExtents.m_dMaximum);
+        OnCurrentExtentsChanged();
+        return;
+    }
     m_oCurrentExtents.m_dMinimum += delta;
     m_oCurrentExtents.m_dMaximum += delta;
     OnCurrentExtentsChanged();
@@ -255,11 +289,13 @@ void CAxis::ScaleYExtents(CExtents& extents) const
     // An empty range stays empty rather than turning into a huge one.
     if (extents.m_dMaximum < extents.m_dMinimum)
         return;
-    double width = extents.Width();
-    if (width == 0.0)
-        width = extents.m_dMaximum * 0.1;
-    extents.m_dMaximum += std::fabs(width) * m_dYMarginFraction;
-    extents.m_dMinimum -= std::fabs(width) * m_dYMarginFraction;
+    const double fraction = m_dYMarginFraction;
+    double margin = ScaledWidth(extents, [fraction](double width) { return width * fraction; });
+    if (extents.Width() == 0.0)
+        margin = extents.m_dMaximum * 0.1 * fraction;
+    // Data near the ends of the doubles gets what margin is left rather than an endless one.
+    extents.m_dMaximum = ClampToFinite(extents.m_dMaximum + std::fabs(margin));
+    extents.m_dMinimum = ClampToFinite(extents.m_dMinimum - std::fabs(margin));
 }
 
 void CAxis::ComputeScaledCurrentExtents()

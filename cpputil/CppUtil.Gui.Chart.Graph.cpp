@@ -31,6 +31,21 @@ const int k_iMostMarkers = 52;
 const Gdiplus::ARGB k_auSeriesColors[] = {0xFF1F5FBFu, 0xFFBF5F1Fu, 0xFF2F9F2Fu, 0xFF9F2F9Fu,
                                           0xFF2F9F9Fu, 0xFF9F9F2Fu, 0xFF5F5F5Fu, 0xFFBF1F5Fu};
 
+// A point further outside the plot than this many plot sizes is drawn at that distance: the line
+// towards it shows no difference, and the coordinate stays a number a renderer can take.
+const double k_dMostPlotsAway = 1e6;
+
+// Where value lies across the extents, 0 at the minimum and 1 at the maximum. Finite ends further
+// apart than the largest double are halved first, which keeps the fraction a number.
+double Fraction(const CAxis::CExtents& extents, double value)
+{
+    double fraction = (value - extents.m_dMinimum) / extents.Width();
+    if (!std::isfinite(fraction))
+        fraction = (value / 2.0 - extents.m_dMinimum / 2.0) /
+                   (extents.m_dMaximum / 2.0 - extents.m_dMinimum / 2.0);
+    return std::max(-k_dMostPlotsAway, std::min(k_dMostPlotsAway, fraction));
+}
+
 char MarkerLetter(int index)
 {
     return static_cast<char>(index < 26 ? 'A' + index : 'a' + (index - 26));
@@ -173,7 +188,7 @@ double CGraph::ToPixelX(double x) const
     const CAxis::CExtents extents = m_oXAxis.GetCurrentExtents();
     if (!(extents.Width() > 0.0))
         return plot.X + plot.Width / 2.0;
-    return plot.X + (x - extents.m_dMinimum) / extents.Width() * plot.Width;
+    return plot.X + Fraction(extents, x) * plot.Width;
 }
 
 double CGraph::ToPixelY(double y) const
@@ -182,7 +197,7 @@ double CGraph::ToPixelY(double y) const
     const CAxis::CExtents extents = m_oYAxis.GetCurrentExtents();
     if (!(extents.Width() > 0.0))
         return plot.Y + plot.Height / 2.0;
-    return plot.GetBottom() - (y - extents.m_dMinimum) / extents.Width() * plot.Height;
+    return plot.GetBottom() - Fraction(extents, y) * plot.Height;
 }
 
 void CGraph::LayoutEventMarkers()
@@ -230,8 +245,11 @@ bool CGraph::OnLeftClick(int x, int y)
     UpdateExtents();
     SyncVisibleRanges();
     const CAxis::CExtents extents = m_oXAxis.GetCurrentExtents();
-    const double value =
-        extents.m_dMinimum + (x - plot.X) / static_cast<double>(plot.Width) * extents.Width();
+    const double across = (x - plot.X) / static_cast<double>(plot.Width);
+    double value = extents.m_dMinimum + across * extents.Width();
+    if (!std::isfinite(value))
+        value = 2.0 * (extents.m_dMinimum / 2.0 +
+                       across * (extents.m_dMaximum / 2.0 - extents.m_dMinimum / 2.0));
 
     std::shared_ptr<CDataSeries> nearest;
     CDatum nearestDatum;
@@ -340,7 +358,8 @@ CString CGraph::RenderSvg()
                          Markup::Escape(yUnits).GetString());
 
     // Each series thinned by its sample period; its last visible point always ends the line. A
-    // point that cannot be placed (NaN, infinity) breaks the line into separate polylines.
+    // point that cannot be placed (NaN, infinity) breaks the line into separate polylines, also
+    // when thinning steps over it: a gap must not be bridged by a straight line.
     for (const std::shared_ptr<CDataSeries>& series : m_oSeries)
     {
         const CDataSeries::TData& data = series->GraphData();
@@ -350,34 +369,37 @@ CString CGraph::RenderSvg()
         const std::size_t last = std::min<std::size_t>(range.second, data.size() - 1);
         const std::size_t period = series->GetSamplePeriod();
         bool open = false;
-        const auto draw = [&](const CDatum& datum)
+        const auto endLine = [&]
         {
-            if (!datum.IsFinite())
-            {
-                if (open)
-                    svg += "\"/>";
-                open = false;
-                return;
-            }
-            if (!open)
-                svg.AppendFormat(
-                    "<polyline class=\"series\" data-name=\"%s\" fill=\"none\" stroke=\"%s\" "
-                    "clip-path=\"url(#plot)\" points=\"",
-                    Markup::Escape(series->GetName()).GetString(),
-                    Markup::ToHex(Gdiplus::Color(series->GetColor().m_uLine)).GetString());
-            open = true;
-            svg.AppendFormat("%.1f,%.1f ", ToPixelX(datum.m_dX), ToPixelY(datum.m_dY));
+            if (open)
+                svg += "\"/>";
+            open = false;
         };
-        std::size_t drawn = last;
-        for (std::size_t index = range.first; index <= last; index += period)
+        for (std::size_t index = range.first; index <= last;)
         {
-            draw(data[index]);
-            drawn = index;
+            const CDatum& datum = data[index];
+            if (!datum.IsFinite())
+                endLine();
+            else
+            {
+                if (!open)
+                    svg.AppendFormat(
+                        "<polyline class=\"series\" data-name=\"%s\" fill=\"none\" "
+                        "stroke=\"%s\" clip-path=\"url(#plot)\" points=\"",
+                        Markup::Escape(series->GetName()).GetString(),
+                        Markup::ToHex(Gdiplus::Color(series->GetColor().m_uLine)).GetString());
+                open = true;
+                svg.AppendFormat("%.1f,%.1f ", ToPixelX(datum.m_dX), ToPixelY(datum.m_dY));
+            }
+            if (index == last)
+                break;
+            const std::size_t next = std::min(index + period, last);
+            if (std::any_of(data.begin() + index + 1, data.begin() + next,
+                            [](const CDatum& skipped) { return !skipped.IsFinite(); }))
+                endLine();
+            index = next;
         }
-        if (drawn != last)
-            draw(data[last]);
-        if (open)
-            svg += "\"/>";
+        endLine();
     }
 
     for (const std::shared_ptr<CEventMarker>& marker : m_oVisibleEventMarkers)

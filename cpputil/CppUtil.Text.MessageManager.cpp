@@ -33,8 +33,7 @@ SRegistry& Registry()
 } // namespace
 
 CMessageManager::CMessageManager()
-    : m_poOutput(nullptr), m_poLoggingEventHandler(nullptr), m_bTraceLogging(false),
-      m_bPrintLogging(true), m_uBroadcastUsers(0)
+    : m_poOutput(nullptr), m_bTraceLogging(false), m_bPrintLogging(true), m_uBroadcastUsers(0)
 {
     SRegistry& registry = Registry();
     std::lock_guard<std::mutex> lock(registry.m_oMutex);
@@ -42,12 +41,10 @@ CMessageManager::CMessageManager()
 }
 
 CMessageManager::CMessageManager(const CMessageManager& other)
-    : m_poOutput(other.m_poOutput.load()), m_poLoggingEventHandler(nullptr),
+    : m_poOutput(other.m_poOutput.load()), m_poLoggingEventHandler(other.LoggingEventHandler()),
       m_bTraceLogging(other.m_bTraceLogging.load()), m_bPrintLogging(other.m_bPrintLogging.load()),
       m_uBroadcastUsers(0)
 {
-    if (const TLoggingEventHandler* handler = other.m_poLoggingEventHandler.load())
-        SetLoggingEventHandler(*handler);
     SRegistry& registry = Registry();
     std::lock_guard<std::mutex> lock(registry.m_oMutex);
     registry.m_oManagers.insert(this);
@@ -57,9 +54,12 @@ CMessageManager& CMessageManager::operator=(const CMessageManager& other)
 {
     if (this != &other)
     {
-        // A handler of our own, as a copy has: the other manager may die first.
-        const TLoggingEventHandler* handler = other.m_poLoggingEventHandler.load();
-        SetLoggingEventHandler(handler ? *handler : TLoggingEventHandler());
+        // A share in the other's handler, as a copy has: the other manager may die first.
+        std::shared_ptr<const TLoggingEventHandler> handler = other.LoggingEventHandler();
+        {
+            std::lock_guard<std::mutex> lock(m_oHandlerMutex);
+            m_poLoggingEventHandler.swap(handler);
+        }
         m_bTraceLogging = other.m_bTraceLogging.load();
         m_bPrintLogging = other.m_bPrintLogging.load();
     }
@@ -137,15 +137,19 @@ void CMessageManager::SetOutput(COutput& output)
 
 void CMessageManager::SetLoggingEventHandler(TLoggingEventHandler handler)
 {
-    std::lock_guard<std::mutex> lock(m_oHandlersMutex);
-    if (!handler)
-    {
-        m_poLoggingEventHandler = nullptr;
-        return;
-    }
-    m_oInstalledHandlers.push_back(
-        std::make_unique<const TLoggingEventHandler>(std::move(handler)));
-    m_poLoggingEventHandler = m_oInstalledHandlers.back().get();
+    std::shared_ptr<const TLoggingEventHandler> installed;
+    if (handler)
+        installed = std::make_shared<const TLoggingEventHandler>(std::move(handler));
+    // The replaced handler dies here, outside the lock, unless a writer is still calling it.
+    std::lock_guard<std::mutex> lock(m_oHandlerMutex);
+    m_poLoggingEventHandler.swap(installed);
+}
+
+std::shared_ptr<const CMessageManager::TLoggingEventHandler>
+CMessageManager::LoggingEventHandler() const
+{
+    std::lock_guard<std::mutex> lock(m_oHandlerMutex);
+    return m_poLoggingEventHandler;
 }
 
 void CMessageManager::SetTraceLogging(bool enabled)
@@ -231,7 +235,7 @@ void CMessageManager::WriteMessageToLogHelper(const CString& text, bool html,
 void CMessageManager::WriteMessageToLog(const CString& text, bool html, const CString& secondText,
                                         bool splitLines, ELogEntryDestination destination)
 {
-    const TLoggingEventHandler* handler = m_poLoggingEventHandler.load();
+    const std::shared_ptr<const TLoggingEventHandler> handler = LoggingEventHandler();
     if (!handler)
         return;
     if (!splitLines)

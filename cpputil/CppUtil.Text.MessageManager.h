@@ -11,7 +11,6 @@
 #include <memory>
 #include <mutex>
 #include <set>
-#include <vector>
 
 namespace CppUtil
 {
@@ -81,14 +80,16 @@ private:
     void WriteMessageToTrace(const CString& text);
     void WriteMessageToPrint(const CString& text, const CString& secondText);
 
-    /// The handler and the switches may be changed while other threads write. A writer reads the
-    /// current handler with one atomic load; a replaced handler stays alive (owned below) until the
-    /// manager dies, since a writer that started with it may still be calling it. Handlers are
-    /// installed a few times in a manager's life, so keeping them costs next to nothing.
+    /// A copy of the current handler, taken under the lock.
+    std::shared_ptr<const TLoggingEventHandler> LoggingEventHandler() const;
+
+    /// The handler and the switches may be changed while other threads write. A writer calls a
+    /// shared copy of the handler taken under the lock (and calls it outside the lock, so that a
+    /// handler may log or replace itself): a replaced handler lives until the last call that
+    /// started with it returns, and no longer.
     std::atomic<COutput*> m_poOutput;
-    std::atomic<const TLoggingEventHandler*> m_poLoggingEventHandler;
-    std::mutex m_oHandlersMutex;
-    std::vector<std::unique_ptr<const TLoggingEventHandler>> m_oInstalledHandlers;
+    mutable std::mutex m_oHandlerMutex;
+    std::shared_ptr<const TLoggingEventHandler> m_poLoggingEventHandler;
     std::atomic<bool> m_bTraceLogging;
     std::atomic<bool> m_bPrintLogging;
     /// Writers inside ForEachManager using this manager; guarded by the set's lock.

@@ -209,3 +209,30 @@ TEST(AxisTest, ScrollingStaysInsideTheDataAndKeepsTheWidth)
     EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(50, 70));
     EXPECT_EQ("50 52 54 56 58 60 62 64 66 68 70", Labels(axis));
 }
+
+TEST(AxisTest, DataWiderThanTheLargestDoubleKeepsFiniteExtentsAndTicks)
+{
+    const auto finite = [](const CAxis::CExtents& extents)
+    { return std::isfinite(extents.m_dMinimum) && std::isfinite(extents.m_dMaximum); };
+    CAxis y = MakeAxis({5, 9}, -1.5e308, 1.5e308, CAxis::Y_AXIS);
+    EXPECT_TRUE(finite(y.GetMaxExtents()));
+    EXPECT_GT(y.GetMaxExtents().m_dMaximum, 1.5e308);
+    EXPECT_GE(y.GetTicks().size(), 3u);
+    CAxis top = MakeAxis({5, 9}, 1.7e308, 1.7e308, CAxis::Y_AXIS);
+    EXPECT_TRUE(finite(top.GetMaxExtents()));
+
+    CAxis x = MakeAxis({8, 12}, -1.5e308, 1.5e308);
+    EXPECT_TRUE(x.Zoom(0.5, true, 0.2));
+    EXPECT_TRUE(finite(x.GetCurrentExtents()));
+    x.ScrollPageLeft();
+    EXPECT_EQ(-1.5e308, x.GetCurrentExtents().m_dMinimum);
+    EXPECT_TRUE(x.Zoom(0.5, false, 0.2));
+    x.ScrollPageRight();
+    EXPECT_EQ(1.5e308, x.GetCurrentExtents().m_dMaximum);
+    EXPECT_TRUE(finite(x.GetCurrentExtents()));
+    EXPECT_LT(x.GetCurrentExtents().m_dMinimum, x.GetCurrentExtents().m_dMaximum);
+    x.SetCurrentExtents(CAxis::CExtents(-1.5e308, -0.5e308));
+    x.ScrollTo(1.7e308);
+    EXPECT_DOUBLE_EQ(0.5e308, x.GetCurrentExtents().m_dMinimum);
+    EXPECT_DOUBLE_EQ(1.5e308, x.GetCurrentExtents().m_dMaximum);
+}

@@ -216,3 +216,39 @@ TEST_F(ChartRenderTest, NaNAndInfinitiesAreGapsThatLeaveTheAxesAlone)
         EXPECT_EQ((std::vector<std::size_t>{4, 2, 3}), holes);
     }
 }
+
+TEST_F(ChartRenderTest, GapsBetweenThinnedSamplesStillBreakTheLine)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    m_oChart.AddCategory("Signal", CCategory::CHARTABLE);
+    // 20,000 points thin to every 10th; a run of 3 NaNs every 1000 points falls mostly between
+    // the samples.
+    for (int i = 0; i < 20000; ++i)
+        m_oChart.AddData("Signal", i, i % 1000 >= 503 && i % 1000 < 506 ? nan : i % 1000);
+    m_oChart.Position(CRect(0, 0, 1000, 600));
+    const std::unique_ptr<SElement> svg =
+        CMarkupProbe::Parse(m_oChart.GetGraph().RenderSvg().Str());
+    EXPECT_EQ(21u, svg->ByClass("series").size());
+}
+
+TEST_F(ChartRenderTest, HugeFiniteValuesAreDrawnAtFinitePixels)
+{
+    m_oChart.AddCategory("Huge", CCategory::CHARTABLE);
+    m_oChart.AddData("Huge", -1.5e308, -1.5e308);
+    m_oChart.AddData("Huge", 1.5e308, 1.5e308);
+    m_oChart.Position(CRect(0, 0, 800, 400));
+    CGraph& graph = m_oChart.GetGraph();
+    const std::string text = graph.RenderSvg().Str();
+    EXPECT_EQ(std::string::npos, text.find("nan")) << text;
+    EXPECT_EQ(std::string::npos, text.find("inf")) << text;
+    const std::unique_ptr<SElement> svg = CMarkupProbe::Parse(text);
+    const std::vector<std::pair<double, double>> points = Points(Only(*svg, "series"));
+    ASSERT_EQ(2u, points.size());
+    const Gdiplus::Rect plot = graph.GetPlotRect();
+    EXPECT_DOUBLE_EQ(plot.GetLeft(), points[0].first);
+    EXPECT_DOUBLE_EQ(plot.GetRight(), points[1].first);
+    EXPECT_GT(points[0].second, points[1].second);
+    EXPECT_GE(Texts(*svg, "y-label").size(), 3u);
+    EXPECT_TRUE(graph.OnLeftClick(graph.GetPlotRect().GetRight() - 1, 100));
+    EXPECT_EQ(1.5e308, graph.GetSeries()[0]->GetActiveDatum().m_oDatum.m_dX);
+}

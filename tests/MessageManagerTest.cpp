@@ -242,3 +242,39 @@ TEST_F(MessageManagerTest, AssignedOrCopiedManagerOutlivesWhatItWasCopiedFrom)
     out.LogF("nowhere", 0u);
     EXPECT_EQ(2u, recorder.Lines().size());
 }
+
+TEST_F(MessageManagerTest, ReplacedHandlerIsFreedOnceNoCallUsesIt)
+{
+    // The tokens count the copies of each handler that are still alive.
+    auto token = std::make_shared<int>(0);
+    const auto counted = [token](const char*, bool, const char*, ELogEntryDestination) {};
+    CMessageManager other;
+    for (int i = 0; i < 1000; ++i)
+    {
+        m_poManager->SetLoggingEventHandler(counted);
+        other.SetLoggingEventHandler(counted);
+        *m_poManager = other;
+    }
+    EXPECT_LE(token.use_count(), 4);
+
+    // A handler replaced while it runs on another thread lives until that call returns.
+    std::promise<void> entered, release;
+    std::shared_future<void> released = release.get_future().share();
+    auto running = std::make_shared<int>(7);
+    std::atomic<int> seen(0);
+    m_poManager->SetLoggingEventHandler(
+        [running, &entered, released, &seen](const char*, bool, const char*, ELogEntryDestination)
+        {
+            entered.set_value();
+            released.wait();
+            seen = *running;
+        });
+    std::thread writer([this] { m_oOut.LogF("once", 0u); });
+    entered.get_future().wait();
+    m_poManager->SetLoggingEventHandler(counted);
+    EXPECT_EQ(2, running.use_count());
+    release.set_value();
+    writer.join();
+    EXPECT_EQ(7, seen.load());
+    EXPECT_EQ(1, running.use_count());
+}
