@@ -76,21 +76,8 @@ COutputWndThrottler::~COutputWndThrottler()
     catch (...)
     {
     }
-    try
-    {
-        Stop();
-    }
-    catch (...)
-    {
-        // A failure left pending is thrown before the thread is asked to end; ask again.
-        try
-        {
-            Stop();
-        }
-        catch (...)
-        {
-        }
-    }
+    // Logs, rather than throws, what the thread left behind.
+    Shutdown();
     m_poTimer.reset();
 }
 

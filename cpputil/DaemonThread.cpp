@@ -30,7 +30,7 @@ struct SThreadDeleter
 } // namespace
 
 CDaemonThread::CDaemonThread(Text::COutput& output)
-    : CExceptionTunnel(output), m_poProxyWnd(nullptr), m_sThreadName("CDaemonThread"),
+    : CExceptionTunnel(output), m_sThreadName("CDaemonThread"),
       m_uShutdownTimeout(k_uDefaultShutdownTimeout), m_oStartedEvent(FALSE, FALSE),
       m_iAbandonedHooks(0)
 {
@@ -45,6 +45,15 @@ void CDaemonThread::Start()
 {
     if (m_poThread)
         return;
+    // Refused rather than waited for: the worker given up may be waiting for this very thread, and
+    // serving its calls from inside Start would run them at a moment nobody expects. Until it is
+    // out, a new worker would run this object's hooks beside it.
+    if (CDaemonWinThread::HasAbandonedHooks(*this))
+        Exception::ThrowQlException("Could not start the thread " + m_sThreadName +
+                                        ": the worker given up on before is still running one of "
+                                        "its calls.",
+                                    "CppUtil::Thread::CDaemonThread::Start", "DaemonThread",
+                                    __LINE__);
     CDaemonWinThread* const thread = new CDaemonWinThread;
     // The owner's shared pointer holds the object, never the thread itself.
     thread->m_bAutoDelete = FALSE;
@@ -84,7 +93,7 @@ bool CDaemonThread::StopWorker()
     m_poThread->PostQuit();
     HANDLE handle = m_poThread->m_hThread;
     ::MsgWaitForMultipleObjects(1, &handle, FALSE, m_uShutdownTimeout, 0);
-    m_poProxyWnd = nullptr;
+    ShareProxy(boost::shared_ptr<CProxyWindow>());
     boost::shared_ptr<CDaemonWinThread> thread;
     thread.swap(m_poThread);
     // Giving up never waits, whatever the worker is doing: waiting for a hook to return would
@@ -114,7 +123,19 @@ void CDaemonThread::SetShutdownTimeout(unsigned int milliseconds)
 CProxyWindow& CDaemonThread::Proxy()
 {
     RethrowPendingException();
+    std::lock_guard<std::mutex> lock(m_oProxyMutex);
+    if (!m_poProxyWnd)
+        Exception::ThrowQlException("px != 0", "CppUtil::Thread::CDaemonThread::Proxy",
+                                    "DaemonThread", __LINE__);
     return *m_poProxyWnd;
+}
+
+void CDaemonThread::ShareProxy(const boost::shared_ptr<CProxyWindow>& window)
+{
+    // The window let go of is released outside the lock.
+    boost::shared_ptr<CProxyWindow> other(window);
+    std::lock_guard<std::mutex> lock(m_oProxyMutex);
+    other.swap(m_poProxyWnd);
 }
 
 void CDaemonThread::OnThreadStart() {}

@@ -12,6 +12,7 @@
 #include <boost/shared_ptr.hpp>
 
 #include <cstdint>
+#include <mutex>
 
 namespace CppUtil
 {
@@ -31,10 +32,12 @@ public:
     ~CDaemonThread() noexcept(false) override = 0;
 
     /// Returns once the worker has started, re-throwing what its start-up threw; the worker runs
-    /// its loop all the same. A second Start does nothing.
+    /// its loop all the same. A second Start does nothing. Throws CQlException, starting nothing,
+    /// while a worker that Stop gave up on is still inside a hook or call of this object.
     void Start();
     /// Asks the worker to end and waits for it up to the shut-down time-out, whatever it is doing;
-    /// a worker that is not done by then is abandoned, never killed, and calls no further hook.
+    /// a worker that is not done by then is abandoned, never killed: the calls still queued for it
+    /// are dropped, their waiters released with a CQlException, and it calls no further hook.
     /// Then re-throws what the worker left behind.
     void Stop();
 
@@ -43,13 +46,14 @@ protected:
     void SetThreadName(const CString& name);
     CString GetThreadName() const;
     void SetShutdownTimeout(unsigned int milliseconds);
-    /// Re-throws anything pending first. Only while a worker exists.
+    /// Re-throws anything pending first. Throws CQlException while no worker exists; once the
+    /// worker's loop has ended on its own, the window is kept but refuses calls.
     CProxyWindow& Proxy();
     /// For destructors: stops the worker as Stop does, then waits, without a time limit, for a
-    /// hook that the worker was still inside when Stop gave up on it, serving meanwhile the calls
-    /// queued for this thread's proxy windows, which that hook may be waiting for. What the worker
-    /// left behind is logged instead of thrown. A subclass whose hooks use its own members calls
-    /// it first in its destructor.
+    /// hook or call that the worker was still inside when Stop gave up on it, serving meanwhile the
+    /// calls queued for this thread's proxy windows, which that hook may be waiting for. What the
+    /// worker left behind is logged instead of thrown. A subclass whose hooks use its own members
+    /// calls it first in its destructor.
     void Shutdown() noexcept;
 
     /// On the worker, after its set-up.
@@ -65,14 +69,19 @@ private:
 
     /// Returns false when there was no worker to stop.
     bool StopWorker();
+    void ShareProxy(const boost::shared_ptr<CProxyWindow>& window);
 
-    /// The worker's window, which the worker owns and tears down.
-    CProxyWindow* m_poProxyWnd;
+    /// The worker's window, made and torn down by the worker; the object stays while this holds
+    /// it, so that Proxy never hands out a freed one.
+    boost::shared_ptr<CProxyWindow> m_poProxyWnd;
+    /// Proxy may be called on the worker while Stop lets go of the window.
+    std::mutex m_oProxyMutex;
     boost::shared_ptr<CDaemonWinThread> m_poThread;
     CString m_sThreadName;
     std::uint32_t m_uShutdownTimeout;
     CEvent m_oStartedEvent;
-    /// Abandoned workers still inside one of the hooks; guarded by the workers' lifetime lock.
+    /// Abandoned workers still inside one of the hooks or calls; guarded by the workers' lifetime
+    /// lock.
     int m_iAbandonedHooks;
 };
 

@@ -30,7 +30,69 @@ const std::chrono::milliseconds k_oServeInterval(10);
 // build leaves them unnamed.
 void NameThreadForDebugger(const CString&) {}
 
+const char* const k_szAbandoned = "its thread was given up by its owner before the call's turn";
+
 } // namespace
+
+// Pins the owner for one of its hooks or calls, unless it has given this thread up: an owner
+// that gives up on the thread meanwhile waits for the pin in its destruction.
+class CDaemonWinThread::COwnerPin
+{
+public:
+    explicit COwnerPin(CDaemonWinThread& thread) : m_oThread(thread), m_poOwner(nullptr)
+    {
+        std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
+        if (thread.m_bAbandoned)
+            return;
+        ++thread.m_iOwnerCalls;
+        m_poOwner = thread.m_poOwner;
+    }
+    ~COwnerPin()
+    {
+        if (!m_poOwner)
+            return;
+        std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
+        // Once given up, the thread never touches its owner after this: the owner may be waiting
+        // to go.
+        if (--m_oThread.m_iOwnerCalls == 0 && m_oThread.m_bAbandoned)
+        {
+            --m_poOwner->m_iAbandonedHooks;
+            s_oAbandonedHookReturned.notify_all();
+        }
+    }
+    COwnerPin(const COwnerPin&) = delete;
+    COwnerPin& operator=(const COwnerPin&) = delete;
+
+    /// Null when the owner had given the thread up.
+    CDaemonThread* Owner() const { return m_poOwner; }
+
+private:
+    CDaemonWinThread& m_oThread;
+    CDaemonThread* m_poOwner;
+};
+
+// The worker's proxy window: the owner's work runs through it, so each queued call pins the owner
+// as a hook does. A call the owner gave up on before its turn is no longer queued, and never runs.
+class CDaemonWinThread::CWorkerWindow : public CProxyWindow
+{
+public:
+    CWorkerWindow(CDaemonWinThread& thread, const CString& name)
+        : CProxyWindow(false, name), m_oThread(thread)
+    {
+    }
+
+protected:
+    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override
+    {
+        if (message != WM_USER)
+            return CProxyWindow::WindowProc(message, wParam, lParam);
+        const COwnerPin pin(m_oThread);
+        return CProxyWindow::WindowProc(message, wParam, lParam);
+    }
+
+private:
+    CDaemonWinThread& m_oThread;
+};
 
 CDaemonWinThread::CDaemonWinThread()
     : m_poOwner(nullptr), m_bComApartment(false), m_iOwnerCalls(0), m_bAbandoned(false),
@@ -52,9 +114,10 @@ BOOL CDaemonWinThread::InitInstance()
         [this](CDaemonThread& owner)
         {
             Exception::InstallStructuredExceptionTranslator();
-            NameThreadForDebugger(owner.GetThreadName());
-            m_poProxyWnd.reset(new CProxyWindow(false, owner.GetThreadName()));
-            owner.m_poProxyWnd = m_poProxyWnd.get();
+            m_sThreadName = owner.GetThreadName();
+            NameThreadForDebugger(m_sThreadName);
+            m_poProxyWnd.reset(new CWorkerWindow(*this, m_sThreadName));
+            owner.ShareProxy(m_poProxyWnd);
             m_bComApartment = Platform::EnterSingleThreadedApartment();
             owner.OnThreadStart();
         });
@@ -73,12 +136,14 @@ int CDaemonWinThread::Run()
         }
         catch (...)
         {
-            CallOwner(
+            const bool delivered = CallOwner(
                 [](CDaemonThread& owner)
                 {
                     owner.CaptureCurrentException(owner.GetThreadName());
                     owner.OnUncaughtException();
                 });
+            if (!delivered)
+                CExceptionTunnel::LogAbandonedException(m_sThreadName);
         }
     }
 }
@@ -86,7 +151,8 @@ int CDaemonWinThread::Run()
 int CDaemonWinThread::ExitInstance()
 {
     CallOwner([](CDaemonThread& owner) { owner.OnThreadStop(); });
-    // Both belong to this thread, and can only be let go of here, owner or not.
+    // Both belong to this thread, and can only be let go of here, owner or not; the owner may hold
+    // on to the window object, which refuses calls from then on.
     if (m_bComApartment)
         Platform::LeaveComApartment();
     m_bComApartment = false;
@@ -95,6 +161,8 @@ int CDaemonWinThread::ExitInstance()
         std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
         proxyWindow.swap(m_poProxyWnd);
     }
+    if (proxyWindow)
+        proxyWindow->Close();
     proxyWindow.reset();
     return 0;
 }
@@ -129,9 +197,18 @@ bool CDaemonWinThread::Abandon()
     if (m_bEnded)
         return false;
     m_bAbandoned = true;
+    // Under the lock that pins the owner, so that no queued call can slip in between.
+    if (m_poProxyWnd)
+        m_poProxyWnd->Release(k_szAbandoned);
     if (m_iOwnerCalls > 0)
         ++m_poOwner->m_iAbandonedHooks;
     return true;
+}
+
+bool CDaemonWinThread::HasAbandonedHooks(CDaemonThread& owner)
+{
+    std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
+    return owner.m_iAbandonedHooks > 0;
 }
 
 void CDaemonWinThread::AwaitAbandonedHooks(CDaemonThread& owner)
@@ -169,16 +246,12 @@ void CDaemonWinThread::AwaitAbandonedHooks(CDaemonThread& owner)
 }
 
 template <class THook>
-void CDaemonWinThread::CallOwner(const THook& hook)
+bool CDaemonWinThread::CallOwner(const THook& hook)
 {
-    CDaemonThread* owner = nullptr;
-    {
-        std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
-        if (m_bAbandoned)
-            return;
-        ++m_iOwnerCalls;
-        owner = m_poOwner;
-    }
+    const COwnerPin pin(*this);
+    CDaemonThread* const owner = pin.Owner();
+    if (!owner)
+        return false;
     try
     {
         hook(*owner);
@@ -187,14 +260,7 @@ void CDaemonWinThread::CallOwner(const THook& hook)
     {
         owner->CaptureCurrentException(owner->GetThreadName());
     }
-    std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
-    // Once given up, the thread never touches its owner after this: the owner may be waiting to
-    // go.
-    if (--m_iOwnerCalls == 0 && m_bAbandoned)
-    {
-        --m_poOwner->m_iAbandonedHooks;
-        s_oAbandonedHookReturned.notify_all();
-    }
+    return true;
 }
 
 } // namespace Thread

@@ -30,23 +30,31 @@ public:
     /// On the owner's thread: asks the message loop to end.
     void PostQuit();
     /// On the owner's thread, once it has stopped waiting for this thread; never waits. Returns
-    /// true when the thread is still going: it then deletes itself when it ends, and calls the
-    /// owner no more once a hook it may be inside has returned.
+    /// true when the thread is still going: it then drops the calls queued for its window, deletes
+    /// itself when it ends, and calls the owner no more once a hook or call it may be inside has
+    /// returned.
     bool Abandon();
+    /// Whether an abandoned thread is still inside one of the owner's hooks or calls.
+    static bool HasAbandonedHooks(CDaemonThread& owner);
     /// On the owner's thread, while it is destroyed: waits until no abandoned thread is inside one
-    /// of its hooks, serving meanwhile the calls queued for this thread's proxy windows.
+    /// of its hooks or calls, serving meanwhile the calls queued for this thread's proxy windows.
     static void AwaitAbandonedHooks(CDaemonThread& owner);
 
     CDaemonThread* m_poOwner;
 
 private:
+    class CWorkerWindow;
+    class COwnerPin;
+
     /// Runs hook(owner) unless the owner has abandoned this thread, pinning the owner meanwhile;
     /// what it throws is tunnelled. Called from inside a catch handler, the hook may capture the
-    /// exception being handled.
+    /// exception being handled. Returns false when the owner had abandoned this thread.
     template <class THook>
-    void CallOwner(const THook& hook);
+    bool CallOwner(const THook& hook);
 
     boost::shared_ptr<CProxyWindow> m_poProxyWnd;
+    /// The owner's, for what is logged once the owner may be gone.
+    CString m_sThreadName;
     bool m_bComApartment;
     int m_iOwnerCalls;
     bool m_bAbandoned;

@@ -18,6 +18,9 @@ const char* const k_szCaughtFormat =
 const char* const k_szUndeliveredFormat =
     "The following exception was never delivered to the owner of its thread: %s\nInternal "
     "Software Details: Thread: [%s] Caught: [%s].";
+const char* const k_szAbandonedFormat =
+    "The following exception was thrown on a thread its owner had given up: %s\nInternal "
+    "Software Details: Thread: [%s] Caught: [%s].";
 const char* const k_szNotReported = "Not Reported";
 
 Exception::CQlException* MakeException(const CString& text)
@@ -35,33 +38,29 @@ CExceptionTunnel::~CExceptionTunnel() noexcept(false) {}
 void CExceptionTunnel::CaptureCurrentException(const CString& threadName)
 {
     CString text;
-    CString detail(k_szNotReported);
-    boost::shared_ptr<Exception::CQlException> caught;
-    try
-    {
-        throw;
-    }
-    catch (const Exception::CQlException& e)
-    {
-        text = e.what();
-        detail = e.GetDetails();
-        caught.reset(e.Clone());
-    }
-    catch (const std::exception& e)
-    {
-        text = e.what();
-        caught.reset(MakeException(text));
-    }
-    catch (...)
-    {
-        text = "Unknown Exception";
-        caught.reset(MakeException(text));
-    }
-
-    Log(k_szCaughtFormat, text, threadName, detail);
+    CString detail;
+    const boost::shared_ptr<Exception::CQlException> caught = Classify(text, detail);
+    Log(m_oOutput, k_szCaughtFormat, text, threadName, detail);
 
     std::lock_guard<std::mutex> lock(m_oExceptionMutex);
     m_poException = caught;
+}
+
+void CExceptionTunnel::LogAbandonedException(const CString& threadName) noexcept
+{
+    try
+    {
+        CString text;
+        CString detail;
+        Classify(text, detail);
+        // An output without a manager reaches every live one; the owner's may be gone.
+        Text::COutput anyOutput(nullptr);
+        Log(anyOutput, k_szAbandonedFormat, text, threadName, detail);
+    }
+    catch (...)
+    {
+        // Nobody is left to tell.
+    }
 }
 
 void CExceptionTunnel::RethrowPendingException()
@@ -75,16 +74,41 @@ void CExceptionTunnel::DiscardPendingException(const CString& threadName) noexce
 {
     const boost::shared_ptr<Exception::CQlException> pending = TakePendingException();
     if (pending)
-        Log(k_szUndeliveredFormat, pending->what(), threadName, pending->GetDetails());
+        Log(m_oOutput, k_szUndeliveredFormat, pending->what(), threadName, pending->GetDetails());
 }
 
-void CExceptionTunnel::Log(const char* format, const CString& text, const CString& threadName,
-                           const CString& detail) noexcept
+boost::shared_ptr<Exception::CQlException> CExceptionTunnel::Classify(CString& text,
+                                                                      CString& detail)
+{
+    detail = k_szNotReported;
+    try
+    {
+        throw;
+    }
+    catch (const Exception::CQlException& e)
+    {
+        text = e.what();
+        detail = e.GetDetails();
+        return boost::shared_ptr<Exception::CQlException>(e.Clone());
+    }
+    catch (const std::exception& e)
+    {
+        text = e.what();
+    }
+    catch (...)
+    {
+        text = "Unknown Exception";
+    }
+    return boost::shared_ptr<Exception::CQlException>(MakeException(text));
+}
+
+void CExceptionTunnel::Log(Text::COutput& output, const char* format, const CString& text,
+                           const CString& threadName, const CString& detail) noexcept
 {
     try
     {
-        m_oOutput.LogF(format, 0u) % text %
-            (threadName.IsEmpty() ? CString("Unknown") : threadName) % detail;
+        output.LogF(format, 0u) % text % (threadName.IsEmpty() ? CString("Unknown") : threadName) %
+            detail;
     }
     catch (...)
     {

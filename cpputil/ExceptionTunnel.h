@@ -30,6 +30,10 @@ public:
     CExceptionTunnel(const CExceptionTunnel&) = delete;
     CExceptionTunnel& operator=(const CExceptionTunnel&) = delete;
 
+    /// Only from inside a catch handler, on a thread whose owner has given it up and may be gone:
+    /// logs the exception being handled through every live manager, keeping nothing.
+    static void LogAbandonedException(const CString& threadName) noexcept;
+
 protected:
     /// Only from inside a catch handler: logs the exception being handled and keeps it, replacing
     /// whatever was pending.
@@ -41,8 +45,10 @@ protected:
     void DiscardPendingException(const CString& threadName) noexcept;
 
 private:
-    void Log(const char* format, const CString& text, const CString& threadName,
-             const CString& detail) noexcept;
+    /// Only from inside a catch handler: the exception being handled, with its text and detail.
+    static boost::shared_ptr<Exception::CQlException> Classify(CString& text, CString& detail);
+    static void Log(Text::COutput& output, const char* format, const CString& text,
+                    const CString& threadName, const CString& detail) noexcept;
     boost::shared_ptr<Exception::CQlException> TakePendingException();
 
     boost::shared_ptr<Exception::CQlException> m_poException;

@@ -151,6 +151,12 @@ void CProxyWindow::PostAndWait(const TDelegate& call)
                                     __LINE__);
 }
 
+void CProxyWindow::Close()
+{
+    if (m_hWnd)
+        TearDown();
+}
+
 LRESULT CProxyWindow::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 {
     if (message == WM_USER)

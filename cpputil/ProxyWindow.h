@@ -42,6 +42,13 @@ public:
     /// same. Throws CQlException, naming the window, when the call cannot be queued or never
     /// runs: the window is destroyed, or its thread ends, before the call's turn.
     void PostAndWait(const TDelegate& call);
+    /// On the window's own thread: tears the window down now, as destruction would, for an object
+    /// that others still hold; it refuses calls from then on.
+    void Close();
+    /// Any thread: drops the calls still queued, releasing each waiter with a CQlException that
+    /// gives the reason (a phrase that outlives every waiter), and refuses calls from then on. A
+    /// call already running goes on.
+    void Release(const char* reason);
 
 protected:
     LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
@@ -56,8 +63,6 @@ private:
     /// False when the call was dropped; the waiter then says why. Takes the window's handle and
     /// queue from before the call was queued: once the call has run, this object may be gone.
     static bool Await(SWaiter& waiter, HWND hWnd, const std::shared_ptr<SPending>& pending);
-    /// Drops every call still queued and releases its waiter; later calls are refused.
-    void Release(const char* reason);
     void TearDown();
 
     DWORD m_dwCreatorThreadId;

@@ -95,6 +95,17 @@ bool WaitFor(Predicate done)
     return done();
 }
 
+// Lets a hanging worker go once its owner is well into its destruction.
+std::thread ReleaseLater(const std::shared_ptr<CEvent>& release)
+{
+    return std::thread(
+        [release]
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            release->SetEvent();
+        });
+}
+
 class DaemonThreadTest : public ::testing::Test
 {
 protected:
@@ -121,6 +132,7 @@ protected:
 TEST_F(DaemonThreadTest, WorkRunsOnTheWorkerThroughItsProxy)
 {
     CWorker worker(m_oOut);
+    EXPECT_THROW(worker.Proxy(), CQlException);
     worker.Start();
     const DWORD worker1 = worker.m_dwStartThread;
     worker.Start();
@@ -132,12 +144,20 @@ TEST_F(DaemonThreadTest, WorkRunsOnTheWorkerThroughItsProxy)
     worker.Stop();
     EXPECT_EQ(1, worker.m_iStops.load());
     EXPECT_FALSE(IsWindow(worker.m_hProxyWnd));
+    EXPECT_THROW(worker.Proxy(), CQlException);
 
     // A second life gets a fresh thread and window.
     worker.Start();
     worker.Proxy().PostAndWait([&] { ranOn = GetCurrentThreadId(); });
     EXPECT_EQ(worker.m_dwStartThread, ranOn);
     EXPECT_TRUE(IsWindow(worker.m_hProxyWnd));
+
+    // A loop that ends on its own leaves a window that refuses calls, not a freed one.
+    worker.Proxy().Post([] { PostQuitMessage(0); });
+    ASSERT_TRUE(WaitFor([&] { return !IsWindow(worker.m_hProxyWnd); }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // the thread lets go of it
+    EXPECT_THROW(worker.Proxy().Post([] {}), CQlException);
+    worker.Stop();
     EXPECT_TRUE(m_oRecorder.Lines().empty());
 }
 
@@ -222,37 +242,75 @@ TEST_F(DaemonThreadTest, StartReportsWhatOnThreadStartThrowsAndLogsIt)
     }
 }
 
-TEST_F(DaemonThreadTest, StopAbandonsAWorkerThatIgnoresQuitAfterTheTimeout)
+TEST_F(DaemonThreadTest, StopAbandonsABusyWorkerAndDestructionWaitsForItsCall)
 {
     // Outlive the test: the abandoned worker touches them after the owner is gone.
     auto busy = std::make_shared<std::atomic<bool>>(false);
     auto release = std::make_shared<CEvent>(FALSE, TRUE);
     auto done = std::make_shared<std::atomic<bool>>(false);
+    auto queuedRan = std::make_shared<std::atomic<bool>>(false);
 
-    std::unique_ptr<CWorker> worker(new CWorker(m_oOut));
+    std::unique_ptr<CPatientWorker> worker(new CPatientWorker(m_oOut));
     worker->SetShutdownTimeout(300);
     worker->Start();
-    worker->Proxy().Post(
-        [busy, release, done]
+    CPatientWorker* const self = worker.get();
+    CppUtil::Thread::CProxyWindow& proxy = worker->Proxy();
+    proxy.Post(
+        [busy, release, done, self]
         {
             *busy = true;
             release->Lock(INFINITE);
+            // Freed memory, had the owner not waited.
+            self->m_hProxyWnd = nullptr;
             *done = true;
+            throw std::runtime_error("Late failure.");
         });
-    ASSERT_TRUE(WaitFor([&] { return busy->load(); }));
+    proxy.Post([queuedRan] { *queuedRan = true; });
+    std::atomic<bool> waiterPosting(false);
+    std::atomic<bool> waiterDropped(false);
+    std::thread waiter(
+        [&proxy, &waiterPosting, &waiterDropped]
+        {
+            try
+            {
+                waiterPosting = true;
+                proxy.PostAndWait([] {});
+            }
+            catch (const CQlException&)
+            {
+                waiterDropped = true;
+            }
+        });
+    ASSERT_TRUE(WaitFor([&] { return busy->load() && waiterPosting.load(); }));
 
     const auto before = std::chrono::steady_clock::now();
     worker->Stop();
-    const auto waited = std::chrono::steady_clock::now() - before;
-    EXPECT_GE(waited, std::chrono::milliseconds(250));
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(250));
     EXPECT_FALSE(done->load());
     EXPECT_EQ(0, worker->m_iStops.load());
-    worker.reset();
+    // A second worker would run the owner's code beside the first.
+    EXPECT_THROW(worker->Start(), CQlException);
 
-    // The worker finishes on its own later, without its owner.
-    release->SetEvent();
-    EXPECT_TRUE(WaitFor([&] { return done->load(); }));
+    std::thread releaser = ReleaseLater(release);
+    worker.reset();
+    EXPECT_TRUE(done->load());
+    releaser.join();
+    waiter.join();
+    EXPECT_TRUE(waiterDropped.load());
+
+    // What the call threw is logged, although nobody is left to receive it; the call queued
+    // behind it never runs.
+    const std::string late = "The following exception was thrown on a thread its owner had given "
+                             "up: Late failure.\nInternal Software Details: Thread: [Writer] "
+                             "Caught: [Not Reported].";
+    EXPECT_TRUE(WaitFor(
+        [&]
+        {
+            const std::vector<SLogLine> lines = m_oRecorder.Lines();
+            return lines.size() == 1 && lines[0].m_sText == late;
+        }));
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    EXPECT_FALSE(queuedRan->load());
 }
 
 TEST_F(DaemonThreadTest, StopGivesUpOnAHookInTimeAndDestructionWaitsForIt)
@@ -287,13 +345,9 @@ TEST_F(DaemonThreadTest, StopGivesUpOnAHookInTimeAndDestructionWaitsForIt)
         worker->Stop();
         EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(3));
         EXPECT_EQ(before, returned->load());
+        EXPECT_THROW(worker->Start(), CQlException);
 
-        std::thread releaser(
-            [release]
-            {
-                std::this_thread::sleep_for(std::chrono::milliseconds(300));
-                release->SetEvent();
-            });
+        std::thread releaser = ReleaseLater(release);
         worker.reset();
         releaser.join();
         EXPECT_EQ(before + 1, returned->load());
