@@ -9,8 +9,10 @@
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
+#include <list>
 #include <mutex>
 #include <sys/file.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <unordered_map>
@@ -32,7 +34,8 @@ const char k_szJournalHeader[] = "Windows Registry Editor Version 5.00\n\n; gene
 // fold flushes the disk, which costs milliseconds, and a process's first read of the key parses
 // the whole journal.
 const off_t k_lMinJournal = 512 * 1024;
-// Keys whose values one process keeps in memory before it forgets them all.
+// Keys whose values (and key folders found) one process keeps in memory; past that it forgets the
+// one it used least recently.
 const std::size_t k_uMaxCachedKeys = 256;
 
 // Names are in the ANSI code page, Windows-1252, and fold as Windows folds them: every letter
@@ -199,19 +202,10 @@ SStamp StampOf(const std::string& path)
     return ::stat(path.c_str(), &info) == 0 ? SStamp(info) : SStamp();
 }
 
-// The bytes of a file from offset on, and the stamp of what was read.
-bool ReadFrom(const std::string& path, off_t offset, std::string& bytes, SStamp& stamp)
+// Reads fd from offset up to size, or less at the end of the file; bytes gets what was read.
+void ReadAt(int fd, off_t offset, off_t size, std::string& bytes)
 {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
-    if (fd < 0)
-        return false;
-    SCloser closer{fd};
-    struct stat info;
-    if (::fstat(fd, &info) != 0)
-        return false;
-    stamp = SStamp(info);
-    if (info.st_size > offset)
-        bytes.resize(static_cast<std::size_t>(info.st_size - offset));
+    bytes.resize(size > offset ? static_cast<std::size_t>(size - offset) : 0);
     std::size_t done = 0;
     while (done < bytes.size())
     {
@@ -224,6 +218,20 @@ bool ReadFrom(const std::string& path, off_t offset, std::string& bytes, SStamp&
         done += static_cast<std::size_t>(count);
     }
     bytes.resize(done);
+}
+
+// The bytes of a file from offset on, and the stamp of what was read.
+bool ReadFrom(const std::string& path, off_t offset, std::string& bytes, SStamp& stamp)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0)
+        return false;
+    SCloser closer{fd};
+    struct stat info;
+    if (::fstat(fd, &info) != 0)
+        return false;
+    stamp = SStamp(info);
+    ReadAt(fd, offset, info.st_size, bytes);
     return true;
 }
 
@@ -256,21 +264,65 @@ std::string Record(const SRegValue& value)
 // One process's copy of a key's values, and the versions of the files it was read from.
 struct SKeyCache
 {
-    SKeyCache() : m_lJournalEnd(0), m_bLoaded(false) {}
+    SKeyCache() : m_lJournalEnd(0), m_lFoldAt(0), m_bLoaded(false) {}
 
     SStamp m_oValuesFile;
     SStamp m_oJournal;
     std::string m_sJournalHeader; // empty when the key has no usable journal
     off_t m_lJournalEnd;          // the end of the last record read
+    off_t m_lFoldAt;              // after a failed fold, the journal size to try again at
     bool m_bLoaded;
     std::vector<SRegValue> m_oValues;
     std::unordered_map<std::string, std::size_t> m_oIndex; // folded name -> position
 };
 
+// At most k_uMaxCachedKeys entries by name; a new one takes the place of the one used least
+// recently.
+template <class T>
+class CRecentMap
+{
+public:
+    // The entry for name, default-made when missing; it becomes the most recently used.
+    T& operator[](const std::string& name)
+    {
+        if (T* entry = Find(name))
+            return *entry;
+        if (m_oEntries.size() >= k_uMaxCachedKeys)
+        {
+            m_oEntries.erase(m_oOrder.back());
+            m_oOrder.pop_back();
+        }
+        m_oOrder.push_front(name);
+        auto& entry = m_oEntries[name];
+        entry.second = m_oOrder.begin();
+        return entry.first;
+    }
+    T* Find(const std::string& name)
+    {
+        const auto found = m_oEntries.find(name);
+        if (found == m_oEntries.end())
+            return nullptr;
+        m_oOrder.splice(m_oOrder.begin(), m_oOrder, found->second.second);
+        return &found->second.first;
+    }
+    void Erase(const std::string& name)
+    {
+        const auto found = m_oEntries.find(name);
+        if (found == m_oEntries.end())
+            return;
+        m_oOrder.erase(found->second.second);
+        m_oEntries.erase(found);
+    }
+
+private:
+    std::list<std::string> m_oOrder; // most recently used first
+    std::unordered_map<std::string, std::pair<T, std::list<std::string>::iterator>> m_oEntries;
+};
+
 std::mutex s_oCacheMutex;
-std::unordered_map<std::string, SKeyCache> s_oCaches;
+CRecentMap<SKeyCache> s_oCaches;
 // Key folders found by FindKey: base folder, NUL, folded path -> folder and its identity.
-std::unordered_map<std::string, std::pair<std::string, SStamp>> s_oFolders;
+CRecentMap<std::pair<std::string, SStamp>> s_oFolders;
 
 void Apply(SKeyCache& cache, const SRegValue& value)
 {
@@ -337,55 +389,54 @@ bool IsJournalHeader(const std::string& bytes)
 }
 
 // Only what was appended since the last read; false when the journal is not the one read then.
+// Every fold gives the new journal a generation of its own, read here on every call: file
+// identity, size and times cannot tell a new journal from the old one where the file system
+// hands a freed inode number on and keeps times to the second.
 bool ReadJournalTail(const std::string& path, SKeyCache& cache)
 {
-    std::string header;
-    std::string tail;
-    SStamp stamp;
-    if (!ReadFrom(path, cache.m_lJournalEnd, tail, stamp) || !stamp.SameFile(cache.m_oJournal))
-        return false;
-    // A journal replaced by a new one with the same inode number has another generation.
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (fd < 0)
         return false;
     SCloser closer{fd};
-    header.resize(JournalHeaderSize());
-    if (::pread(fd, &header[0], header.size(), 0) != static_cast<ssize_t>(header.size()) ||
-        header != cache.m_sJournalHeader)
+    struct stat info;
+    std::string header;
+    if (::fstat(fd, &info) != 0 || info.st_size < cache.m_lJournalEnd)
         return false;
-    cache.m_lJournalEnd += static_cast<off_t>(ApplyRecords(cache, tail));
-    cache.m_oJournal = stamp;
+    ReadAt(fd, 0, static_cast<off_t>(JournalHeaderSize()), header);
+    if (header != cache.m_sJournalHeader)
+        return false;
+    // The journal only grows until a fold replaces it; a torn record seen at its end is read
+    // again until the next writer cuts it off.
+    if (info.st_size > cache.m_lJournalEnd)
+    {
+        std::string tail;
+        ReadAt(fd, cache.m_lJournalEnd, info.st_size, tail);
+        cache.m_lJournalEnd += static_cast<off_t>(ApplyRecords(cache, tail));
+    }
+    cache.m_oJournal = SStamp(info);
     return true;
 }
 
 // The key's values as they are now, read again only as far as the files changed.
 SKeyCache& Refreshed(const std::string& folder)
 {
-    if (s_oCaches.size() >= k_uMaxCachedKeys && s_oCaches.count(folder) == 0)
-        s_oCaches.clear();
     SKeyCache& cache = s_oCaches[folder];
     const std::string valuesPath = folder + "/" + k_szValueFile;
     const std::string journalPath = folder + "/" + k_szJournalFile;
-    const SStamp values = StampOf(valuesPath);
-    const SStamp journal = StampOf(journalPath);
-    if (cache.m_bLoaded && values == cache.m_oValuesFile)
+    // A value file changed by hand is read again; one replaced by a fold comes with a new journal.
+    if (cache.m_bLoaded && StampOf(valuesPath) == cache.m_oValuesFile)
     {
-        // The journal only grows until a fold replaces it (and the value file with it), so its
-        // size tells whether anything was appended; unless a torn record was seen at its end,
-        // which the next writer cuts off before appending one that may be as long.
-        if (journal.SameFile(cache.m_oJournal) && journal.m_lSize == cache.m_oJournal.m_lSize &&
-            journal.m_lSize == cache.m_lJournalEnd)
-            return cache;
-        if (!journal.m_bExists && !cache.m_oJournal.m_bExists)
-            return cache;
-        if (!cache.m_sJournalHeader.empty() && journal.SameFile(cache.m_oJournal) &&
-            journal.m_lSize >= cache.m_lJournalEnd && ReadJournalTail(journalPath, cache))
+        if (cache.m_sJournalHeader.empty()
+                ? !cache.m_oJournal.m_bExists && !StampOf(journalPath).m_bExists
+                : ReadJournalTail(journalPath, cache))
             return cache;
     }
 
     // The journal first: a value file replaced after it was opened already holds its records.
+    const off_t foldAt = cache.m_lFoldAt;
     cache = SKeyCache();
     cache.m_bLoaded = true;
+    cache.m_lFoldAt = foldAt;
     std::string journalBytes;
     ReadFrom(journalPath, 0, journalBytes, cache.m_oJournal);
     std::string bytes;
@@ -447,15 +498,19 @@ LONG Compact(const std::string& folder, const std::string& keyName, std::vector<
     LONG status = ReplaceFile(folder, valuesPath,
                               CRegFile::Write({SRegSection{keyName, false, values}}), mode, true);
     // A new generation tells readers that the journal they read from is gone, even when the new
-    // one gets the old one's inode number.
+    // one gets the old one's inode number, size and times: random, so that no process, nor a key
+    // deleted and made again, meets one it has seen.
     timespec now;
     ::clock_gettime(CLOCK_REALTIME, &now);
     static unsigned int s_uCounter = 0;
+    unsigned long long number = (static_cast<unsigned long long>(now.tv_sec) << 32) ^
+                                static_cast<unsigned long long>(now.tv_nsec) ^
+                                (static_cast<unsigned long long>(::getpid()) << 44) ^ ++s_uCounter;
+    unsigned long long random = 0;
+    if (::getrandom(&random, sizeof random, GRND_NONBLOCK) == static_cast<ssize_t>(sizeof random))
+        number ^= random;
     char generation[20];
-    std::snprintf(generation, sizeof generation, "%016llx\n",
-                  (static_cast<unsigned long long>(now.tv_sec) << 32) ^
-                      static_cast<unsigned long long>(now.tv_nsec) ^
-                      (static_cast<unsigned long long>(::getpid()) << 44) ^ ++s_uCounter);
+    std::snprintf(generation, sizeof generation, "%016llx\n", number);
     const std::string header = k_szJournalHeader + std::string(generation);
     if (status == ERROR_SUCCESS)
         status = ReplaceFile(folder, journalPath, header, mode, false);
@@ -469,7 +524,7 @@ LONG Compact(const std::string& folder, const std::string& keyName, std::vector<
     }
     if (status != ERROR_SUCCESS)
     {
-        s_oCaches.erase(folder);
+        s_oCaches.Erase(folder);
         return status;
     }
     // This process knows what it wrote: it need not read it back.
@@ -573,12 +628,12 @@ LONG CFileRegistry::FindKey(const std::string& baseFolder, const std::string& pa
     const std::string lookup = baseFolder + '\0' + Folded(path);
     {
         std::lock_guard<std::mutex> guard(s_oCacheMutex);
-        const auto found = s_oFolders.find(lookup);
+        const auto* found = s_oFolders.Find(lookup);
         struct stat info;
-        if (found != s_oFolders.end() && ::lstat(found->second.first.c_str(), &info) == 0 &&
-            S_ISDIR(info.st_mode) && SStamp(info).SameFile(found->second.second))
+        if (found && ::lstat(found->first.c_str(), &info) == 0 && S_ISDIR(info.st_mode) &&
+            SStamp(info).SameFile(found->second))
         {
-            folder = found->second.first;
+            folder = found->first;
             return ERROR_SUCCESS;
         }
     }
@@ -636,8 +691,6 @@ LONG CFileRegistry::FindKey(const std::string& baseFolder, const std::string& pa
     if (::lstat(folder.c_str(), &info) == 0)
     {
         std::lock_guard<std::mutex> guard(s_oCacheMutex);
-        if (s_oFolders.size() >= k_uMaxCachedKeys)
-            s_oFolders.clear();
         s_oFolders[lookup] = std::make_pair(folder, SStamp(info));
     }
     return ERROR_SUCCESS;
@@ -722,8 +775,15 @@ LONG CFileRegistry::WriteValue(const std::string& folder, const std::string& key
     cache->m_oJournal.m_lSize = cache->m_lJournalEnd;
     // Folding costs a rewrite of the value file: done once the journal has grown as large, it
     // costs each write no more than a constant share.
-    if (cache->m_lJournalEnd > std::max<off_t>(k_lMinJournal, cache->m_oValuesFile.m_lSize))
-        return Compact(folder, keyName, cache->m_oValues, false);
+    const off_t end = cache->m_lJournalEnd;
+    if (end > std::max({k_lMinJournal, cache->m_oValuesFile.m_lSize, cache->m_lFoldAt}) &&
+        Compact(folder, keyName, cache->m_oValues, false) != ERROR_SUCCESS)
+    {
+        // The record has landed and other processes may have read it already, so the write has
+        // succeeded; the fold only saves later reads work. Tried again once the journal has
+        // doubled, a full disk costs each write no more than before.
+        Refreshed(folder).m_lFoldAt = 2 * end;
+    }
     return ERROR_SUCCESS;
 }
 
@@ -742,12 +802,14 @@ std::vector<std::string> CFileRegistry::SubKeys(const std::string& folder)
     for (const std::string& entry : Entries(folder))
         if (entry[0] != '.' && IsFolder(folder + "/" + entry))
             names.push_back(DecodeName(entry));
+    // In the order Windows gives them: by the UTF-16 code units of the names in lower case.
     std::sort(names.begin(), names.end(),
               [](const std::string& a, const std::string& b)
               {
-                  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
-                                                      [](char x, char y)
-                                                      { return Fold(x) < Fold(y); });
+                  return std::lexicographical_compare(
+                      a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y)
+                      { return CRegFile::Wide(Fold(x)) < CRegFile::Wide(Fold(y)); });
               });
     return names;
 }
