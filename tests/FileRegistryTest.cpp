@@ -8,6 +8,7 @@
 #include <cpputil/RegistryValue.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
@@ -523,4 +524,57 @@ TEST(FileRegistryTest, WriteWhoseFoldFindsTheDiskFullLandsAndSucceeds)
     EXPECT_EQ(88u, CFileRegistry::ReadValues(folder).size());
     ASSERT_EQ(ERROR_SUCCESS, registry.Flush());
     EXPECT_EQ(88u, CFileRegistry::ReadValues(folder).size());
+}
+
+// A child made by fork while another thread is inside a write neither waits for what that thread
+// held (the process's cache, the key's lock) nor keeps the key locked for as long as it lives.
+TEST(FileRegistryTest, ChildForkedDuringAWriteWritesAndLocksNothing)
+{
+    CRegistrySandbox sandbox;
+    CRegKey registry;
+    ASSERT_EQ(ERROR_SUCCESS, registry.Create(HKEY_CURRENT_USER, "Software\\Forked", nullptr, 0,
+                                             KEY_ALL_ACCESS, nullptr, nullptr));
+    std::atomic<bool> stop{false};
+    std::thread writer(
+        [&]
+        {
+            for (DWORD i = 0; !stop; ++i)
+                registry.SetDWORDValue("Busy", i);
+        });
+    // A child that hangs is killed by its alarm.
+    const auto writes = []
+    {
+        const pid_t child = ::fork();
+        if (child == 0)
+        {
+            ::alarm(5);
+            CRegKey again;
+            ::_exit(again.Open(HKEY_CURRENT_USER, "Software\\Forked", KEY_ALL_ACCESS) ==
+                                ERROR_SUCCESS &&
+                            again.SetDWORDValue("Child", 1) == ERROR_SUCCESS
+                        ? 0
+                        : 3);
+        }
+        int status = 0;
+        return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+               WEXITSTATUS(status) == 0;
+    };
+    int hung = -1;
+    for (int i = 0; i < 100 && hung < 0; ++i)
+        if (!writes())
+            hung = i;
+    // A child that lives on does not keep the key locked.
+    const pid_t sleeper = ::fork();
+    EXPECT_NE(-1, sleeper);
+    if (sleeper == 0)
+    {
+        ::sleep(30);
+        ::_exit(0);
+    }
+    stop = true;
+    writer.join();
+    EXPECT_EQ(-1, hung) << "a child forked during a write hung";
+    EXPECT_TRUE(writes()) << "the key stayed locked";
+    if (sleeper > 0 && ::kill(sleeper, SIGKILL) == 0)
+        ::waitpid(sleeper, nullptr, 0);
 }

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <list>
 #include <mutex>
+#include <pthread.h>
 #include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -132,26 +133,44 @@ struct SCloser
     ~SCloser() { ::close(m_iFd); }
 };
 
+std::mutex s_oCacheMutex;
+// The descriptors of the key locks open in this process. A lock belongs to its open file, which a
+// child made by fork shares: the child closes its copies, or it would hold the lock as long as it
+// lives. Opened and closed under s_oLockFdsMutex, so that no fork falls between.
+std::mutex s_oLockFdsMutex;
+std::vector<int> s_oLockFds;
+
 // The key's lock, held from construction to destruction: serialises writers in all processes.
 class CKeyLock
 {
 public:
-    explicit CKeyLock(const std::string& folder)
-        : m_iFd(::open((folder + "/" + k_szLockFile).c_str(),
-                       O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644)),
-          m_lStatus(ERROR_SUCCESS)
+    explicit CKeyLock(const std::string& folder) : m_iFd(-1), m_lStatus(ERROR_SUCCESS)
     {
-        if (m_iFd < 0)
-            m_lStatus = FromErrno(errno);
-        else
+        {
+            std::lock_guard<std::mutex> guard(s_oLockFdsMutex);
+            m_iFd = ::open((folder + "/" + k_szLockFile).c_str(),
+                           O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644);
+            if (m_iFd >= 0)
+                s_oLockFds.push_back(m_iFd);
+            else
+                m_lStatus = FromErrno(errno);
+        }
+        if (m_iFd >= 0)
             while (::flock(m_iFd, LOCK_EX) != 0 && errno == EINTR)
             {
             }
     }
     ~CKeyLock()
     {
-        if (m_iFd >= 0)
-            ::close(m_iFd);
+        if (m_iFd < 0)
+            return;
+        // A child made by fork while this lock was held has closed it already.
+        std::lock_guard<std::mutex> guard(s_oLockFdsMutex);
+        const auto found = std::find(s_oLockFds.begin(), s_oLockFds.end(), m_iFd);
+        if (found == s_oLockFds.end())
+            return;
+        s_oLockFds.erase(found);
+        ::close(m_iFd);
     }
     CKeyLock(const CKeyLock&) = delete;
     CKeyLock& operator=(const CKeyLock&) = delete;
@@ -319,10 +338,31 @@ private:
     std::unordered_map<std::string, std::pair<T, std::list<std::string>::iterator>> m_oEntries;
 };
 
-std::mutex s_oCacheMutex;
 CRecentMap<SKeyCache> s_oCaches;
 // Key folders found by FindKey: base folder, NUL, folded path -> folder and its identity.
 CRecentMap<std::pair<std::string, SStamp>> s_oFolders;
+
+// A fork waits until no thread of the process is inside the cache or opening or closing a key
+// lock, so that the child finds both mutexes free and knows every lock descriptor it shares.
+const int s_iAtFork = ::pthread_atfork(
+    []
+    {
+        s_oCacheMutex.lock();
+        s_oLockFdsMutex.lock();
+    },
+    []
+    {
+        s_oLockFdsMutex.unlock();
+        s_oCacheMutex.unlock();
+    },
+    []
+    {
+        for (int fd : s_oLockFds)
+            ::close(fd);
+        s_oLockFds.clear();
+        s_oLockFdsMutex.unlock();
+        s_oCacheMutex.unlock();
+    });
 
 void Apply(SKeyCache& cache, const SRegValue& value)
 {
