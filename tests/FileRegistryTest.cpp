@@ -472,12 +472,14 @@ TEST(FileRegistryTest, KeyInUseStaysInMemoryAmongManyOthers)
         journal.seekp(static_cast<std::streamoff>(text.find("dword:00000001") + 13));
         journal.put('2'); // the record's checksum no longer matches: read again, v is gone
     }
-    for (int i = 0; i < 300; ++i)
+    for (int i = 0; i < 5000; ++i)
     {
         CRegKey other;
-        ASSERT_EQ(ERROR_SUCCESS,
-                  other.Create(HKEY_CURRENT_USER, ("Software\\Other" + std::to_string(i)).c_str(),
-                               nullptr, 0, KEY_ALL_ACCESS, nullptr, nullptr));
+        ASSERT_EQ(ERROR_SUCCESS, other.Create(HKEY_CURRENT_USER,
+                                              ("Software\\Other\\" + std::to_string(i / 64) + "\\" +
+                                               std::to_string(i % 64))
+                                                  .c_str(),
+                                              nullptr, 0, KEY_ALL_ACCESS, nullptr, nullptr));
         EXPECT_EQ(ERROR_FILE_NOT_FOUND, other.QueryDWORDValue("v", seen));
         ASSERT_EQ(ERROR_SUCCESS, mine.QueryDWORDValue("v", seen)) << "after " << i << " others";
         EXPECT_EQ(1u, seen);

@@ -35,9 +35,11 @@ const char k_szJournalHeader[] = "Windows Registry Editor Version 5.00\n\n; gene
 // fold flushes the disk, which costs milliseconds, and a process's first read of the key parses
 // the whole journal.
 const off_t k_lMinJournal = 512 * 1024;
-// Keys whose values (and key folders found) one process keeps in memory; past that it forgets the
-// one it used least recently.
-const std::size_t k_uMaxCachedKeys = 256;
+// Keys whose values (and key folders found) one process keeps in memory, and the size of the files
+// they were read from; past either it forgets the keys it used least recently. Bounded by size
+// rather than by a small count, a large key in use is not read again because many small ones are.
+const std::size_t k_uMaxCachedKeys = 4096;
+const std::size_t k_uMaxCachedBytes = 32 * 1024 * 1024;
 
 // Names are in the ANSI code page, Windows-1252, and fold as Windows folds them: every letter
 // with a partner of the other case there, not only ASCII's (the multiplication sign between the
@@ -295,47 +297,68 @@ struct SKeyCache
     std::unordered_map<std::string, std::size_t> m_oIndex; // folded name -> position
 };
 
-// At most k_uMaxCachedKeys entries by name; a new one takes the place of the one used least
-// recently.
+// At most k_uMaxCachedKeys entries by name, weighing k_uMaxCachedBytes together: the entries used
+// least recently make room.
 template <class T>
 class CRecentMap
 {
 public:
+    CRecentMap() : m_uWeight(0) {}
+
     // The entry for name, default-made when missing; it becomes the most recently used.
     T& operator[](const std::string& name)
     {
         if (T* entry = Find(name))
             return *entry;
         if (m_oEntries.size() >= k_uMaxCachedKeys)
-        {
-            m_oEntries.erase(m_oOrder.back());
-            m_oOrder.pop_back();
-        }
+            Erase(m_oOrder.back());
         m_oOrder.push_front(name);
-        auto& entry = m_oEntries[name];
-        entry.second = m_oOrder.begin();
-        return entry.first;
+        SEntry& entry = m_oEntries[name];
+        entry.m_itOrder = m_oOrder.begin();
+        return entry.m_oValue;
     }
     T* Find(const std::string& name)
     {
         const auto found = m_oEntries.find(name);
         if (found == m_oEntries.end())
             return nullptr;
-        m_oOrder.splice(m_oOrder.begin(), m_oOrder, found->second.second);
-        return &found->second.first;
+        m_oOrder.splice(m_oOrder.begin(), m_oOrder, found->second.m_itOrder);
+        return &found->second.m_oValue;
+    }
+    // Sets the weight of name's entry, and forgets others while the whole weighs too much.
+    void Weigh(const std::string& name, std::size_t weight)
+    {
+        const auto found = m_oEntries.find(name);
+        if (found == m_oEntries.end())
+            return;
+        m_uWeight = m_uWeight - found->second.m_uWeight + weight;
+        found->second.m_uWeight = weight;
+        while (m_uWeight > k_uMaxCachedBytes && m_oOrder.back() != name)
+            Erase(m_oOrder.back());
     }
     void Erase(const std::string& name)
     {
         const auto found = m_oEntries.find(name);
         if (found == m_oEntries.end())
             return;
-        m_oOrder.erase(found->second.second);
+        m_uWeight -= found->second.m_uWeight;
+        m_oOrder.erase(found->second.m_itOrder);
         m_oEntries.erase(found);
     }
 
 private:
+    struct SEntry
+    {
+        SEntry() : m_oValue(), m_uWeight(0) {}
+
+        T m_oValue;
+        std::size_t m_uWeight;
+        std::list<std::string>::iterator m_itOrder;
+    };
+
     std::list<std::string> m_oOrder; // most recently used first
-    std::unordered_map<std::string, std::pair<T, std::list<std::string>::iterator>> m_oEntries;
+    std::unordered_map<std::string, SEntry> m_oEntries;
+    std::size_t m_uWeight;
 };
 
 CRecentMap<SKeyCache> s_oCaches;
@@ -457,6 +480,14 @@ bool ReadJournalTail(const std::string& path, SKeyCache& cache)
     return true;
 }
 
+// The cache of folder, weighed by the size of the files it was read from.
+SKeyCache& Weighed(const std::string& folder, SKeyCache& cache)
+{
+    s_oCaches.Weigh(folder, static_cast<std::size_t>(cache.m_oValuesFile.m_lSize) +
+                                static_cast<std::size_t>(cache.m_lJournalEnd));
+    return cache;
+}
+
 // The key's values as they are now, read again only as far as the files changed.
 SKeyCache& Refreshed(const std::string& folder)
 {
@@ -469,7 +500,7 @@ SKeyCache& Refreshed(const std::string& folder)
         if (cache.m_sJournalHeader.empty()
                 ? !cache.m_oJournal.m_bExists && !StampOf(journalPath).m_bExists
                 : ReadJournalTail(journalPath, cache))
-            return cache;
+            return Weighed(folder, cache);
     }
 
     // The journal first: a value file replaced after it was opened already holds its records.
@@ -495,7 +526,7 @@ SKeyCache& Refreshed(const std::string& folder)
         cache.m_lJournalEnd = static_cast<off_t>(
             JournalHeaderSize() + ApplyRecords(cache, journalBytes.substr(JournalHeaderSize())));
     }
-    return cache;
+    return Weighed(folder, cache);
 }
 
 // Writes bytes to a new file beside target and renames it over target, keeping target's
