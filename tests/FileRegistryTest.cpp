@@ -8,10 +8,14 @@
 #include <cpputil/RegistryValue.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -81,7 +85,41 @@ void WriteValues(const std::string& key, const std::string& prefix, int first, i
             ::_exit(4);
 }
 
+bool g_bTimeless = false;
+
+// While one lives, this process (the registry in it included) sees a file system that keeps no
+// file times, as one that keeps them to the second sees files written within one second.
+struct STimeless
+{
+    STimeless() { g_bTimeless = true; }
+    ~STimeless() { g_bTimeless = false; }
+};
+
+int Timeless(int result, struct stat* info)
+{
+    if (g_bTimeless)
+        info->st_mtim = info->st_ctim = info->st_atim = timespec{};
+    return result;
+}
+
 } // namespace
+
+extern "C" __attribute__((visibility("default"))) int stat(const char* __restrict path,
+                                                           struct stat* __restrict info) noexcept
+{
+    return Timeless(::fstatat(AT_FDCWD, path, info, 0), info);
+}
+
+extern "C" __attribute__((visibility("default"))) int lstat(const char* __restrict path,
+                                                            struct stat* __restrict info) noexcept
+{
+    return Timeless(::fstatat(AT_FDCWD, path, info, AT_SYMLINK_NOFOLLOW), info);
+}
+
+extern "C" __attribute__((visibility("default"))) int fstat(int fd, struct stat* info) noexcept
+{
+    return Timeless(::fstatat(fd, "", info, AT_EMPTY_PATH), info);
+}
 
 TEST(FileRegistryTest, HostileNamesStayInsideTheirHive)
 {
@@ -339,6 +377,14 @@ TEST(FileRegistryTest, EditorFilesParseInBothEncodings)
         EXPECT_TRUE(values[7].m_bDelete);
     }
 
+    // The editor refuses the escape \0, and imports nothing from its line on.
+    std::vector<SRegSection> cut;
+    ASSERT_TRUE(
+        CRegFile::Parse("REGEDIT4\n[a]\n\"x\"=\"1\"\n\"z\"=\"p\\0q\"\n\"y\"=\"2\"\n\n[b]\n", cut));
+    ASSERT_EQ(1u, cut.size());
+    ASSERT_EQ(1u, cut[0].m_oValues.size());
+    EXPECT_EQ("x", cut[0].m_oValues[0].m_sName);
+
     std::vector<SRegSection> none;
     EXPECT_FALSE(CRegFile::Parse("REGEDIT5\n[x]\n", none));
     EXPECT_FALSE(CRegFile::Parse("", none));
@@ -402,4 +448,182 @@ TEST(FileRegistryTest, ReaderInAnotherProcessSeesEachWriteOnReturn)
     EXPECT_EQ(
         static_cast<std::size_t>(count + 1),
         CFileRegistry::ReadValues(sandbox.Root() + "/HKEY_CURRENT_USER/Software/Large").size());
+}
+
+// Three flushes by another process between two of ours bring the value file and the journal back
+// to inode numbers this process saw before; on a file system that keeps times to the second
+// nothing else tells the files apart.
+TEST(FileRegistryTest, WritesAcrossFoldsInAnotherProcessAreNeitherMissedNorUndone)
+{
+    CRegistrySandbox sandbox;
+    STimeless timeless;
+    const std::string key = "Software\\Folds";
+    CRegKey mine;
+    ASSERT_EQ(ERROR_SUCCESS, mine.Create(HKEY_CURRENT_USER, key.c_str(), nullptr, 0, KEY_ALL_ACCESS,
+                                         nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, mine.SetDWORDValue("Theirs", 0));
+    ASSERT_EQ(ERROR_SUCCESS, mine.SetDWORDValue("Mine", 0));
+    ASSERT_EQ(ERROR_SUCCESS, mine.Flush());
+    std::string folder;
+    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
+                                                    key, false, folder));
+    for (DWORD round = 1; round <= 20; ++round)
+    {
+        const pid_t child = ::fork();
+        ASSERT_NE(-1, child);
+        if (child == 0)
+        {
+            CRegKey theirs;
+            if (theirs.Open(HKEY_CURRENT_USER, key.c_str(), KEY_ALL_ACCESS) != ERROR_SUCCESS)
+                ::_exit(3);
+            for (DWORD step = 3; step-- > 0;)
+                if (theirs.SetDWORDValue("Theirs", round + step * 1000) != ERROR_SUCCESS ||
+                    theirs.Flush() != ERROR_SUCCESS)
+                    ::_exit(4);
+            ::_exit(0);
+        }
+        int status = 0;
+        ASSERT_EQ(child, ::waitpid(child, &status, 0));
+        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        DWORD seen = 0;
+        ASSERT_EQ(ERROR_SUCCESS, mine.QueryDWORDValue("Theirs", seen));
+        EXPECT_EQ(round, seen) << "a write of another process missed";
+        ASSERT_EQ(ERROR_SUCCESS, mine.SetDWORDValue("Mine", round));
+        ASSERT_EQ(ERROR_SUCCESS, mine.Flush());
+        std::ifstream file(folder + "/.values.reg");
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        char expected[32];
+        std::snprintf(expected, sizeof expected, "\"Theirs\"=dword:%08x\n", round);
+        EXPECT_NE(std::string::npos, text.find(expected))
+            << "a write of another process undone by our fold in round " << round;
+    }
+}
+
+// A key in use stays in memory however many others the process touches: its journal, changed
+// in place behind the registry's back, is not read again.
+TEST(FileRegistryTest, KeyInUseStaysInMemoryAmongManyOthers)
+{
+    CRegistrySandbox sandbox;
+    CRegKey mine;
+    ASSERT_EQ(ERROR_SUCCESS, mine.Create(HKEY_CURRENT_USER, "Software\\InUse", nullptr, 0,
+                                         KEY_ALL_ACCESS, nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, mine.SetDWORDValue("v", 1));
+    DWORD seen = 0;
+    ASSERT_EQ(ERROR_SUCCESS, mine.QueryDWORDValue("v", seen));
+    std::string folder;
+    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
+                                                    "Software\\InUse", false, folder));
+    {
+        std::fstream journal(folder + "/.values.journal", std::ios::in | std::ios::out);
+        const std::string text{std::istreambuf_iterator<char>(journal), {}};
+        journal.seekp(static_cast<std::streamoff>(text.find("dword:00000001") + 13));
+        journal.put('2'); // the record's checksum no longer matches: read again, v is gone
+    }
+    for (int i = 0; i < 5000; ++i)
+    {
+        CRegKey other;
+        ASSERT_EQ(ERROR_SUCCESS, other.Create(HKEY_CURRENT_USER,
+                                              ("Software\\Other\\" + std::to_string(i / 64) + "\\" +
+                                               std::to_string(i % 64))
+                                                  .c_str(),
+                                              nullptr, 0, KEY_ALL_ACCESS, nullptr, nullptr));
+        EXPECT_EQ(ERROR_FILE_NOT_FOUND, other.QueryDWORDValue("v", seen));
+        ASSERT_EQ(ERROR_SUCCESS, mine.QueryDWORDValue("v", seen)) << "after " << i << " others";
+        EXPECT_EQ(1u, seen);
+    }
+}
+
+// A fold that finds the disk full comes after the write's record has landed: the write succeeds
+// and every process sees it.
+TEST(FileRegistryTest, WriteWhoseFoldFindsTheDiskFullLandsAndSucceeds)
+{
+    CRegistrySandbox sandbox;
+    const std::string key = "Software\\Full";
+    const std::string big(16 * 1024, 'x');
+    CRegKey registry;
+    ASSERT_EQ(ERROR_SUCCESS, registry.Create(HKEY_CURRENT_USER, key.c_str(), nullptr, 0,
+                                             KEY_ALL_ACCESS, nullptr, nullptr));
+    for (int i = 0; i < 40; ++i)
+        ASSERT_EQ(ERROR_SUCCESS,
+                  registry.SetStringValue(("old" + std::to_string(i)).c_str(), big.c_str()));
+    ASSERT_EQ(ERROR_SUCCESS, registry.Flush());
+    const pid_t child = ::fork();
+    ASSERT_NE(-1, child);
+    if (child == 0)
+    {
+        // Room for the journal, which grows to the value file's size before a fold, but not for
+        // the new value file, which holds both.
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{1024 * 1024, 1024 * 1024};
+        if (::setrlimit(RLIMIT_FSIZE, &limit) != 0)
+            ::_exit(2);
+        for (int i = 0; i < 48; ++i)
+            if (registry.SetStringValue(("new" + std::to_string(i)).c_str(), big.c_str()) !=
+                ERROR_SUCCESS)
+                ::_exit(10 + i);
+        ::_exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(child, ::waitpid(child, &status, 0));
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(0, WEXITSTATUS(status)) << "the write that folded reported a failure";
+    std::string folder;
+    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
+                                                    key, false, folder));
+    EXPECT_EQ(88u, CFileRegistry::ReadValues(folder).size());
+    ASSERT_EQ(ERROR_SUCCESS, registry.Flush());
+    EXPECT_EQ(88u, CFileRegistry::ReadValues(folder).size());
+}
+
+// A child made by fork while another thread is inside a write neither waits for what that thread
+// held (the process's cache, the key's lock) nor keeps the key locked for as long as it lives.
+TEST(FileRegistryTest, ChildForkedDuringAWriteWritesAndLocksNothing)
+{
+    CRegistrySandbox sandbox;
+    CRegKey registry;
+    ASSERT_EQ(ERROR_SUCCESS, registry.Create(HKEY_CURRENT_USER, "Software\\Forked", nullptr, 0,
+                                             KEY_ALL_ACCESS, nullptr, nullptr));
+    std::atomic<bool> stop{false};
+    std::thread writer(
+        [&]
+        {
+            for (DWORD i = 0; !stop; ++i)
+                registry.SetDWORDValue("Busy", i);
+        });
+    // A child that hangs is killed by its alarm.
+    const auto writes = []
+    {
+        const pid_t child = ::fork();
+        if (child == 0)
+        {
+            ::alarm(5);
+            CRegKey again;
+            ::_exit(again.Open(HKEY_CURRENT_USER, "Software\\Forked", KEY_ALL_ACCESS) ==
+                                ERROR_SUCCESS &&
+                            again.SetDWORDValue("Child", 1) == ERROR_SUCCESS
+                        ? 0
+                        : 3);
+        }
+        int status = 0;
+        return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+               WEXITSTATUS(status) == 0;
+    };
+    int hung = -1;
+    for (int i = 0; i < 100 && hung < 0; ++i)
+        if (!writes())
+            hung = i;
+    // A child that lives on does not keep the key locked.
+    const pid_t sleeper = ::fork();
+    EXPECT_NE(-1, sleeper);
+    if (sleeper == 0)
+    {
+        ::sleep(30);
+        ::_exit(0);
+    }
+    stop = true;
+    writer.join();
+    EXPECT_EQ(-1, hung) << "a child forked during a write hung";
+    EXPECT_TRUE(writes()) << "the key stayed locked";
+    if (sleeper > 0 && ::kill(sleeper, SIGKILL) == 0)
+        ::waitpid(sleeper, nullptr, 0);
 }

@@ -174,7 +174,7 @@ TEST_F(QLRegistryTest, TypedValuesRoundTripAndMissingOrMistypedOnesGiveDefaults)
     EXPECT_EQ(6ul, fresh.GetValue());
 }
 
-TEST_F(QLRegistryTest, AnsiLettersFoldAndTextsWithoutTheirNulAreRefused)
+TEST_F(QLRegistryTest, AnsiLettersFoldAndTextsWithoutTheirNulReadWithOne)
 {
     // Letters of the ANSI code page beyond ASCII match in either case, in key and value names;
     // the multiplication and division signs are not a pair.
@@ -193,10 +193,17 @@ TEST_F(QLRegistryTest, AnsiLettersFoldAndTextsWithoutTheirNulAreRefused)
     ASSERT_EQ(ERROR_SUCCESS,
               ::RegSetValueExA(key, "Raw", 0, REG_SZ, reinterpret_cast<const BYTE*>("abcd"), 3));
     ASSERT_EQ(ERROR_SUCCESS, ::RegSetValueExA(key, "Nothing", 0, REG_SZ, nullptr, 0));
+    // A text stored without its NUL reads with one, counted in, wherever the room for it lacks.
     char text[16] = "zzzzz";
-    ULONG chars = sizeof text;
-    EXPECT_EQ(ERROR_INVALID_DATA, key.QueryStringValue("Raw", text, &chars));
-    EXPECT_EQ(CString("none"), Load<CString>(hive, upper, "Raw", "none"));
+    ULONG chars = 3;
+    EXPECT_EQ(ERROR_MORE_DATA, key.QueryStringValue("Raw", text, &chars));
+    EXPECT_EQ(4u, chars);
+    EXPECT_EQ(std::string("zzzzz"), text);
+    chars = sizeof text;
+    EXPECT_EQ(ERROR_SUCCESS, key.QueryStringValue("Raw", text, &chars));
+    EXPECT_EQ(std::string("abc"), text);
+    EXPECT_EQ(4u, chars);
+    EXPECT_EQ(CString("abc"), Load<CString>(hive, upper, "Raw", "none"));
     chars = sizeof text;
     EXPECT_EQ(ERROR_SUCCESS, key.QueryStringValue("Nothing", text, &chars));
     EXPECT_EQ(std::string(), text);
@@ -205,6 +212,35 @@ TEST_F(QLRegistryTest, AnsiLettersFoldAndTextsWithoutTheirNulAreRefused)
     EXPECT_EQ(ERROR_SUCCESS, key.QueryStringValue("\xc4PFEL\xfe\x9c\x9e\xff\xc0", text, &chars));
     EXPECT_EQ(std::string("kept"), text);
     EXPECT_EQ(5u, chars);
+
+    // Sub-keys come in the order of their names' UTF-16 characters in lower case.
+    const char* const names[] = {"\x80",
+                                 "\x9F"
+                                 "3",
+                                 "z",
+                                 "\xFF",
+                                 "\xC9"
+                                 "2",
+                                 "\xB5",
+                                 "\xE9",
+                                 "\xDF"};
+    for (const char* name : names)
+    {
+        CppUtil::Platform::CRegKey sub;
+        ASSERT_EQ(ERROR_SUCCESS,
+                  sub.Create(key, name, nullptr, 0, KEY_ALL_ACCESS, nullptr, nullptr));
+    }
+    std::string order;
+    char name[16];
+    for (DWORD index = 0, length = sizeof name;
+         ::RegEnumKeyExA(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) ==
+         ERROR_SUCCESS;
+         ++index, length = sizeof name)
+        order += std::string(name, length) + " ";
+    EXPECT_EQ("z \xB5 \xDF \xE9 \xC9"
+              "2 \xFF \x9F"
+              "3 \x80 ",
+              order);
 }
 
 // A key's file as the registry editor writes it (UTF-16LE with its mark, CR LF line ends), and

@@ -9,8 +9,11 @@
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
+#include <list>
 #include <mutex>
+#include <pthread.h>
 #include <sys/file.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <unordered_map>
@@ -32,8 +35,11 @@ const char k_szJournalHeader[] = "Windows Registry Editor Version 5.00\n\n; gene
 // fold flushes the disk, which costs milliseconds, and a process's first read of the key parses
 // the whole journal.
 const off_t k_lMinJournal = 512 * 1024;
-// Keys whose values one process keeps in memory before it forgets them all.
-const std::size_t k_uMaxCachedKeys = 256;
+// Keys whose values (and key folders found) one process keeps in memory, and the size of the files
+// they were read from; past either it forgets the keys it used least recently. Bounded by size
+// rather than by a small count, a large key in use is not read again because many small ones are.
+const std::size_t k_uMaxCachedKeys = 4096;
+const std::size_t k_uMaxCachedBytes = 32 * 1024 * 1024;
 
 // Names are in the ANSI code page, Windows-1252, and fold as Windows folds them: every letter
 // with a partner of the other case there, not only ASCII's (the multiplication sign between the
@@ -134,26 +140,44 @@ struct SCloser
     ~SCloser() { ::close(m_iFd); }
 };
 
+std::mutex s_oCacheMutex;
+// The descriptors of the key locks open in this process. A lock belongs to its open file, which a
+// child made by fork shares: the child closes its copies, or it would hold the lock as long as it
+// lives. Opened and closed under s_oLockFdsMutex, so that no fork falls between.
+std::mutex s_oLockFdsMutex;
+std::vector<int> s_oLockFds;
+
 // The key's lock, held from construction to destruction: serialises writers in all processes.
 class CKeyLock
 {
 public:
-    explicit CKeyLock(const std::string& folder)
-        : m_iFd(::open((folder + "/" + k_szLockFile).c_str(),
-                       O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644)),
-          m_lStatus(ERROR_SUCCESS)
+    explicit CKeyLock(const std::string& folder) : m_iFd(-1), m_lStatus(ERROR_SUCCESS)
     {
-        if (m_iFd < 0)
-            m_lStatus = FromErrno(errno);
-        else
+        {
+            std::lock_guard<std::mutex> guard(s_oLockFdsMutex);
+            m_iFd = ::open((folder + "/" + k_szLockFile).c_str(),
+                           O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644);
+            if (m_iFd >= 0)
+                s_oLockFds.push_back(m_iFd);
+            else
+                m_lStatus = FromErrno(errno);
+        }
+        if (m_iFd >= 0)
             while (::flock(m_iFd, LOCK_EX) != 0 && errno == EINTR)
             {
             }
     }
     ~CKeyLock()
     {
-        if (m_iFd >= 0)
-            ::close(m_iFd);
+        if (m_iFd < 0)
+            return;
+        // A child made by fork while this lock was held has closed it already.
+        std::lock_guard<std::mutex> guard(s_oLockFdsMutex);
+        const auto found = std::find(s_oLockFds.begin(), s_oLockFds.end(), m_iFd);
+        if (found == s_oLockFds.end())
+            return;
+        s_oLockFds.erase(found);
+        ::close(m_iFd);
     }
     CKeyLock(const CKeyLock&) = delete;
     CKeyLock& operator=(const CKeyLock&) = delete;
@@ -204,19 +228,10 @@ SStamp StampOf(const std::string& path)
     return ::stat(path.c_str(), &info) == 0 ? SStamp(info) : SStamp();
 }
 
-// The bytes of a file from offset on, and the stamp of what was read.
-bool ReadFrom(const std::string& path, off_t offset, std::string& bytes, SStamp& stamp)
+// Reads fd from offset up to size, or less at the end of the file; bytes gets what was read.
+void ReadAt(int fd, off_t offset, off_t size, std::string& bytes)
 {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
-    if (fd < 0)
-        return false;
-    SCloser closer{fd};
-    struct stat info;
-    if (::fstat(fd, &info) != 0)
-        return false;
-    stamp = SStamp(info);
-    if (info.st_size > offset)
-        bytes.resize(static_cast<std::size_t>(info.st_size - offset));
+    bytes.resize(size > offset ? static_cast<std::size_t>(size - offset) : 0);
     std::size_t done = 0;
     while (done < bytes.size())
     {
@@ -229,6 +244,20 @@ bool ReadFrom(const std::string& path, off_t offset, std::string& bytes, SStamp&
         done += static_cast<std::size_t>(count);
     }
     bytes.resize(done);
+}
+
+// The bytes of a file from offset on, and the stamp of what was read.
+bool ReadFrom(const std::string& path, off_t offset, std::string& bytes, SStamp& stamp)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0)
+        return false;
+    SCloser closer{fd};
+    struct stat info;
+    if (::fstat(fd, &info) != 0)
+        return false;
+    stamp = SStamp(info);
+    ReadAt(fd, offset, info.st_size, bytes);
     return true;
 }
 
@@ -261,21 +290,107 @@ std::string Record(const SRegValue& value)
 // One process's copy of a key's values, and the versions of the files it was read from.
 struct SKeyCache
 {
-    SKeyCache() : m_lJournalEnd(0), m_bLoaded(false) {}
+    SKeyCache() : m_lJournalEnd(0), m_lFoldAt(0), m_bLoaded(false) {}
 
     SStamp m_oValuesFile;
     SStamp m_oJournal;
     std::string m_sJournalHeader; // empty when the key has no usable journal
     off_t m_lJournalEnd;          // the end of the last record read
+    off_t m_lFoldAt;              // after a failed fold, the journal size to try again at
     bool m_bLoaded;
     std::vector<SRegValue> m_oValues;
     std::unordered_map<std::string, std::size_t> m_oIndex; // folded name -> position
 };
 
-std::mutex s_oCacheMutex;
-std::unordered_map<std::string, SKeyCache> s_oCaches;
+// At most k_uMaxCachedKeys entries by name, weighing k_uMaxCachedBytes together: the entries used
+// least recently make room.
+template <class T>
+class CRecentMap
+{
+public:
+    CRecentMap() : m_uWeight(0) {}
+
+    // The entry for name, default-made when missing; it becomes the most recently used.
+    T& operator[](const std::string& name)
+    {
+        if (T* entry = Find(name))
+            return *entry;
+        if (m_oEntries.size() >= k_uMaxCachedKeys)
+            Erase(m_oOrder.back());
+        m_oOrder.push_front(name);
+        SEntry& entry = m_oEntries[name];
+        entry.m_itOrder = m_oOrder.begin();
+        return entry.m_oValue;
+    }
+    T* Find(const std::string& name)
+    {
+        const auto found = m_oEntries.find(name);
+        if (found == m_oEntries.end())
+            return nullptr;
+        m_oOrder.splice(m_oOrder.begin(), m_oOrder, found->second.m_itOrder);
+        return &found->second.m_oValue;
+    }
+    // Sets the weight of name's entry, and forgets others while the whole weighs too much.
+    void Weigh(const std::string& name, std::size_t weight)
+    {
+        const auto found = m_oEntries.find(name);
+        if (found == m_oEntries.end())
+            return;
+        m_uWeight = m_uWeight - found->second.m_uWeight + weight;
+        found->second.m_uWeight = weight;
+        while (m_uWeight > k_uMaxCachedBytes && m_oOrder.back() != name)
+            Erase(m_oOrder.back());
+    }
+    void Erase(const std::string& name)
+    {
+        const auto found = m_oEntries.find(name);
+        if (found == m_oEntries.end())
+            return;
+        m_uWeight -= found->second.m_uWeight;
+        m_oOrder.erase(found->second.m_itOrder);
+        m_oEntries.erase(found);
+    }
+
+private:
+    struct SEntry
+    {
+        SEntry() : m_oValue(), m_uWeight(0) {}
+
+        T m_oValue;
+        std::size_t m_uWeight;
+        std::list<std::string>::iterator m_itOrder;
+    };
+
+    std::list<std::string> m_oOrder; // most recently used first
+    std::unordered_map<std::string, SEntry> m_oEntries;
+    std::size_t m_uWeight;
+};
+
+CRecentMap<SKeyCache> s_oCaches;
 // Key folders found by FindKey: base folder, NUL, folded path -> folder and its identity.
-std::unordered_map<std::string, std::pair<std::string, SStamp>> s_oFolders;
+CRecentMap<std::pair<std::string, SStamp>> s_oFolders;
+
+// A fork waits until no thread of the process is inside the cache or opening or closing a key
+// lock, so that the child finds both mutexes free and knows every lock descriptor it shares.
+const int s_iAtFork = ::pthread_atfork(
+    []
+    {
+        s_oCacheMutex.lock();
+        s_oLockFdsMutex.lock();
+    },
+    []
+    {
+        s_oLockFdsMutex.unlock();
+        s_oCacheMutex.unlock();
+    },
+    []
+    {
+        for (int fd : s_oLockFds)
+            ::close(fd);
+        s_oLockFds.clear();
+        s_oLockFdsMutex.unlock();
+        s_oCacheMutex.unlock();
+    });
 
 void Apply(SKeyCache& cache, const SRegValue& value)
 {
@@ -342,55 +457,62 @@ bool IsJournalHeader(const std::string& bytes)
 }
 
 // Only what was appended since the last read; false when the journal is not the one read then.
+// Every fold gives the new journal a generation of its own, read here on every call: file
+// identity, size and times cannot tell a new journal from the old one where the file system
+// hands a freed inode number on and keeps times to the second.
 bool ReadJournalTail(const std::string& path, SKeyCache& cache)
 {
-    std::string header;
-    std::string tail;
-    SStamp stamp;
-    if (!ReadFrom(path, cache.m_lJournalEnd, tail, stamp) || !stamp.SameFile(cache.m_oJournal))
-        return false;
-    // A journal replaced by a new one with the same inode number has another generation.
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (fd < 0)
         return false;
     SCloser closer{fd};
-    header.resize(JournalHeaderSize());
-    if (::pread(fd, &header[0], header.size(), 0) != static_cast<ssize_t>(header.size()) ||
-        header != cache.m_sJournalHeader)
+    struct stat info;
+    std::string header;
+    if (::fstat(fd, &info) != 0 || info.st_size < cache.m_lJournalEnd)
         return false;
-    cache.m_lJournalEnd += static_cast<off_t>(ApplyRecords(cache, tail));
-    cache.m_oJournal = stamp;
+    ReadAt(fd, 0, static_cast<off_t>(JournalHeaderSize()), header);
+    if (header != cache.m_sJournalHeader)
+        return false;
+    // The journal only grows until a fold replaces it; a torn record seen at its end is read
+    // again until the next writer cuts it off.
+    if (info.st_size > cache.m_lJournalEnd)
+    {
+        std::string tail;
+        ReadAt(fd, cache.m_lJournalEnd, info.st_size, tail);
+        cache.m_lJournalEnd += static_cast<off_t>(ApplyRecords(cache, tail));
+    }
+    cache.m_oJournal = SStamp(info);
     return true;
+}
+
+// The cache of folder, weighed by the size of the files it was read from.
+SKeyCache& Weighed(const std::string& folder, SKeyCache& cache)
+{
+    s_oCaches.Weigh(folder, static_cast<std::size_t>(cache.m_oValuesFile.m_lSize) +
+                                static_cast<std::size_t>(cache.m_lJournalEnd));
+    return cache;
 }
 
 // The key's values as they are now, read again only as far as the files changed.
 SKeyCache& Refreshed(const std::string& folder)
 {
-    if (s_oCaches.size() >= k_uMaxCachedKeys && s_oCaches.count(folder) == 0)
-        s_oCaches.clear();
     SKeyCache& cache = s_oCaches[folder];
     const std::string valuesPath = folder + "/" + k_szValueFile;
     const std::string journalPath = folder + "/" + k_szJournalFile;
-    const SStamp values = StampOf(valuesPath);
-    const SStamp journal = StampOf(journalPath);
-    if (cache.m_bLoaded && values == cache.m_oValuesFile)
+    // A value file changed by hand is read again; one replaced by a fold comes with a new journal.
+    if (cache.m_bLoaded && StampOf(valuesPath) == cache.m_oValuesFile)
     {
-        // The journal only grows until a fold replaces it (and the value file with it), so its
-        // size tells whether anything was appended; unless a torn record was seen at its end,
-        // which the next writer cuts off before appending one that may be as long.
-        if (journal.SameFile(cache.m_oJournal) && journal.m_lSize == cache.m_oJournal.m_lSize &&
-            journal.m_lSize == cache.m_lJournalEnd)
-            return cache;
-        if (!journal.m_bExists && !cache.m_oJournal.m_bExists)
-            return cache;
-        if (!cache.m_sJournalHeader.empty() && journal.SameFile(cache.m_oJournal) &&
-            journal.m_lSize >= cache.m_lJournalEnd && ReadJournalTail(journalPath, cache))
-            return cache;
+        if (cache.m_sJournalHeader.empty()
+                ? !cache.m_oJournal.m_bExists && !StampOf(journalPath).m_bExists
+                : ReadJournalTail(journalPath, cache))
+            return Weighed(folder, cache);
     }
 
     // The journal first: a value file replaced after it was opened already holds its records.
+    const off_t foldAt = cache.m_lFoldAt;
     cache = SKeyCache();
     cache.m_bLoaded = true;
+    cache.m_lFoldAt = foldAt;
     std::string journalBytes;
     ReadFrom(journalPath, 0, journalBytes, cache.m_oJournal);
     std::string bytes;
@@ -409,7 +531,7 @@ SKeyCache& Refreshed(const std::string& folder)
         cache.m_lJournalEnd = static_cast<off_t>(
             JournalHeaderSize() + ApplyRecords(cache, journalBytes.substr(JournalHeaderSize())));
     }
-    return cache;
+    return Weighed(folder, cache);
 }
 
 // Writes bytes to a new file beside target and renames it over target, keeping target's
@@ -452,15 +574,19 @@ LONG Compact(const std::string& folder, const std::string& keyName, std::vector<
     LONG status = ReplaceFile(folder, valuesPath,
                               CRegFile::Write({SRegSection{keyName, false, values}}), mode, true);
     // A new generation tells readers that the journal they read from is gone, even when the new
-    // one gets the old one's inode number.
+    // one gets the old one's inode number, size and times: random, so that no process, nor a key
+    // deleted and made again, meets one it has seen.
     timespec now;
     ::clock_gettime(CLOCK_REALTIME, &now);
     static unsigned int s_uCounter = 0;
+    unsigned long long number = (static_cast<unsigned long long>(now.tv_sec) << 32) ^
+                                static_cast<unsigned long long>(now.tv_nsec) ^
+                                (static_cast<unsigned long long>(::getpid()) << 44) ^ ++s_uCounter;
+    unsigned long long random = 0;
+    if (::getrandom(&random, sizeof random, GRND_NONBLOCK) == static_cast<ssize_t>(sizeof random))
+        number ^= random;
     char generation[20];
-    std::snprintf(generation, sizeof generation, "%016llx\n",
-                  (static_cast<unsigned long long>(now.tv_sec) << 32) ^
-                      static_cast<unsigned long long>(now.tv_nsec) ^
-                      (static_cast<unsigned long long>(::getpid()) << 44) ^ ++s_uCounter);
+    std::snprintf(generation, sizeof generation, "%016llx\n", number);
     const std::string header = k_szJournalHeader + std::string(generation);
     if (status == ERROR_SUCCESS)
         status = ReplaceFile(folder, journalPath, header, mode, false);
@@ -474,7 +600,7 @@ LONG Compact(const std::string& folder, const std::string& keyName, std::vector<
     }
     if (status != ERROR_SUCCESS)
     {
-        s_oCaches.erase(folder);
+        s_oCaches.Erase(folder);
         return status;
     }
     // This process knows what it wrote: it need not read it back.
@@ -578,12 +704,12 @@ LONG CFileRegistry::FindKey(const std::string& baseFolder, const std::string& pa
     const std::string lookup = baseFolder + '\0' + Folded(path);
     {
         std::lock_guard<std::mutex> guard(s_oCacheMutex);
-        const auto found = s_oFolders.find(lookup);
+        const auto* found = s_oFolders.Find(lookup);
         struct stat info;
-        if (found != s_oFolders.end() && ::lstat(found->second.first.c_str(), &info) == 0 &&
-            S_ISDIR(info.st_mode) && SStamp(info).SameFile(found->second.second))
+        if (found && ::lstat(found->first.c_str(), &info) == 0 && S_ISDIR(info.st_mode) &&
+            SStamp(info).SameFile(found->second))
         {
-            folder = found->second.first;
+            folder = found->first;
             return ERROR_SUCCESS;
         }
     }
@@ -641,8 +767,6 @@ LONG CFileRegistry::FindKey(const std::string& baseFolder, const std::string& pa
     if (::lstat(folder.c_str(), &info) == 0)
     {
         std::lock_guard<std::mutex> guard(s_oCacheMutex);
-        if (s_oFolders.size() >= k_uMaxCachedKeys)
-            s_oFolders.clear();
         s_oFolders[lookup] = std::make_pair(folder, SStamp(info));
     }
     return ERROR_SUCCESS;
@@ -727,8 +851,15 @@ LONG CFileRegistry::WriteValue(const std::string& folder, const std::string& key
     cache->m_oJournal.m_lSize = cache->m_lJournalEnd;
     // Folding costs a rewrite of the value file: done once the journal has grown as large, it
     // costs each write no more than a constant share.
-    if (cache->m_lJournalEnd > std::max<off_t>(k_lMinJournal, cache->m_oValuesFile.m_lSize))
-        return Compact(folder, keyName, cache->m_oValues, false);
+    const off_t end = cache->m_lJournalEnd;
+    if (end > std::max({k_lMinJournal, cache->m_oValuesFile.m_lSize, cache->m_lFoldAt}) &&
+        Compact(folder, keyName, cache->m_oValues, false) != ERROR_SUCCESS)
+    {
+        // The record has landed and other processes may have read it already, so the write has
+        // succeeded; the fold only saves later reads work. Tried again once the journal has
+        // doubled, a full disk costs each write no more than before.
+        Refreshed(folder).m_lFoldAt = 2 * end;
+    }
     return ERROR_SUCCESS;
 }
 
@@ -747,12 +878,14 @@ std::vector<std::string> CFileRegistry::SubKeys(const std::string& folder)
     for (const std::string& entry : Entries(folder))
         if (entry[0] != '.' && IsFolder(folder + "/" + entry))
             names.push_back(DecodeName(entry));
+    // In the order Windows gives them: by the UTF-16 code units of the names in lower case.
     std::sort(names.begin(), names.end(),
               [](const std::string& a, const std::string& b)
               {
-                  return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
-                                                      [](char x, char y)
-                                                      { return Fold(x) < Fold(y); });
+                  return std::lexicographical_compare(
+                      a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y)
+                      { return CRegFile::Wide(Fold(x)) < CRegFile::Wide(Fold(y)); });
               });
     return names;
 }

@@ -6,8 +6,9 @@
 //
 // A single value's write is appended, as one checksummed record, to the key's journal
 // (".values.journal", in the same text form); the journal is folded into the value file once it
-// outgrows it. Each process keeps the values of the keys it used in memory and checks the two
-// files' identity, size and times before a read, reading only what was appended since.
+// outgrows it, and each fold starts a journal with a new generation. Each process keeps the values
+// of the keys it used last in memory and, before a read, checks the journal's generation and size
+// (and the value file's identity, size and times), reading only what was appended since.
 #pragma once
 
 #include "../../CppUtil.Api.h"
@@ -50,7 +51,8 @@ public:
                              const boost::function<bool(std::vector<SRegValue>&)>& change);
     // Under the key's lock: sets one value, or removes it when m_bDelete is set
     // (ERROR_FILE_NOT_FOUND when it is missing), by appending to the journal. Visible to every
-    // process on return; a writer killed at any point leaves the value old or new.
+    // process on return; a writer killed at any point leaves the value old or new. A fold that
+    // fails after the record has landed does not fail the write.
     static LONG WriteValue(const std::string& folder, const std::string& keyName,
                            const SRegValue& value);
     // Folds the journal into the value file and flushes the file and the folder to the disk:

@@ -116,6 +116,21 @@ bool ParseQuoted(const std::string& line, std::size_t& pos, std::string& text)
     return false;
 }
 
+// The registry editor refuses the escape \0 in a quoted text and imports nothing from that line
+// on.
+bool EndsImport(const std::string& line)
+{
+    bool quoted = false;
+    for (std::size_t pos = 0; pos < line.size(); ++pos)
+    {
+        if (line[pos] == '"')
+            quoted = !quoted;
+        else if (quoted && line[pos] == '\\' && ++pos < line.size() && line[pos] == '0')
+            return true;
+    }
+    return false;
+}
+
 int HexDigit(char ch)
 {
     if (ch >= '0' && ch <= '9')
@@ -350,6 +365,8 @@ bool CRegFile::Parse(const std::string& bytes, std::vector<SRegSection>& section
             const std::size_t start = next.find_first_not_of(" \t");
             line += start == std::string::npos ? std::string() : next.substr(start);
         }
+        if (EndsImport(line))
+            break;
         SRegValue value;
         std::size_t pos = 0;
         if (line[0] == '@')
@@ -437,6 +454,11 @@ std::string CRegFile::ToUtf16(const std::string& text)
         wide += static_cast<char>(code >> 8);
     }
     return wide;
+}
+
+unsigned int CRegFile::Wide(char ch)
+{
+    return FromAnsi(static_cast<unsigned char>(ch));
 }
 
 } // namespace Platform

@@ -37,9 +37,10 @@ class CPPUTIL_API CRegFile
 public:
     // Reads 8-bit text (in the ANSI code page, Windows-1252, or UTF-8 with its mark) or UTF-16LE
     // with its byte order mark; characters the code page lacks become '?'. Quoted texts take the
-    // registry editor's escapes \\, \", \n and \r; any other gives the character escaped. False,
-    // with nothing read, unless the text starts with a version 5 or version 4 header. Lines that
-    // are not well formed are skipped, so a damaged file still yields the values it holds intact.
+    // registry editor's escapes \\, \", \n and \r; \0 ends the import at its line, and any
+    // other gives the character escaped. False, with nothing read, unless the text starts with a
+    // version 5 or version 4 header. Lines that are not well formed are skipped, so a damaged file
+    // still yields the values it holds intact.
     static bool Parse(const std::string& bytes, std::vector<SRegSection>& sections);
 
     // 8-bit text with LF line ends, the file registry's own form.
@@ -54,6 +55,8 @@ public:
     // page lacks become '?'.
     static std::vector<unsigned char> Widen(const std::vector<unsigned char>& narrow);
     static std::vector<unsigned char> Narrow(const std::vector<unsigned char>& wide);
+    // The UTF-16 code unit of one character of the code page.
+    static unsigned int Wide(char ch);
 };
 
 } // namespace Platform
