@@ -193,17 +193,11 @@ TEST_F(QLRegistryTest, AnsiLettersFoldAndTextsWithoutTheirNulReadWithOne)
     ASSERT_EQ(ERROR_SUCCESS,
               ::RegSetValueExA(key, "Raw", 0, REG_SZ, reinterpret_cast<const BYTE*>("abcd"), 3));
     ASSERT_EQ(ERROR_SUCCESS, ::RegSetValueExA(key, "Nothing", 0, REG_SZ, nullptr, 0));
-    // A text stored without its NUL reads with one, counted in, wherever the room for it lacks.
+    // A text stored without its NUL is refused, as ATL refuses it.
     char text[16] = "zzzzz";
-    ULONG chars = 3;
-    EXPECT_EQ(ERROR_MORE_DATA, key.QueryStringValue("Raw", text, &chars));
-    EXPECT_EQ(4u, chars);
-    EXPECT_EQ(std::string("zzzzz"), text);
-    chars = sizeof text;
-    EXPECT_EQ(ERROR_SUCCESS, key.QueryStringValue("Raw", text, &chars));
-    EXPECT_EQ(std::string("abc"), text);
-    EXPECT_EQ(4u, chars);
-    EXPECT_EQ(CString("abc"), Load<CString>(hive, upper, "Raw", "none"));
+    ULONG chars = sizeof text;
+    EXPECT_EQ(ERROR_INVALID_DATA, key.QueryStringValue("Raw", text, &chars));
+    EXPECT_EQ(CString("none"), Load<CString>(hive, upper, "Raw", "none"));
     chars = sizeof text;
     EXPECT_EQ(ERROR_SUCCESS, key.QueryStringValue("Nothing", text, &chars));
     EXPECT_EQ(std::string(), text);

@@ -120,6 +120,9 @@ LONG CRegKey::QueryText(LPCSTR name, DWORD wanted, LPSTR value, ULONG* chars) co
         return ERROR_INVALID_DATA;
     if (wanted == REG_SZ)
     {
+        // A text stored without its NUL is refused, as ATL refuses it.
+        if (value && bytes != 0 && value[bytes - 1] != '\0')
+            return ERROR_INVALID_DATA;
         if (value && bytes == 0)
             value[0] = '\0';
         return ERROR_SUCCESS;

@@ -34,7 +34,7 @@ public:
     /// size: the buffer's size in bytes, set to the value's size.
     LONG QueryBinaryValue(LPCSTR name, void* value, ULONG* size) const;
     /// chars: the buffer's size in characters, set to what the text needs (with its NUL). A
-    /// REG_SZ stored without its NUL reads with one, counted in, as the registry gives it.
+    /// REG_SZ stored without its NUL gives ERROR_INVALID_DATA.
     LONG QueryStringValue(LPCSTR name, LPSTR value, ULONG* chars) const;
     LONG QueryMultiStringValue(LPCSTR name, LPSTR value, ULONG* chars) const;
 

@@ -197,11 +197,6 @@ LSTATUS RegQueryValueExA(HKEY key, LPCSTR valueName, LPDWORD, LPDWORD type, LPBY
         return ERROR_FILE_NOT_FOUND;
     if (type)
         *type = value.m_dwType;
-    // A text stored without its NUL gets one, counted in, as the narrow call gives it on Windows.
-    if ((value.m_dwType == REG_SZ || value.m_dwType == REG_EXPAND_SZ ||
-         value.m_dwType == REG_MULTI_SZ) &&
-        !value.m_oData.empty() && value.m_oData.back() != 0)
-        value.m_oData.push_back(0);
     const DWORD needed = static_cast<DWORD>(value.m_oData.size());
     if (data && *size < needed)
         status = ERROR_MORE_DATA;
