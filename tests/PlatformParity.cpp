@@ -515,19 +515,11 @@ void AddMessages(CLines& lines)
 
 void AddSystemErrors(CLines& lines)
 {
+    // The kernel's and Winsock's families whole: a code either has a text of its own or fails.
     std::vector<DWORD> codes;
-    for (DWORD code = 0; code <= 40; ++code)
+    for (DWORD code = 0; code <= 2000; ++code)
         codes.push_back(code);
-    for (DWORD code :
-         {50,   52,   53,   64,   67,   80,   82,   87,   109,  110,  111,  112,  120,  122,
-          123,  126,  127,  145,  161,  170,  183,  206,  232,  233,  234,  235,  258,  259,
-          267,  299,  317,  487,  534,  995,  996,  997,  998,  1004, 1009, 1010, 1011, 1012,
-          1013, 1015, 1018, 1021, 1060, 1115, 1168, 1223, 1244, 1326, 1400, 1401, 1407, 1410,
-          1411, 1413, 1444, 1450, 1460, 1722, 1812, 1813, 1814, 1815})
-        codes.push_back(code);
-    for (DWORD code = 10004; code <= 10071; ++code)
-        codes.push_back(code);
-    for (DWORD code : {10091, 10092, 10093, 10101, 11001, 11002, 11003, 11004})
+    for (DWORD code = 10000; code <= 11100; ++code)
         codes.push_back(code);
     // No text: the system's answer is a failure, never another code's text.
     for (DWORD code : {15999u, 16384u, 40000u, 0x20000001u, 0x7FFFFFFFu, 0xFFFFFFFFu})
