@@ -451,6 +451,23 @@ void AddDates(CLines& lines)
                         lines.Add("date", t + " " + form, ParsedDate(t + " " + form));
                 }
         }
+
+    // Two numbers and a month name in every order, with every separator: which number is the
+    // year and which the day, and when neither reading makes a date.
+    const char* const numbers[] = {"1", "3", "4", "13", "25", "31", "99", "00", "2021"};
+    const char* const separators[] = {" ", "/", "-", ", ", "  ", "."};
+    for (const char* first : numbers)
+        for (const char* second : numbers)
+            for (const char* month : {"Mar", "December"})
+                for (const char* separator : separators)
+                    for (const char* between : {" ", "/", "-"})
+                    {
+                        const std::string a(first), b(second), m(month), s(separator);
+                        for (const std::string& text :
+                             {a + between + b + s + m, a + between + m + s + b,
+                              m + between + a + s + b})
+                            lines.Add("date", text, ParsedDate(text));
+                    }
 }
 
 // --- FormatMessageA from a string: line widths, inserts and escapes.
