@@ -358,6 +358,8 @@ const char* const k_aszDateTexts[] = {
     "1/1/10000",
     "1/1/99",
     "1/1/100",
+    "1/1/100 3:00 AM",
+    "1 1 100 11:59:59 PM",
     "12/31/1899",
     "12/30/1899",
     "2/29/2021",
@@ -934,6 +936,22 @@ void AddLocalTimes(CLines& lines)
                               moment.Format("%Y-%m-%d %H:%M:%S").GetString());
                 }
             }
+
+    // The legacy reader at the ends of the range, and before the zones' modern rules.
+    for (const char* text : {"1/1/100 3:00 AM", "12/31/1600 23:00", "1/1/1601", "1/1/1601 12:00",
+                             "1/2/1601", "1/1/1850", "7/1/1850 12:00", "1/1/1900", "1/1/1970",
+                             "12/31/9999 23:59:59", "12/31/9999 12:00", "12/31/3000"})
+    {
+        CppUtil::CDateTime legacy;
+        lines.Add(section, std::string("legacy ") + text,
+                  legacy.SetLegacy(text) ? std::string(legacy.ToString(true).GetString()) + " = " +
+                                               legacy.ToString(false).GetString()
+                                         : std::string("refused"));
+    }
+    for (std::int64_t t :
+         {std::int64_t(32535215999), std::int64_t(32535244799), std::int64_t(910692730085)})
+        lines.Add(section, "ctime " + std::to_string(t),
+                  ATL::CTime(t).Format("%Y-%m-%d %H:%M:%S").GetString());
 
     // The stamp's zone suffix is a sign and two two-digit numbers; a half-hour zone west of UTC
     // prints its minutes with their own sign ("-03-30"), a text Set does not take back.
