@@ -1,6 +1,7 @@
 #include "CppUtil.DateTime.h"
 
 #include "Platform/COleDateTime.h"
+#include "Platform/CivilTime.h"
 
 #include <atomic>
 #include <boost/spirit/include/classic_actor.hpp>
@@ -163,8 +164,8 @@ CString CDateTime::ToString(bool utc) const
     if (!(utc ? m_oTime.GetGmtTm(&fields) : m_oTime.GetLocalTm(&fields)))
         return MillisecondsSuffix() + ZoneSuffix(utc);
     char text[k_iTextSize];
-    int length =
-        static_cast<int>(std::strftime(text, k_iTextSize - 2 * k_iSuffixSize, k_sFormat, &fields));
+    int length = static_cast<int>(
+        Platform::FormatCivil(text, k_iTextSize - 2 * k_iSuffixSize, k_sFormat, fields));
     length += AppendMilliseconds(text + length);
     length += AppendZone(text + length, utc);
     return CString(text, length);
