@@ -537,6 +537,10 @@ void AddMessages(CLines& lines)
         "a%rb c%td e%r%tf",
         "gh %r ij %t kl",
         "",
+        "ab\tcd\tef gh\t\tij klm\tnopq",
+        " %1%0%0%",
+        "word %1%0",
+        "words and more %0",
     };
     const unsigned int widths[] = {0,  1,  2,  3,  4,  5,  6,  7,   9,   10,
                                    11, 16, 20, 33, 40, 79, 80, 253, 254, 255};
