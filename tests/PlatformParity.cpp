@@ -982,11 +982,26 @@ void AddLocalTimes(CLines& lines)
         lines.Add(section, "ctime " + std::to_string(t),
                   ATL::CTime(t).Format("%Y-%m-%d %H:%M:%S").GetString());
 
-    // The stamp's zone suffix is a sign and two two-digit numbers; a half-hour zone west of UTC
-    // prints its minutes with their own sign ("-03-30"), a text Set does not take back.
+    // The stamp's zone suffix reads back in every zone, in winter and in summer, the minutes of a
+    // part-hour zone west of UTC with their own sign ("-03-30"); other forms are refused.
+    for (std::int64_t t : {std::int64_t(1610712000), std::int64_t(1626350400)})
+    {
+        const CppUtil::CDateTime printed{ATL::CTime(t)};
+        const CString stamp = printed.ToString(false);
+        CppUtil::CDateTime read;
+        lines.Add(section, std::string("round trip ") + stamp.GetString(),
+                  !read.Set(stamp, false)                         ? "refused"
+                  : read.GetAsSeconds() == printed.GetAsSeconds() ? "same moment"
+                                                                  : "another moment");
+    }
     CppUtil::CDateTime value;
-    for (const char* text : {"2021-01-15 12:00:00 -03-30", "2021-01-15 12:00:00 +10-30"})
-        lines.Add(section, std::string("set ") + text, value.Set(text, false) ? "read" : "refused");
+    for (const char* text :
+         {"2021-01-15 12:00:00 -03-30", "2021-01-15 12:00:00 +10-30", "2021-01-15 12:00:00 +00-30",
+          "2021-01-15 12:00:00 -03-5", "2021-01-15 12:00:00 -03-60", "2021-01-15 12:00:00 -03-00",
+          "2021-01-15 12:00:00 -03-300", "2021-01-15 12:00:00 -0330"})
+        lines.Add(section, std::string("set ") + text,
+                  value.Set(text, false) ? std::string(value.ToString(true).GetString())
+                                         : std::string("refused"));
 }
 
 } // namespace
