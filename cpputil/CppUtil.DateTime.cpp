@@ -1,6 +1,7 @@
 #include "CppUtil.DateTime.h"
 
 #include "Platform/COleDateTime.h"
+#include "Platform/CivilTime.h"
 
 #include <atomic>
 #include <boost/spirit/include/classic_actor.hpp>
@@ -163,8 +164,8 @@ CString CDateTime::ToString(bool utc) const
     if (!(utc ? m_oTime.GetGmtTm(&fields) : m_oTime.GetLocalTm(&fields)))
         return MillisecondsSuffix() + ZoneSuffix(utc);
     char text[k_iTextSize];
-    int length =
-        static_cast<int>(std::strftime(text, k_iTextSize - 2 * k_iSuffixSize, k_sFormat, &fields));
+    int length = static_cast<int>(
+        Platform::FormatCivil(text, k_iTextSize - 2 * k_iSuffixSize, k_sFormat, fields));
     length += AppendMilliseconds(text + length);
     length += AppendZone(text + length, utc);
     return CString(text, length);
@@ -203,16 +204,17 @@ bool CDateTime::Set(const CString& text, bool utc)
         return false;
 
     namespace spirit = boost::spirit::classic;
-    unsigned int year = 0, month = 0, day = 0, zoneHours = 0, zoneMinutes = 0;
+    unsigned int year = 0, month = 0, day = 0, zoneHours = 0, zoneMinutes = 0, westMinutes = 0;
     int hour = 0, minute = 0, second = 0;
-    char sign = 0;
+    char sign = 0, minutesSign = 0;
     // The clock fields are not range-checked, CTime carries them over, but they must fit the int
     // it takes: a larger number would wrap round to a time centuries before the text's.
     const spirit::uint_parser<int> clockField;
-    // The zone is four digits, hhmm. A zone west of UTC with a half hour prints its minutes with
-    // their own sign (St John's: "-03-30"); that text is refused here rather than guessed at, so
-    // that Set reads exactly the one form and hosts keep comparing stamps as they were printed.
+    // The zone is four digits, hhmm; a zone west of UTC with a part hour prints its minutes with
+    // their own sign (St John's "-03-30", 3 h 30 min west; "+00-30" for half an hour west), and
+    // that form reads back too. Other forms are refused.
     const spirit::uint_parser<unsigned int, 10, 2, 2> twoDigits;
+    const spirit::uint_parser<unsigned int, 10, 1, 2> oneOrTwoDigits;
     const char* const begin = text.GetString();
     const bool parsed = spirit::parse(begin, begin + text.GetLength(),
                                       spirit::uint_p[spirit::assign_a(year)] >> '-' >>
@@ -225,9 +227,13 @@ bool CDateTime::Set(const CString& text, bool utc)
                                            spirit::ch_p('+')[spirit::assign_a(sign)] |
                                            spirit::ch_p('-')[spirit::assign_a(sign)]) >>
                                           twoDigits[spirit::assign_a(zoneHours)] >>
-                                          twoDigits[spirit::assign_a(zoneMinutes)])
+                                          (twoDigits[spirit::assign_a(zoneMinutes)] |
+                                           (spirit::ch_p('-')[spirit::assign_a(minutesSign)] >>
+                                            oneOrTwoDigits[spirit::assign_a(westMinutes)])))
                             .full;
-    if (!parsed)
+    // Minutes of their own sign follow only the hours of a zone west of UTC, or no hours at all.
+    if (!parsed ||
+        (minutesSign && ((sign != '-' && zoneHours != 0) || westMinutes == 0 || westMinutes > 59)))
         return false;
     if (year <= 1970 || year >= 3001 || month < 1 || month > 12 || day < 1 || day > 31)
         return false;
@@ -236,11 +242,10 @@ bool CDateTime::Set(const CString& text, bool utc)
                     minute, second);
     if (!utc)
     {
-        const ATL::CTimeSpan zone(0, static_cast<int>(zoneHours), static_cast<int>(zoneMinutes), 0);
-        if (sign == '-')
-            time += zone;
-        else
-            time -= zone;
+        const int hours = static_cast<int>(zoneHours) * (sign == '-' ? -1 : 1);
+        const int minutes = minutesSign ? -static_cast<int>(westMinutes)
+                                        : static_cast<int>(zoneMinutes) * (sign == '-' ? -1 : 1);
+        time -= ATL::CTimeSpan(0, hours, minutes, 0);
         time += GetGmtDelta();
     }
     m_oTime = time;

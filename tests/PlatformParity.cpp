@@ -237,6 +237,31 @@ void AddFormats(CLines& lines)
                   Formatted(format, "abcdef").GetString());
     for (const char* format : {"[%c]", "[%5c]", "[%-5c]", "[%hc]"})
         lines.Add("format", std::string(format) + " x", Formatted(format, 'x').GetString());
+
+    // Size prefixes where they mean nothing, cut short, doubled or misspelt, and pointers.
+    for (const char* size : {"I64", "I32", "I"})
+    {
+        const std::string prefix = std::string("[%") + size;
+        lines.Add("format", prefix + "c] x", Formatted((prefix + "c]").c_str(), 'x').GetString());
+        lines.Add("format", prefix + "s] abc",
+                  Formatted((prefix + "s]").c_str(), "abc").GetString());
+        lines.Add("format", prefix + "e] 1.5", Formatted((prefix + "e]").c_str(), 1.5).GetString());
+        lines.Add("format", prefix + "p] 0x1234",
+                  Formatted((prefix + "p]").c_str(), reinterpret_cast<void*>(0x1234)).GetString());
+        lines.Add("format", std::string("abc%") + size,
+                  Formatted((std::string("abc%") + size).c_str(), 5).GetString());
+        lines.Add("format", std::string("abc%5") + size,
+                  Formatted((std::string("abc%5") + size).c_str(), 5).GetString());
+    }
+    for (const char* format : {"[%hI64d]", "[%lI64d]", "[%I64hd]", "[%I64ld]", "[%hI32d]",
+                               "[%lI32d]", "[%I6d]", "[%I3d]", "[%I6]", "[%I640d]", "[%Id]"})
+        lines.Add("format", std::string(format) + " 5",
+                  Formatted(format, static_cast<long long>(5)).GetString());
+    for (const char* format : {"[%p]", "[%20p]", "[%-20p]", "[%020p]", "[%.3p]", "[%#p]"})
+        lines.Add("format", std::string(format) + " 0x1234",
+                  Formatted(format, reinterpret_cast<void*>(0x1234)).GetString());
+    lines.Add("format", "[%p] 0xFEDCBA9876543210",
+              Formatted("[%p]", reinterpret_cast<void*>(0xFEDCBA9876543210ull)).GetString());
 }
 
 // --- COleDateTime::ParseDateTime: the hand-picked texts, then dates in many written forms with
@@ -358,6 +383,8 @@ const char* const k_aszDateTexts[] = {
     "1/1/10000",
     "1/1/99",
     "1/1/100",
+    "1/1/100 3:00 AM",
+    "1 1 100 11:59:59 PM",
     "12/31/1899",
     "12/30/1899",
     "2/29/2021",
@@ -451,6 +478,23 @@ void AddDates(CLines& lines)
                         lines.Add("date", t + " " + form, ParsedDate(t + " " + form));
                 }
         }
+
+    // Two numbers and a month name in every order, with every separator: which number is the
+    // year and which the day, and when neither reading makes a date.
+    const char* const numbers[] = {"1", "3", "4", "13", "25", "31", "99", "00", "2021"};
+    const char* const separators[] = {" ", "/", "-", ", ", "  ", "."};
+    for (const char* first : numbers)
+        for (const char* second : numbers)
+            for (const char* month : {"Mar", "December"})
+                for (const char* separator : separators)
+                    for (const char* between : {" ", "/", "-"})
+                    {
+                        const std::string a(first), b(second), m(month), s(separator);
+                        for (const std::string& text :
+                             {a + between + b + s + m, a + between + m + s + b,
+                              m + between + a + s + b})
+                            lines.Add("date", text, ParsedDate(text));
+                    }
 }
 
 // --- FormatMessageA from a string: line widths, inserts and escapes.
@@ -493,6 +537,10 @@ void AddMessages(CLines& lines)
         "a%rb c%td e%r%tf",
         "gh %r ij %t kl",
         "",
+        "ab\tcd\tef gh\t\tij klm\tnopq",
+        " %1%0%0%",
+        "word %1%0",
+        "words and more %0",
     };
     const unsigned int widths[] = {0,  1,  2,  3,  4,  5,  6,  7,   9,   10,
                                    11, 16, 20, 33, 40, 79, 80, 253, 254, 255};
@@ -515,19 +563,11 @@ void AddMessages(CLines& lines)
 
 void AddSystemErrors(CLines& lines)
 {
+    // The kernel's and Winsock's families whole: a code either has a text of its own or fails.
     std::vector<DWORD> codes;
-    for (DWORD code = 0; code <= 40; ++code)
+    for (DWORD code = 0; code <= 2000; ++code)
         codes.push_back(code);
-    for (DWORD code :
-         {50,   52,   53,   64,   67,   80,   82,   87,   109,  110,  111,  112,  120,  122,
-          123,  126,  127,  145,  161,  170,  183,  206,  232,  233,  234,  235,  258,  259,
-          267,  299,  317,  487,  534,  995,  996,  997,  998,  1004, 1009, 1010, 1011, 1012,
-          1013, 1015, 1018, 1021, 1060, 1115, 1168, 1223, 1244, 1326, 1400, 1401, 1407, 1410,
-          1411, 1413, 1444, 1450, 1460, 1722, 1812, 1813, 1814, 1815})
-        codes.push_back(code);
-    for (DWORD code = 10004; code <= 10071; ++code)
-        codes.push_back(code);
-    for (DWORD code : {10091, 10092, 10093, 10101, 11001, 11002, 11003, 11004})
+    for (DWORD code = 10000; code <= 11100; ++code)
         codes.push_back(code);
     // No text: the system's answer is a failure, never another code's text.
     for (DWORD code : {15999u, 16384u, 40000u, 0x20000001u, 0x7FFFFFFFu, 0xFFFFFFFFu})
@@ -926,11 +966,42 @@ void AddLocalTimes(CLines& lines)
                 }
             }
 
-    // The stamp's zone suffix is a sign and two two-digit numbers; a half-hour zone west of UTC
-    // prints its minutes with their own sign ("-03-30"), a text Set does not take back.
+    // The legacy reader at the ends of the range, and before the zones' modern rules.
+    for (const char* text : {"1/1/100 3:00 AM", "12/31/1600 23:00", "1/1/1601", "1/1/1601 12:00",
+                             "1/2/1601", "1/1/1850", "7/1/1850 12:00", "1/1/1900", "1/1/1970",
+                             "12/31/9999 23:59:59", "12/31/9999 12:00", "12/31/3000"})
+    {
+        CppUtil::CDateTime legacy;
+        lines.Add(section, std::string("legacy ") + text,
+                  legacy.SetLegacy(text) ? std::string(legacy.ToString(true).GetString()) + " = " +
+                                               legacy.ToString(false).GetString()
+                                         : std::string("refused"));
+    }
+    for (std::int64_t t :
+         {std::int64_t(32535215999), std::int64_t(32535244799), std::int64_t(910692730085)})
+        lines.Add(section, "ctime " + std::to_string(t),
+                  ATL::CTime(t).Format("%Y-%m-%d %H:%M:%S").GetString());
+
+    // The stamp's zone suffix reads back in every zone, in winter and in summer, the minutes of a
+    // part-hour zone west of UTC with their own sign ("-03-30"); other forms are refused.
+    for (std::int64_t t : {std::int64_t(1610712000), std::int64_t(1626350400)})
+    {
+        const CppUtil::CDateTime printed{ATL::CTime(t)};
+        const CString stamp = printed.ToString(false);
+        CppUtil::CDateTime read;
+        lines.Add(section, std::string("round trip ") + stamp.GetString(),
+                  !read.Set(stamp, false)                         ? "refused"
+                  : read.GetAsSeconds() == printed.GetAsSeconds() ? "same moment"
+                                                                  : "another moment");
+    }
     CppUtil::CDateTime value;
-    for (const char* text : {"2021-01-15 12:00:00 -03-30", "2021-01-15 12:00:00 +10-30"})
-        lines.Add(section, std::string("set ") + text, value.Set(text, false) ? "read" : "refused");
+    for (const char* text :
+         {"2021-01-15 12:00:00 -03-30", "2021-01-15 12:00:00 +10-30", "2021-01-15 12:00:00 +00-30",
+          "2021-01-15 12:00:00 -03-5", "2021-01-15 12:00:00 -03-60", "2021-01-15 12:00:00 -03-00",
+          "2021-01-15 12:00:00 -03-300", "2021-01-15 12:00:00 -0330"})
+        lines.Add(section, std::string("set ") + text,
+                  value.Set(text, false) ? std::string(value.ToString(true).GetString())
+                                         : std::string("refused"));
 }
 
 } // namespace

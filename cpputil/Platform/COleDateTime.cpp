@@ -9,7 +9,8 @@ namespace
 {
 
 // The range of an OLE date: 100-01-01 00:00:00 up to, not including, 10000-01-01.
-const DATE k_dMinDate = -657434.0;
+// 100-01-01 is day -657434, whose fraction counts forward: every value above -657435 is on it.
+const DATE k_dMinDate = -657435.0;
 const DATE k_dMaxDate = 2958466.0;
 
 } // namespace
@@ -30,7 +31,7 @@ bool COleDateTime::ParseDateTime(LPCSTR lpszDate, DWORD dwFlags, LCID lcid)
 
 bool COleDateTime::GetAsSystemTime(SYSTEMTIME& sysTime) const
 {
-    if (m_status != valid || !(m_dt >= k_dMinDate && m_dt < k_dMaxDate))
+    if (m_status != valid || !(m_dt > k_dMinDate && m_dt < k_dMaxDate))
         return false;
     // Before 1899-12-30 the whole part counts days back but the fraction still counts forward.
     const double day = std::trunc(m_dt);

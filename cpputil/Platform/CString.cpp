@@ -9,44 +9,106 @@ namespace
 {
 
 #ifndef _WIN32
-// Windows code writes integer sizes as I64, I32 and I (pointer-sized); the C library here reads
-// I as a flag and 64 as a field width. Rewritten to ll, nothing and z; NULL when the format has
-// none, which is nearly always.
+// The size in a directive that Windows' C runtime reads and this C library does not: I64, I32
+// and I (pointer-sized) decide an integer's size over any h or l beside them; before any other
+// conversion they mean nothing. Returns the characters read, 0 where there is no such prefix,
+// and -1 for an I that starts none of them (the directive then prints as it stands).
+int MicrosoftSize(const char* p, const char*& replacement)
+{
+    if (std::strncmp(p, "I64", 3) == 0)
+        replacement = "ll";
+    else if (std::strncmp(p, "I32", 3) == 0)
+        replacement = "";
+    else if (*p == 'I')
+        replacement = "z";
+    else
+        return 0;
+    if (*replacement == 'z' && std::isdigit(static_cast<unsigned char>(p[1])))
+        return -1;
+    return *replacement == 'z' ? 1 : 3;
+}
+
+// Rewrites the directives that Windows' C runtime reads otherwise than this C library: the
+// Microsoft size prefixes, and %p, which prints as 16 hexadecimal digits there, without "0x".
+// NULL when the format has none of them, which is nearly always.
 const char* WithStandardSizes(const char* fmt, std::string& rewritten)
 {
-    if (!std::strchr(fmt, 'I'))
+    if (!std::strchr(fmt, 'I') && !std::strchr(fmt, 'p'))
         return nullptr;
     bool changed = false;
     for (const char* p = fmt; *p;)
     {
-        rewritten += *p;
-        if (*p++ != '%')
-            continue;
-        if (*p == '%')
+        if (*p != '%')
         {
             rewritten += *p++;
             continue;
         }
-        const char* conversion = p;
+        if (p[1] == '%')
+        {
+            rewritten.append(p, 2);
+            p += 2;
+            continue;
+        }
+        const char* const directive = p++;
         while (*p && std::strchr("-+ #0123456789.*", *p))
             ++p;
-        rewritten.append(conversion, p);
-        if (*p != 'I')
-            continue;
-        const char* sizes[] = {"I64", "I32", "I"};
-        const char* replacements[] = {"ll", "", "z"};
-        for (int i = 0; i < 3; ++i)
+        const std::string spec(directive + 1, p);
+        // The sizes: a Microsoft prefix wins over h and l, which are kept for the other
+        // conversions (a wide character or text).
+        std::string letters;
+        const char* microsoft = nullptr;
+        bool literal = false;
+        while (*p && !literal)
         {
-            const size_t length = std::strlen(sizes[i]);
-            if (std::strncmp(p, sizes[i], length) == 0 && p[length] &&
-                std::strchr("diouxX", p[length]))
+            const char* replacement = nullptr;
+            const int length = MicrosoftSize(p, replacement);
+            if (length < 0)
+                literal = true;
+            else if (length > 0)
             {
-                rewritten += replacements[i];
+                microsoft = replacement;
                 p += length;
-                changed = true;
-                break;
             }
+            else if (*p == 'h' || *p == 'l')
+                letters += *p++;
+            else
+                break;
         }
+        const char conversion = *p;
+        if (!literal && microsoft && conversion == '\0')
+        {
+            // Cut short at the end of the text: the directive prints nothing.
+            changed = true;
+            break;
+        }
+        if (!literal && conversion == 'p')
+        {
+            // Nothing given, not even a size: 16 digits; else as the hexadecimal conversion.
+            rewritten += '%';
+            rewritten += spec.empty() && !microsoft ? "016" : spec;
+            rewritten += spec.find('#') == std::string::npos ? "lX" : "lx";
+            ++p;
+            changed = true;
+            continue;
+        }
+        if (!microsoft && !literal)
+        {
+            rewritten.append(directive, p);
+            continue;
+        }
+        if (literal || !std::strchr("diouxXcCsSeEfFgGaAn", conversion))
+        {
+            // Not a directive to Windows: its characters print as they stand.
+            rewritten += "%%";
+            rewritten.append(directive + 1, p + (literal ? 1 : 0));
+            p += literal ? 1 : 0;
+            changed = true;
+            continue;
+        }
+        rewritten += '%';
+        rewritten += spec;
+        rewritten += std::strchr("diouxX", conversion) ? std::string(microsoft) : letters;
+        changed = true;
     }
     return changed ? rewritten.c_str() : nullptr;
 }

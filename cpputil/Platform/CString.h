@@ -14,14 +14,11 @@
 #include <utility>
 
 /// The printf archetype must match the runtime vsnprintf actually used, or %lld/%zu checks lie.
-#if defined(__GNUC__)
-#if defined(__MINGW_PRINTF_FORMAT)
+/// Elsewhere than on MinGW the compiler knows only the C library's printf, which rejects the
+/// Microsoft size prefixes (%I64d) that Format reads there too: no check is declared.
+#if defined(__GNUC__) && defined(__MINGW_PRINTF_FORMAT)
 #define CPPUTIL_CSTRING_PRINTF(fmtIndex, firstArg)                                                 \
     __attribute__((format(__MINGW_PRINTF_FORMAT, fmtIndex, firstArg)))
-#else
-#define CPPUTIL_CSTRING_PRINTF(fmtIndex, firstArg)                                                 \
-    __attribute__((format(printf, fmtIndex, firstArg)))
-#endif
 #else
 #define CPPUTIL_CSTRING_PRINTF(fmtIndex, firstArg)
 #endif

@@ -12,7 +12,8 @@ const size_t k_uMaxTimeBufferSize = 128;
 CString FormatFields(const char* pFormat, const std::tm& fields)
 {
     char buffer[k_uMaxTimeBufferSize];
-    const size_t length = std::strftime(buffer, sizeof buffer, pFormat ? pFormat : "", &fields);
+    const size_t length =
+        CppUtil::Platform::FormatCivil(buffer, sizeof buffer, pFormat ? pFormat : "", fields);
     return CString(buffer, static_cast<int>(length));
 }
 

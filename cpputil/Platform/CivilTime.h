@@ -4,6 +4,7 @@
 
 #include "WinTypes.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 
@@ -74,6 +75,19 @@ inline void SystemTimeFromFields(const std::tm& fields, WORD milliseconds, SYSTE
     systemTime.wMinute = static_cast<WORD>(fields.tm_min);
     systemTime.wSecond = static_cast<WORD>(fields.tm_sec);
     systemTime.wMilliseconds = milliseconds;
+}
+
+/// strftime as Windows' C runtime answers it: a year past 9999 (or before 0) gives no text, where
+/// the C library elsewhere prints five digits.
+inline size_t FormatCivil(char* buffer, size_t size, const char* format, const std::tm& fields)
+{
+    if (fields.tm_year < -1900 || fields.tm_year > 9999 - 1900)
+    {
+        if (size)
+            buffer[0] = '\0';
+        return 0;
+    }
+    return std::strftime(buffer, size, format, &fields);
 }
 
 } // namespace Platform

@@ -2,6 +2,10 @@
 
 #include "../CivilTime.h"
 
+#include <cstring>
+#include <ctime>
+#include <initializer_list>
+
 namespace CppUtil
 {
 namespace Platform
@@ -10,11 +14,41 @@ namespace Platform
 namespace
 {
 
+// Before its first rule the zone database keeps local mean time (New York 4:56:02 behind UTC);
+// Windows applies the zone's present standard distance to every year. The present standard
+// distance is that of now or of half a year on, whichever is not summer time.
+bool StandardBeforeRules(time_t moment, std::tm& fields)
+{
+    const time_t now = std::time(nullptr);
+    for (const time_t probe : {now, static_cast<time_t>(now + 183 * 86400)})
+    {
+        std::tm present;
+        if (!::localtime_r(&probe, &present) || present.tm_isdst > 0)
+            continue;
+        CivilFromSeconds(static_cast<__int64>(moment) + present.tm_gmtoff, fields);
+        fields.tm_isdst = 0;
+        fields.tm_gmtoff = present.tm_gmtoff;
+        fields.tm_zone = present.tm_zone;
+        return true;
+    }
+    return false;
+}
+
+// The local fields of a moment, in the zone's present standard time before its first rule.
+bool LocalAt(time_t moment, std::tm& fields)
+{
+    if (!::localtime_r(&moment, &fields))
+        return false;
+    if (fields.tm_zone == nullptr || std::strcmp(fields.tm_zone, "LMT") != 0)
+        return true;
+    return StandardBeforeRules(moment, fields);
+}
+
 // Seconds east of UTC at a moment; false where the C library cannot break it down.
 bool OffsetAt(time_t moment, long& offset)
 {
     std::tm fields;
-    if (!::localtime_r(&moment, &fields))
+    if (!LocalAt(moment, fields))
         return false;
     offset = fields.tm_gmtoff;
     return true;
@@ -45,9 +79,8 @@ bool IsSystemTimeYear(int tmYear)
     return tmYear >= 1601 - 1900 && tmYear <= 30827 - 1900;
 }
 
-} // namespace
-
-bool LocalFieldsToTime(const std::tm& fields, int nDST, __int64& time)
+// The moment local fields name, within the local years Windows converts.
+bool ReadLocalFields(const std::tm& fields, int nDST, __int64& time)
 {
     if (!IsSystemTimeYear(fields.tm_year))
         return false;
@@ -88,12 +121,24 @@ bool LocalFieldsToTime(const std::tm& fields, int nDST, __int64& time)
     return true;
 }
 
+} // namespace
+
+bool LocalFieldsToTime(const std::tm& fields, int nDST, __int64& time)
+{
+    // Both the local fields and the moment they name must lie within SYSTEMTIME's years.
+    if (!ReadLocalFields(fields, nDST, time))
+        return false;
+    std::tm utc;
+    CivilFromSeconds(time, utc);
+    return IsSystemTimeYear(utc.tm_year);
+}
+
 bool TimeToLocalFields(__int64 time, std::tm& fields)
 {
     std::tm utc;
     CivilFromSeconds(time, utc);
     const time_t value = static_cast<time_t>(time);
-    return IsSystemTimeYear(utc.tm_year) && ::localtime_r(&value, &fields) != nullptr;
+    return IsSystemTimeYear(utc.tm_year) && LocalAt(value, fields);
 }
 
 } // namespace Platform

@@ -80,6 +80,13 @@ public:
         m_sOut += "\r\n";
     }
 
+    // %0: a line that an insert has filled to the width still gets its break.
+    void End()
+    {
+        if (m_uWidth != 0 && Used() >= m_uWidth)
+            HardBreak();
+    }
+
     void Flush()
     {
         m_sOut += m_sLine;
@@ -88,12 +95,15 @@ public:
     }
 
 private:
-    void Fit()
+    size_t Used() const
     {
         const size_t lastReturn = m_sLine.rfind('\r');
-        const size_t used =
-            lastReturn == std::string::npos ? m_sLine.size() : m_sLine.size() - lastReturn - 1;
-        if (m_uWidth == 0 || used < m_uWidth)
+        return lastReturn == std::string::npos ? m_sLine.size() : m_sLine.size() - lastReturn - 1;
+    }
+
+    void Fit()
+    {
+        if (m_uWidth == 0 || Used() < m_uWidth)
             return;
         if (m_oBlanks.empty())
         {
@@ -415,7 +425,10 @@ DWORD CMessageFormatter::Format(const char* text, std::string& out)
         if (next == '\0')
             return ERROR_INVALID_PARAMETER;
         if (next == '0') // the end of the text, without the line break that would follow
+        {
+            lines.End();
             break;
+        }
         if (IsDigit(next))
         {
             if (m_bIgnoreInserts)

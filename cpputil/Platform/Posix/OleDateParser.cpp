@@ -194,7 +194,9 @@ bool MonthDay(long month, long day, long year, long date[3])
     return Accept(year, month, day, date) || Accept(year, day, month, date);
 }
 
-bool ResolveDate(const std::vector<SToken>& numbers, int month, bool monthBetween, long date[3])
+// numbersBeforeMonth counts the numbers that come before the month name.
+bool ResolveDate(const std::vector<SToken>& numbers, int month, size_t numbersBeforeMonth,
+                 long date[3])
 {
     if (month != 0)
     {
@@ -202,10 +204,14 @@ bool ResolveDate(const std::vector<SToken>& numbers, int month, bool monthBetwee
         {
             // Between two short numbers the name follows the year and comes before the day
             // ("4-Mar-21" is 2004-03-21) where that makes a date.
-            if (monthBetween && !IsYear(numbers[0]) && !IsYear(numbers[1]) &&
+            if (numbersBeforeMonth == 1 && !IsYear(numbers[0]) && !IsYear(numbers[1]) &&
                 Accept(FullYear(numbers[0]), month, numbers[1].m_lValue, date))
                 return true;
-            const bool yearFirst = IsYear(numbers[0]) && !IsYear(numbers[1]);
+            // Both before the name: the year, then the day ("1 3 Mar" is 2001-03-03); both after
+            // it: the day, then the year ("Mar 2021 1" is refused). Neither has another reading.
+            const bool yearFirst =
+                numbersBeforeMonth == 2 ||
+                (numbersBeforeMonth == 1 && IsYear(numbers[0]) && !IsYear(numbers[1]));
             const SToken& day = yearFirst ? numbers[1] : numbers[0];
             const SToken& year = yearFirst ? numbers[0] : numbers[1];
             date[0] = FullYear(year);
@@ -269,7 +275,7 @@ bool ParseOleDate(const char* text, DWORD, LCID, DATE& result)
 
     bool hasTime = false;
     bool dateBeforeTime = false;
-    bool monthBetween = false;
+    size_t numbersBeforeMonth = 0;
     long time[3] = {0, 0, 0};
     int meridiem = 0;
     int month = 0;
@@ -312,7 +318,7 @@ bool ParseOleDate(const char* text, DWORD, LCID, DATE& result)
             if (hasTime && dateBeforeTime)
                 return false;
             month = MonthOf(token.m_sWord);
-            monthBetween = numbers.size() == 1;
+            numbersBeforeMonth = numbers.size();
         }
         else if (token.m_eKind != SToken::Word || !IsDayName(token.m_sWord))
         {
@@ -332,7 +338,7 @@ bool ParseOleDate(const char* text, DWORD, LCID, DATE& result)
     if (month != 0 || !numbers.empty())
     {
         long date[3];
-        if (!ResolveDate(numbers, month, monthBetween, date))
+        if (!ResolveDate(numbers, month, numbersBeforeMonth, date))
             return false;
         days = static_cast<long>(DaysFromCivil(date[0], date[1], date[2]) -
                                  DaysFromCivil(1899, 12, 30));
