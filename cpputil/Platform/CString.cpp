@@ -52,7 +52,7 @@ const char* WithStandardSizes(const char* fmt, std::string& rewritten)
         const char* const directive = p++;
         while (*p && std::strchr("-+ #0123456789.*", *p))
             ++p;
-        const std::string spec(directive + 1, p);
+        const std::string flags(directive + 1, p);
         // The sizes: a Microsoft prefix wins over h and l, which are kept for the other
         // conversions (a wide character or text).
         std::string letters;
@@ -85,8 +85,8 @@ const char* WithStandardSizes(const char* fmt, std::string& rewritten)
         {
             // Nothing given, not even a size: 16 digits; else as the hexadecimal conversion.
             rewritten += '%';
-            rewritten += spec.empty() && !microsoft ? "016" : spec;
-            rewritten += spec.find('#') == std::string::npos ? "lX" : "lx";
+            rewritten += flags.empty() && !microsoft ? "016" : flags;
+            rewritten += flags.find('#') == std::string::npos ? "lX" : "lx";
             ++p;
             changed = true;
             continue;
@@ -106,7 +106,7 @@ const char* WithStandardSizes(const char* fmt, std::string& rewritten)
             continue;
         }
         rewritten += '%';
-        rewritten += spec;
+        rewritten += flags;
         rewritten += std::strchr("diouxX", conversion) ? std::string(microsoft) : letters;
         changed = true;
     }
