@@ -3,6 +3,8 @@
 #include "CivilTime.h"
 #include "LocalTime.h"
 
+#include <chrono>
+
 namespace
 {
 
@@ -21,7 +23,11 @@ CString FormatFields(const char* pFormat, const std::tm& fields)
 
 CTime CTime::GetCurrentTime()
 {
-    return CTime(static_cast<__int64>(std::time(nullptr)));
+    // The fine system clock, as the stamps' milliseconds are read from: std::time may read a
+    // coarse clock that lags it by a tick across a second's boundary.
+    return CTime(static_cast<__int64>(std::chrono::duration_cast<std::chrono::seconds>(
+                                          std::chrono::system_clock::now().time_since_epoch())
+                                          .count()));
 }
 
 CTime::CTime(int nYear, int nMonth, int nDay, int nHour, int nMin, int nSec, int nDST) : m_time(-1)
