@@ -1,7 +1,6 @@
 #include "CppUtil.Text.MessageManager.h"
 
 #include "CppUtil.Settings.VerboseLogging.h"
-#include "CppUtil.Text.Output.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -124,10 +123,13 @@ void CMessageManager::ForgetOutput(const COutput& output)
     SRegistry& registry = Registry();
     std::lock_guard<std::mutex> lock(registry.m_oMutex);
     for (CMessageManager* manager : registry.m_oManagers)
-    {
-        COutput* expected = const_cast<COutput*>(&output);
-        manager->m_poOutput.compare_exchange_strong(expected, nullptr);
-    }
+        manager->LeaveOutput(output);
+}
+
+void CMessageManager::LeaveOutput(const COutput& output)
+{
+    COutput* expected = const_cast<COutput*>(&output);
+    m_poOutput.compare_exchange_strong(expected, nullptr);
 }
 
 void CMessageManager::SetOutput(COutput& output)
@@ -162,61 +164,21 @@ void CMessageManager::SetPrintLogging(bool enabled)
     m_bPrintLogging = enabled;
 }
 
-void CMessageManager::WriteMessage(const CTextOutputBase<TLogF>& text)
+void CMessageManager::WriteMessage(const SFinishedText& text)
 {
-    WriteMessageToLogHelper(text.GetString(), false, text.GetSecondText(), text.GetMessageId(),
-                            Log);
-}
-
-void CMessageManager::WriteMessage(const CTextOutputBase<TJobLogF>& text)
-{
-    WriteMessageToLogHelper(text.GetString(), false, text.GetSecondText(), text.GetMessageId(),
-                            JobLog);
-}
-
-void CMessageManager::WriteMessage(const CTextOutputBase<TLegacyLogF>& text)
-{
-    WriteMessageToLogHelper(text.GetString(), false, text.GetSecondText(), text.GetMessageId(),
-                            LegacyLog);
-}
-
-void CMessageManager::WriteMessage(const CTextOutputBase<TApsLogF>& text)
-{
-    WriteMessageToLogHelper(text.GetString(), false, text.GetSecondText(), text.GetMessageId(),
-                            ApsLog);
-}
-
-void CMessageManager::WriteMessage(const CTextOutputBase<THtmlLogF>& text)
-{
-    WriteMessageToLogHelper(text.GetString(), true, text.GetSecondText(), text.GetMessageId(), Log);
-}
-
-void CMessageManager::WriteMessage(const CTextOutputBase<THtmlJobLogF>& text)
-{
-    WriteMessageToLogHelper(text.GetString(), true, text.GetSecondText(), text.GetMessageId(),
-                            JobLog);
-}
-
-void CMessageManager::WriteMessage(const CTextOutputBase<THtmlLegacyLogF>& text)
-{
-    WriteMessageToLogHelper(text.GetString(), true, text.GetSecondText(), text.GetMessageId(),
-                            LegacyLog);
-}
-
-void CMessageManager::WriteMessage(const CTextOutputBase<THtmlApsLogF>& text)
-{
-    WriteMessageToLogHelper(text.GetString(), true, text.GetSecondText(), text.GetMessageId(),
-                            ApsLog);
-}
-
-void CMessageManager::WriteMessage(const CTextOutputBase<TPrintF>& text)
-{
-    WriteMessageToPrint(text.GetString(), text.GetSecondText());
-}
-
-void CMessageManager::WriteMessage(const CTextOutputBase<TTraceF>& text)
-{
-    WriteMessageToTrace(text.GetString());
+    switch (text.m_eRoute)
+    {
+    case ETextRoute::Log:
+        WriteMessageToLogHelper(text.m_oText(), text.m_bHtml, text.m_sSecondText, text.m_uMessageId,
+                                text.m_eDestination);
+        break;
+    case ETextRoute::Print:
+        WriteMessageToPrint(text.m_oText(), text.m_sSecondText);
+        break;
+    case ETextRoute::Trace:
+        WriteMessageToTrace(text.m_oText());
+        break;
+    }
 }
 
 void CMessageManager::WriteMessageToLogHelper(const CString& text, bool html,
@@ -261,7 +223,7 @@ void CMessageManager::WriteMessageToTrace(const CString& text)
 void CMessageManager::WriteMessageToPrint(const CString& text, const CString& secondText)
 {
     if (COutput* output = m_poOutput.load())
-        output->AddText(text);
+        AddOutputWndText(*output, text);
     if (m_bPrintLogging)
         WriteMessageToLog(text, false, secondText, true, Log);
 }

@@ -19,15 +19,6 @@ namespace Text
 
 class COutput;
 
-/// Where the host writes a log line.
-enum ELogEntryDestination
-{
-    Log = 0,
-    JobLog = 1,
-    LegacyLog = 2,
-    ApsLog = 3
-};
-
 class CPPUTIL_API CMessageManager
 {
 public:
@@ -48,23 +39,13 @@ public:
     void SetTraceLogging(bool enabled);
     void SetPrintLogging(bool enabled);
 
-    void WriteMessage(const CTextOutputBase<TLogF>& text);
-    void WriteMessage(const CTextOutputBase<TJobLogF>& text);
-    void WriteMessage(const CTextOutputBase<TLegacyLogF>& text);
-    void WriteMessage(const CTextOutputBase<TApsLogF>& text);
-    void WriteMessage(const CTextOutputBase<THtmlLogF>& text);
-    void WriteMessage(const CTextOutputBase<THtmlJobLogF>& text);
-    void WriteMessage(const CTextOutputBase<THtmlLegacyLogF>& text);
-    void WriteMessage(const CTextOutputBase<THtmlApsLogF>& text);
-    void WriteMessage(const CTextOutputBase<TPrintF>& text);
-    void WriteMessage(const CTextOutputBase<TTraceF>& text);
-
-private:
-    friend class COutput;
-
-    /// The live managers, ordered by address. Guarded by a lock of the set's own; use
-    /// ForEachManager rather than walking it.
-    static std::set<CMessageManager*>& GetMessageManagers();
+    /// Routes a finished builder by what its tag says: see STextTraits.
+    template <class Tag>
+    void WriteMessage(const CTextOutputBase<Tag>& text)
+    {
+        WriteMessage(text.Finished());
+    }
+    void WriteMessage(const SFinishedText& text);
 
     /// Calls action for every live manager in the set's order. A manager stays alive while the
     /// action runs on it: its destructor waits until no writer uses it. The set's lock is not held
@@ -72,6 +53,13 @@ private:
     static void ForEachManager(const boost::function<void(CMessageManager&)>& action);
     /// Unlinks every live manager from an output that is going away, copies of its manager too.
     static void ForgetOutput(const COutput& output);
+    /// Unlinks this manager from output if it prints through it.
+    void LeaveOutput(const COutput& output);
+
+private:
+    /// The live managers, ordered by address. Guarded by a lock of the set's own; use
+    /// ForEachManager rather than walking it.
+    static std::set<CMessageManager*>& GetMessageManagers();
 
     void WriteMessageToLogHelper(const CString& text, bool html, const CString& secondText,
                                  unsigned int messageId, ELogEntryDestination destination);

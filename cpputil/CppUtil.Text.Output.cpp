@@ -67,8 +67,9 @@ COutput& COutput::operator=(const COutput& other)
 {
     if (this == &other)
         return *this;
-    if (m_poMessageManager != other.m_poMessageManager)
-        LeaveMessageManager();
+    // The manager, still shared with a copy, must not print through an output that has left it.
+    if (m_poMessageManager && m_poMessageManager != other.m_poMessageManager)
+        m_poMessageManager->LeaveOutput(*this);
     m_poMessageManager = other.m_poMessageManager;
     m_oActiveOutputGetter = other.m_oActiveOutputGetter;
     m_oRegisteredMessages = other.m_oRegisteredMessages;
@@ -82,16 +83,6 @@ COutput::~COutput()
     CMessageManager::ForgetOutput(*this);
     if (m_poOutputWndThrottler)
         m_poOutputWndThrottler->Detach(*this);
-}
-
-void COutput::LeaveMessageManager()
-{
-    // The manager, still shared with a copy, must not print through an output that has left it.
-    if (m_poMessageManager)
-    {
-        COutput* expected = this;
-        m_poMessageManager->m_poOutput.compare_exchange_strong(expected, nullptr);
-    }
 }
 
 void COutput::ShareThrottlerOf(const COutput& other)
@@ -210,188 +201,30 @@ int COutput::GetValue(const CString& name) const
     return it->second;
 }
 
-CTextOutputBase<TLogF> COutput::LogF(const CString& format, const CString& secondText)
+CString COutput::LoadFormat(const CCompiledMsgBase& format)
 {
-    return CTextOutputBase<TLogF>(this, format, secondText, 0, 0);
+    return format.LoadCStr();
 }
 
-CTextOutputBase<TLogF> COutput::LogF(const CString& format, unsigned int messageId)
+void COutput::Write(const SFinishedText& text)
 {
-    return CTextOutputBase<TLogF>(this, format, CString(), messageId, 0);
+    if (CMessageManager* manager = ActiveMessageManager())
+    {
+        manager->WriteMessage(text);
+        return;
+    }
+    CMessageManager::ForEachManager([&text](CMessageManager& manager)
+                                    { manager.WriteMessage(text); });
 }
 
-CTextOutputBase<TLegacyLogF> COutput::LegacyLogF(const CString& format, const CString& secondText)
+void WriteText(COutput& output, const SFinishedText& text)
 {
-    return CTextOutputBase<TLegacyLogF>(this, format, secondText, 0, 0);
+    output.Write(text);
 }
 
-CTextOutputBase<TLegacyLogF> COutput::LegacyLogF(const CString& format, unsigned int messageId)
+void AddOutputWndText(COutput& output, const CString& text)
 {
-    return CTextOutputBase<TLegacyLogF>(this, format, CString(), messageId, 0);
-}
-
-CTextOutputBase<TJobLogF> COutput::JobLogF(const CString& format, const CString& secondText)
-{
-    return CTextOutputBase<TJobLogF>(this, format, secondText, 0, 0);
-}
-
-// The number is dropped on purpose: job and APS lines are never gated by a message id.
-CTextOutputBase<TJobLogF> COutput::JobLogF(const CString& format, unsigned int)
-{
-    return CTextOutputBase<TJobLogF>(this, format, CString(), 0, 1);
-}
-
-CTextOutputBase<TApsLogF> COutput::ApsLogF(const CString& format, const CString& secondText)
-{
-    return CTextOutputBase<TApsLogF>(this, format, secondText, 0, 0);
-}
-
-CTextOutputBase<TApsLogF> COutput::ApsLogF(const CString& format, unsigned int)
-{
-    return CTextOutputBase<TApsLogF>(this, format, CString(), 0, 1);
-}
-
-CTextOutputBase<THtmlLegacyLogF> COutput::HtmlLegacyLogF(const CString& format,
-                                                         const CString& secondText)
-{
-    return CTextOutputBase<THtmlLegacyLogF>(this, format, secondText, 0, 0);
-}
-
-CTextOutputBase<THtmlLegacyLogF> COutput::HtmlLegacyLogF(const CString& format,
-                                                         unsigned int messageId)
-{
-    return CTextOutputBase<THtmlLegacyLogF>(this, format, CString(), messageId, 0);
-}
-
-CTextOutputBase<THtmlJobLogF> COutput::HtmlJobLogF(const CString& format, const CString& secondText)
-{
-    return CTextOutputBase<THtmlJobLogF>(this, format, secondText, 0, 0);
-}
-
-CTextOutputBase<THtmlJobLogF> COutput::HtmlJobLogF(const CString& format, unsigned int)
-{
-    return CTextOutputBase<THtmlJobLogF>(this, format, CString(), 0, 1);
-}
-
-CTextOutputBase<THtmlApsLogF> COutput::HtmlApsLogF(const CString& format, const CString& secondText)
-{
-    return CTextOutputBase<THtmlApsLogF>(this, format, secondText, 0, 0);
-}
-
-CTextOutputBase<THtmlApsLogF> COutput::HtmlApsLogF(const CString& format, unsigned int)
-{
-    return CTextOutputBase<THtmlApsLogF>(this, format, CString(), 0, 1);
-}
-
-CTextOutputBase<THtmlLogF> COutput::HtmlLogF(const CString& format, const CString& secondText)
-{
-    return CTextOutputBase<THtmlLogF>(this, format, secondText, 0, 0);
-}
-
-CTextOutputBase<TPrintF> COutput::PrintF(const CString& format, const CString& secondText)
-{
-    return CTextOutputBase<TPrintF>(this, format, secondText, 0, 0);
-}
-
-CTextOutputBase<TTraceF> COutput::TraceF(const CString& format)
-{
-    return CTextOutputBase<TTraceF>(this, format, CString(), 0, 0);
-}
-
-CTextOutputBase<TLogF> COutput::LogF(const CCompiledMsgBase& format, const CString& secondText)
-{
-    return LogF(format.LoadCStr(), secondText);
-}
-
-CTextOutputBase<TLogF> COutput::LogF(const CCompiledMsgBase& format, unsigned int messageId)
-{
-    return LogF(format.LoadCStr(), messageId);
-}
-
-CTextOutputBase<TLegacyLogF> COutput::LegacyLogF(const CCompiledMsgBase& format,
-                                                 const CString& secondText)
-{
-    return LegacyLogF(format.LoadCStr(), secondText);
-}
-
-CTextOutputBase<TLegacyLogF> COutput::LegacyLogF(const CCompiledMsgBase& format,
-                                                 unsigned int messageId)
-{
-    return LegacyLogF(format.LoadCStr(), messageId);
-}
-
-CTextOutputBase<TJobLogF> COutput::JobLogF(const CCompiledMsgBase& format,
-                                           const CString& secondText)
-{
-    return JobLogF(format.LoadCStr(), secondText);
-}
-
-CTextOutputBase<TJobLogF> COutput::JobLogF(const CCompiledMsgBase& format, unsigned int ignored)
-{
-    return JobLogF(format.LoadCStr(), ignored);
-}
-
-CTextOutputBase<TApsLogF> COutput::ApsLogF(const CCompiledMsgBase& format,
-                                           const CString& secondText)
-{
-    return ApsLogF(format.LoadCStr(), secondText);
-}
-
-CTextOutputBase<TApsLogF> COutput::ApsLogF(const CCompiledMsgBase& format, unsigned int ignored)
-{
-    return ApsLogF(format.LoadCStr(), ignored);
-}
-
-CTextOutputBase<THtmlLegacyLogF> COutput::HtmlLegacyLogF(const CCompiledMsgBase& format,
-                                                         const CString& secondText)
-{
-    return HtmlLegacyLogF(format.LoadCStr(), secondText);
-}
-
-CTextOutputBase<THtmlLegacyLogF> COutput::HtmlLegacyLogF(const CCompiledMsgBase& format,
-                                                         unsigned int messageId)
-{
-    return HtmlLegacyLogF(format.LoadCStr(), messageId);
-}
-
-CTextOutputBase<THtmlJobLogF> COutput::HtmlJobLogF(const CCompiledMsgBase& format,
-                                                   const CString& secondText)
-{
-    return HtmlJobLogF(format.LoadCStr(), secondText);
-}
-
-CTextOutputBase<THtmlJobLogF> COutput::HtmlJobLogF(const CCompiledMsgBase& format,
-                                                   unsigned int ignored)
-{
-    return HtmlJobLogF(format.LoadCStr(), ignored);
-}
-
-CTextOutputBase<THtmlApsLogF> COutput::HtmlApsLogF(const CCompiledMsgBase& format,
-                                                   const CString& secondText)
-{
-    return HtmlApsLogF(format.LoadCStr(), secondText);
-}
-
-CTextOutputBase<THtmlApsLogF> COutput::HtmlApsLogF(const CCompiledMsgBase& format,
-                                                   unsigned int ignored)
-{
-    return HtmlApsLogF(format.LoadCStr(), ignored);
-}
-
-CTextOutputBase<THtmlLogF> COutput::HtmlLogF(const CCompiledMsgBase& format,
-                                             const CString& secondText)
-{
-    return HtmlLogF(format.LoadCStr(), secondText);
-}
-
-CTextOutputBase<TPrintF> COutput::PrintF(const CCompiledMsgBase& format, const CString& secondText)
-{
-    return PrintF(format.LoadCStr(), secondText);
-}
-
-CTextOutputBase<TTraceF> COutput::TraceF(const CCompiledMsgBase& format)
-{
-    return TraceF(format.LoadCStr());
+    output.AddText(text);
 }
 
 CMsgBoxF COutput::MsgBoxF(const char* format, unsigned int type, unsigned int extra)

@@ -64,51 +64,151 @@ public:
     bool DialogsEnabled() const { return m_bDialogsEnabled; }
     void DialogsEnabled(bool enabled) { m_bDialogsEnabled = enabled; }
 
-    /// Text builders. (format, text): second text; (format, unsigned) of the log, legacy and
-    /// HTML legacy builders: verbose-logging message id. The job and APS builders ignore the
-    /// number and set the flag word to 1 instead.
-    CTextOutputBase<TLogF> LogF(const CString& format, const CString& secondText);
-    CTextOutputBase<TLogF> LogF(const CString& format, unsigned int messageId);
-    CTextOutputBase<TLegacyLogF> LegacyLogF(const CString& format, const CString& secondText);
-    CTextOutputBase<TLegacyLogF> LegacyLogF(const CString& format, unsigned int messageId);
-    CTextOutputBase<TJobLogF> JobLogF(const CString& format, const CString& secondText);
-    CTextOutputBase<TJobLogF> JobLogF(const CString& format, unsigned int ignored);
-    CTextOutputBase<TApsLogF> ApsLogF(const CString& format, const CString& secondText);
-    CTextOutputBase<TApsLogF> ApsLogF(const CString& format, unsigned int ignored);
+    /// Text builders, all made by Build. The first argument is the format; a text second argument
+    /// is the second text; a number is the verbose-logging message id of the log, legacy and HTML
+    /// legacy builders, while the job and APS builders ignore it and set the flag word to 1.
+    CTextOutputBase<TLogF> LogF(const CString& format, const CString& secondText)
+    {
+        return Build<TLogF>(format, secondText);
+    }
+    CTextOutputBase<TLogF> LogF(const CString& format, unsigned int number)
+    {
+        return Build<TLogF>(format, number);
+    }
+    CTextOutputBase<TLegacyLogF> LegacyLogF(const CString& format, const CString& secondText)
+    {
+        return Build<TLegacyLogF>(format, secondText);
+    }
+    CTextOutputBase<TLegacyLogF> LegacyLogF(const CString& format, unsigned int number)
+    {
+        return Build<TLegacyLogF>(format, number);
+    }
+    CTextOutputBase<TJobLogF> JobLogF(const CString& format, const CString& secondText)
+    {
+        return Build<TJobLogF>(format, secondText);
+    }
+    CTextOutputBase<TJobLogF> JobLogF(const CString& format, unsigned int number)
+    {
+        return Build<TJobLogF>(format, number);
+    }
+    CTextOutputBase<TApsLogF> ApsLogF(const CString& format, const CString& secondText)
+    {
+        return Build<TApsLogF>(format, secondText);
+    }
+    CTextOutputBase<TApsLogF> ApsLogF(const CString& format, unsigned int number)
+    {
+        return Build<TApsLogF>(format, number);
+    }
     CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CString& format,
-                                                    const CString& secondText);
-    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CString& format, unsigned int messageId);
-    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CString& format, const CString& secondText);
-    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CString& format, unsigned int ignored);
-    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CString& format, const CString& secondText);
-    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CString& format, unsigned int ignored);
-    CTextOutputBase<THtmlLogF> HtmlLogF(const CString& format, const CString& secondText);
-    CTextOutputBase<TPrintF> PrintF(const CString& format, const CString& secondText);
-    CTextOutputBase<TTraceF> TraceF(const CString& format);
-
-    /// The same builders with a compiled message as the format.
-    CTextOutputBase<TLogF> LogF(const CCompiledMsgBase& format, const CString& secondText);
-    CTextOutputBase<TLogF> LogF(const CCompiledMsgBase& format, unsigned int messageId);
+                                                    const CString& secondText)
+    {
+        return Build<THtmlLegacyLogF>(format, secondText);
+    }
+    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CString& format, unsigned int number)
+    {
+        return Build<THtmlLegacyLogF>(format, number);
+    }
+    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CString& format, const CString& secondText)
+    {
+        return Build<THtmlJobLogF>(format, secondText);
+    }
+    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CString& format, unsigned int number)
+    {
+        return Build<THtmlJobLogF>(format, number);
+    }
+    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CString& format, const CString& secondText)
+    {
+        return Build<THtmlApsLogF>(format, secondText);
+    }
+    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CString& format, unsigned int number)
+    {
+        return Build<THtmlApsLogF>(format, number);
+    }
+    CTextOutputBase<THtmlLogF> HtmlLogF(const CString& format, const CString& secondText)
+    {
+        return Build<THtmlLogF>(format, secondText);
+    }
+    CTextOutputBase<TPrintF> PrintF(const CString& format, const CString& secondText)
+    {
+        return Build<TPrintF>(format, secondText);
+    }
+    CTextOutputBase<TTraceF> TraceF(const CString& format)
+    {
+        return Build<TTraceF>(format, CString());
+    }
+    CTextOutputBase<TLogF> LogF(const CCompiledMsgBase& format, const CString& secondText)
+    {
+        return Build<TLogF>(format, secondText);
+    }
+    CTextOutputBase<TLogF> LogF(const CCompiledMsgBase& format, unsigned int number)
+    {
+        return Build<TLogF>(format, number);
+    }
     CTextOutputBase<TLegacyLogF> LegacyLogF(const CCompiledMsgBase& format,
-                                            const CString& secondText);
-    CTextOutputBase<TLegacyLogF> LegacyLogF(const CCompiledMsgBase& format, unsigned int messageId);
-    CTextOutputBase<TJobLogF> JobLogF(const CCompiledMsgBase& format, const CString& secondText);
-    CTextOutputBase<TJobLogF> JobLogF(const CCompiledMsgBase& format, unsigned int ignored);
-    CTextOutputBase<TApsLogF> ApsLogF(const CCompiledMsgBase& format, const CString& secondText);
-    CTextOutputBase<TApsLogF> ApsLogF(const CCompiledMsgBase& format, unsigned int ignored);
+                                            const CString& secondText)
+    {
+        return Build<TLegacyLogF>(format, secondText);
+    }
+    CTextOutputBase<TLegacyLogF> LegacyLogF(const CCompiledMsgBase& format, unsigned int number)
+    {
+        return Build<TLegacyLogF>(format, number);
+    }
+    CTextOutputBase<TJobLogF> JobLogF(const CCompiledMsgBase& format, const CString& secondText)
+    {
+        return Build<TJobLogF>(format, secondText);
+    }
+    CTextOutputBase<TJobLogF> JobLogF(const CCompiledMsgBase& format, unsigned int number)
+    {
+        return Build<TJobLogF>(format, number);
+    }
+    CTextOutputBase<TApsLogF> ApsLogF(const CCompiledMsgBase& format, const CString& secondText)
+    {
+        return Build<TApsLogF>(format, secondText);
+    }
+    CTextOutputBase<TApsLogF> ApsLogF(const CCompiledMsgBase& format, unsigned int number)
+    {
+        return Build<TApsLogF>(format, number);
+    }
     CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CCompiledMsgBase& format,
-                                                    const CString& secondText);
+                                                    const CString& secondText)
+    {
+        return Build<THtmlLegacyLogF>(format, secondText);
+    }
     CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CCompiledMsgBase& format,
-                                                    unsigned int messageId);
+                                                    unsigned int number)
+    {
+        return Build<THtmlLegacyLogF>(format, number);
+    }
     CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CCompiledMsgBase& format,
-                                              const CString& secondText);
-    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CCompiledMsgBase& format, unsigned int ignored);
+                                              const CString& secondText)
+    {
+        return Build<THtmlJobLogF>(format, secondText);
+    }
+    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CCompiledMsgBase& format, unsigned int number)
+    {
+        return Build<THtmlJobLogF>(format, number);
+    }
     CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CCompiledMsgBase& format,
-                                              const CString& secondText);
-    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CCompiledMsgBase& format, unsigned int ignored);
-    CTextOutputBase<THtmlLogF> HtmlLogF(const CCompiledMsgBase& format, const CString& secondText);
-    CTextOutputBase<TPrintF> PrintF(const CCompiledMsgBase& format, const CString& secondText);
-    CTextOutputBase<TTraceF> TraceF(const CCompiledMsgBase& format);
+                                              const CString& secondText)
+    {
+        return Build<THtmlApsLogF>(format, secondText);
+    }
+    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CCompiledMsgBase& format, unsigned int number)
+    {
+        return Build<THtmlApsLogF>(format, number);
+    }
+    CTextOutputBase<THtmlLogF> HtmlLogF(const CCompiledMsgBase& format, const CString& secondText)
+    {
+        return Build<THtmlLogF>(format, secondText);
+    }
+    CTextOutputBase<TPrintF> PrintF(const CCompiledMsgBase& format, const CString& secondText)
+    {
+        return Build<TPrintF>(format, secondText);
+    }
+    CTextOutputBase<TTraceF> TraceF(const CCompiledMsgBase& format)
+    {
+        return Build<TTraceF>(format, CString());
+    }
 
     /// Message boxes of this output: type holds MB_* style bits (0x04000000 marks HTML text),
     /// extra is passed through to the box.
@@ -119,9 +219,8 @@ public:
     CMsgBoxF MsgBoxF(const CCompiledMsgBase& format, const CString& title, unsigned int type,
                      unsigned int extra);
 
-    /// Hands a finished builder to the manager, the active output, or every live manager.
-    template <class Tag>
-    void Write(const CTextOutputBase<Tag>& text);
+    /// Hands a finished text to the manager, the active output, or every live manager.
+    void Write(const SFinishedText& text);
 
 private:
     friend struct SThrottlerReportOutput;
@@ -131,6 +230,18 @@ private:
     /// A copy that shares the manager and the getter but takes no part in the throttler.
     COutput(const COutput& other, SWithoutThrottler);
 
+    template <class Tag, class Second>
+    CTextOutputBase<Tag> Build(const CString& format, const Second& second)
+    {
+        return CTextOutputBase<Tag>(this, format, second);
+    }
+    template <class Tag, class Second>
+    CTextOutputBase<Tag> Build(const CCompiledMsgBase& format, const Second& second)
+    {
+        return Build<Tag>(LoadFormat(format), second);
+    }
+    static CString LoadFormat(const CCompiledMsgBase& format);
+
     /// Made on first use; copies made after that share it.
     COutputWndThrottler& OutputWndThrottler();
     /// Shares other's throttler (none, if other has none) in place of this output's.
@@ -138,8 +249,6 @@ private:
     /// The manager of this output or, following the getters, of the active output; null when the
     /// text goes to every live manager.
     CMessageManager* ActiveMessageManager();
-    /// Tells the manager that this output no longer prints for it.
-    void LeaveMessageManager();
 
     std::shared_ptr<CMessageManager> m_poMessageManager;
     TActiveOutputGetter m_oActiveOutputGetter;
@@ -154,39 +263,6 @@ private:
 /// The library's process-wide output, made without a manager: its texts go to the active output
 /// or to every live manager.
 CPPUTIL_API COutput& DefaultOutput();
-
-template <class Tag>
-void COutput::Write(const CTextOutputBase<Tag>& text)
-{
-    if (CMessageManager* manager = ActiveMessageManager())
-    {
-        manager->WriteMessage(text);
-        return;
-    }
-    CMessageManager::ForEachManager([&text](CMessageManager& manager)
-                                    { manager.WriteMessage(text); });
-}
-
-template <class Tag>
-CTextOutputBase<Tag>::~CTextOutputBase() noexcept(false)
-{
-    if (!m_poOutput)
-        return;
-    /// Checked here rather than at construction: a builder made inside a destructor that runs
-    /// during unwinding must not throw into it either.
-    if (std::uncaught_exceptions() > 0)
-    {
-        try
-        {
-            m_poOutput->Write(*this);
-        }
-        catch (...)
-        {
-        }
-        return;
-    }
-    m_poOutput->Write(*this);
-}
 
 } // namespace Text
 } // namespace CppUtil
