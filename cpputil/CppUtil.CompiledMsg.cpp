@@ -25,6 +25,7 @@ public:
 namespace
 {
 
+const Exception::CSourceFile k_oSource("CppUtil.CompiledMsg");
 const char* const k_szLoadFailure = "Could not load compiled message with ID";
 
 } // namespace
@@ -82,8 +83,7 @@ CString CCompiledMsgBase::LoadCStr() const
         CString message;
         message.Format("%s %d in module %s:\r\n%s", k_szLoadFailure, static_cast<int>(impl.m_ulId),
                        impl.m_sModule.GetString(), Platform::GetSystemErrorText(error).GetString());
-        Exception::ThrowQlException(message, "CppUtil::CCompiledMsgBase::LoadCStr",
-                                    "CppUtil.CompiledMsg", __LINE__);
+        k_oSource.Throw(86, "CppUtil::CCompiledMsgBase::LoadCStr", message);
     }
     return text;
 }

@@ -21,6 +21,8 @@ namespace
 // optimised build's test disassembles dod_sanitize and counts these three calls.
 void* (*volatile const s_pfnFill)(void*, int, std::size_t) = &std::memset;
 
+const Exception::CSourceFile k_oSource("CppUtil.Crypto.Sanitizer");
+
 } // namespace
 
 const unsigned int CSanitizer::k_uMinPasses = 2;
@@ -29,10 +31,8 @@ void CSanitizer::Sanitize(unsigned char* buffer, unsigned int length, unsigned i
 {
     for (unsigned int pass = 0; pass < passes; ++pass)
         if (!dod_sanitize(buffer, length))
-            // Line 135 is the one hosts know this failure by.
-            Exception::ThrowQlException("Failed to sanitize a buffer.",
-                                        "CppUtil::Crypto::CSanitizer::Sanitize",
-                                        "CppUtil.Crypto.Sanitizer", 135);
+            k_oSource.Throw(135, "CppUtil::Crypto::CSanitizer::Sanitize",
+                            "Failed to sanitize a buffer.");
 }
 
 int CSanitizer::dod_sanitize(void* buffer, unsigned int length)

@@ -41,5 +41,26 @@ private:
 [[noreturn]] CPPUTIL_API void ThrowQlException(const CString& message, const CString& function,
                                                const CString& file, unsigned int line);
 
+/// A source file of the library as its failures name it. Each file that raises holds one,
+/// k_oSource, and raises through it, so that its name is written once.
+class CSourceFile
+{
+public:
+    constexpr explicit CSourceFile(const char* name) : m_szName(name) {}
+
+    const char* GetName() const { return m_szName; }
+
+    /// Throws CQlException. line is the number the failure is reported by; hosts match reports by
+    /// it, so it is written out at the site and does not follow the code around it.
+    [[noreturn]] void Throw(unsigned int line, const CString& function,
+                            const CString& message) const
+    {
+        ThrowQlException(message, function, m_szName, line);
+    }
+
+private:
+    const char* m_szName;
+};
+
 } // namespace Exception
 } // namespace CppUtil

@@ -13,13 +13,7 @@ namespace Chart
 namespace
 {
 
-const char* const k_szSource = "CppUtil.Gui.Chart.Chart";
-// The lines these failures have always been reported with, which failure reports are matched by.
-const unsigned int k_uCategoryNotFoundLine = 108;
-const unsigned int k_uAddDataFlagableLine = 119;
-const unsigned int k_uAddEventNotFlagableLine = 134;
-const unsigned int k_uAddEventNoTimeAxisLine = 140;
-const unsigned int k_uNeitherFlagableNorChartableLine = 152;
+const Exception::CSourceFile k_oSource("CppUtil.Gui.Chart.Chart");
 
 } // namespace
 
@@ -59,17 +53,15 @@ std::shared_ptr<CCategory> CChart::FindCategory(const CString& name) const
             return category;
     CString message;
     message.Format("Category %s not found.", name.GetString());
-    Exception::ThrowQlException(message, "CppUtil::Gui::Chart::CChart::FindCategory", k_szSource,
-                                k_uCategoryNotFoundLine);
+    k_oSource.Throw(108, "CppUtil::Gui::Chart::CChart::FindCategory", message);
 }
 
 void CChart::AddData(const CString& categoryName, double x, double y)
 {
     const std::shared_ptr<CCategory> category = FindCategory(categoryName);
     if (category->IsFlagable())
-        Exception::ThrowQlException("Use AddEvent() to add data that is flagable.",
-                                    "CppUtil::Gui::Chart::CChart::AddData", k_szSource,
-                                    k_uAddDataFlagableLine);
+        k_oSource.Throw(119, "CppUtil::Gui::Chart::CChart::AddData",
+                        "Use AddEvent() to add data that is flagable.");
     AddData(category, x, y, CString(), CString());
 }
 
@@ -78,14 +70,12 @@ void CChart::AddEvent(const CString& categoryName, unsigned int time, const CStr
 {
     const std::shared_ptr<CCategory> category = FindCategory(categoryName);
     if (!category->IsFlagable())
-        Exception::ThrowQlException("Use AddData() to add data that is not flagable.",
-                                    "CppUtil::Gui::Chart::CChart::AddEvent", k_szSource,
-                                    k_uAddEventNotFlagableLine);
+        k_oSource.Throw(134, "CppUtil::Gui::Chart::CChart::AddEvent",
+                        "Use AddData() to add data that is not flagable.");
     if (!m_bTimeXAxis)
-        Exception::ThrowQlException("Events are only supported when the X-axis time.  Call "
-                                    "SetTimeXAxis() before adding an event.",
-                                    "CppUtil::Gui::Chart::CChart::AddEvent", k_szSource,
-                                    k_uAddEventNoTimeAxisLine);
+        k_oSource.Throw(140, "CppUtil::Gui::Chart::CChart::AddEvent",
+                        "Events are only supported when the X-axis time.  Call SetTimeXAxis() "
+                        "before adding an event.");
     AddData(category, static_cast<double>(time), 0.0, description, logFilename);
 }
 
@@ -174,7 +164,7 @@ void CChart::AddData(const std::shared_ptr<CCategory>& category, double x, doubl
 {
     if (!category->IsFlagable() && !category->IsChartable())
         Exception::ReportAssertionFailure("spoCategory->IsFlagable() || spoCategory->IsChartable()",
-                                          k_szSource, k_uNeitherFlagableNorChartableLine);
+                                          k_oSource.GetName(), 152);
     if (category->IsFlagable())
         m_oEvents.push_back(std::make_shared<CChartEvent>(
             static_cast<unsigned int>(m_oEvents.size()), category,

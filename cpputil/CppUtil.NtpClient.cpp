@@ -15,7 +15,8 @@ namespace CppUtil
 namespace
 {
 
-const char* const k_szSource = "CppUtil.NtpClient";
+const Exception::CSourceFile k_oSource("CppUtil.NtpClient");
+const char* const k_szGetServerTime = "CppUtil::CNtpClient::GetServerTime";
 
 const int k_iRequestSize = 48;
 const int k_iReplySize = 68;
@@ -30,14 +31,6 @@ const double k_dFractionScale = 4294967296.0;
 // High 32 bits whole seconds since 1900-01-01 00:00 UTC, low 32 bits the binary fraction.
 typedef std::uint64_t TNtpTime;
 
-#define CPPUTIL_NTP_ASSERT(expression)                                                             \
-    do                                                                                             \
-    {                                                                                              \
-        if (!(expression))                                                                         \
-            Exception::ThrowQlException(#expression, "CppUtil::CNtpClient::GetServerTime",         \
-                                        k_szSource, __LINE__);                                     \
-    } while (false)
-
 long JulianDay(long year, long month, long day)
 {
     const long a = (14 - month) / 12;
@@ -49,10 +42,12 @@ long JulianDay(long year, long month, long day)
 TNtpTime ToNtpTime(const SYSTEMTIME& time)
 {
     const long days = JulianDay(time.wYear, time.wMonth, time.wDay) - k_lJulianDay1900;
-    CPPUTIL_NTP_ASSERT(days >= 0);
+    if (days < 0)
+        k_oSource.Throw(52, k_szGetServerTime, "days >= 0");
     const std::uint64_t seconds = static_cast<std::uint64_t>(days) * 86400 + time.wHour * 3600u +
                                   time.wMinute * 60u + time.wSecond;
-    CPPUTIL_NTP_ASSERT(seconds <= 0xFFFFFFFFu);
+    if (seconds > 0xFFFFFFFFu)
+        k_oSource.Throw(55, k_szGetServerTime, "seconds <= 0xFFFFFFFFu");
     const std::uint64_t fraction =
         static_cast<std::uint64_t>(time.wMilliseconds / 1000.0 * k_dFractionScale);
     return (seconds << 32) | fraction;
@@ -82,7 +77,8 @@ SYSTEMTIME ToSystemTime(TNtpTime time)
     result.wMinute = static_cast<WORD>(secondOfDay / 60 % 60);
     result.wSecond = static_cast<WORD>(secondOfDay % 60);
     const std::uint64_t milliseconds = ((time & 0xFFFFFFFFu) * 1000) >> 32;
-    CPPUTIL_NTP_ASSERT(milliseconds < 1000);
+    if (milliseconds >= 1000)
+        k_oSource.Throw(85, k_szGetServerTime, "milliseconds < 1000");
     result.wMilliseconds = static_cast<WORD>(milliseconds);
     return result;
 }

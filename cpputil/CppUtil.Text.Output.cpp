@@ -15,7 +15,7 @@ namespace Text
 namespace
 {
 
-const char* const k_szSource = "CppUtil.Text.Output";
+const Exception::CSourceFile k_oSource("CppUtil.Text.Output");
 
 // The writer is installed once by the host but read from any thread.
 std::mutex& WriterMutex()
@@ -126,8 +126,8 @@ CMessageManager* COutput::ActiveMessageManager()
 CMessageManager& COutput::MessageManager()
 {
     if (!m_poMessageManager)
-        Exception::ThrowQlException("COutput::MessageManager: This output has no message manager.",
-                                    "CppUtil::Text::COutput::MessageManager", k_szSource, __LINE__);
+        k_oSource.Throw(139, "CppUtil::Text::COutput::MessageManager",
+                        "COutput::MessageManager: This output has no message manager.");
     return *m_poMessageManager;
 }
 
@@ -195,9 +195,9 @@ int COutput::GetValue(const CString& name) const
 {
     auto it = m_oRegisteredMessages.find(name);
     if (it == m_oRegisteredMessages.end())
-        Exception::ThrowQlException("CMessageManager::GetValue: Could not find message \n" + name +
-                                        "\nMessage is has not been registered.",
-                                    "CppUtil::Text::COutput::GetValue", k_szSource, __LINE__);
+        k_oSource.Throw(209, "CppUtil::Text::COutput::GetValue",
+                        "CMessageManager::GetValue: Could not find message \n" + name +
+                            "\nMessage is has not been registered.");
     return it->second;
 }
 

@@ -18,7 +18,7 @@ namespace Text
 namespace
 {
 
-const char* const k_szSource = "CppUtil.Text.OutputWndThrottler";
+const Exception::CSourceFile k_oSource("CppUtil.Text.OutputWndThrottler");
 // A text buffer up to this size is reused however little of it a batch needed.
 const std::size_t k_uBufferAlwaysKept = 64 * 1024;
 
@@ -45,9 +45,8 @@ COutputWndThrottler::COutputWndThrottler(COutput& output)
     m_poTimer =
         Thread::CTimerWindow::Create(boost::bind(&COutputWndThrottler::OnTick, this), k_iPeriod);
     if (!m_poTimer)
-        Exception::ThrowQlException("COutputWndThrottler: The timer window could not be created.",
-                                    "CppUtil::Text::COutputWndThrottler::COutputWndThrottler",
-                                    k_szSource, __LINE__);
+        k_oSource.Throw(50, "CppUtil::Text::COutputWndThrottler::COutputWndThrottler",
+                        "COutputWndThrottler: The timer window could not be created.");
     // SetTimer belongs to the thread that owns the window.
     Thread::CGuiThreadCaller::Invoke(
         boost::bind(&Thread::CTimerWindow::StartTimer, m_poTimer.get()));

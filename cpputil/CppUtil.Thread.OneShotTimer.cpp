@@ -12,7 +12,7 @@ namespace Thread
 namespace
 {
 
-const char* const k_szSource = "CppUtil.Thread.OneShotTimer";
+const Exception::CSourceFile k_oSource("CppUtil.Thread.OneShotTimer");
 
 } // namespace
 
@@ -47,8 +47,8 @@ void COneShotTimer::Trigger(unsigned long ulMilliseconds)
     if (bRunning)
         m_oStaleTicks.Ended(*this);
     if (m_uTimerId == 0)
-        Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()),
-                                    "CppUtil::Thread::COneShotTimer::Trigger", k_szSource, 61);
+        k_oSource.Throw(61, "CppUtil::Thread::COneShotTimer::Trigger",
+                        Platform::GetSystemErrorText(::GetLastError()));
 }
 
 void COneShotTimer::StopTimer()
@@ -82,9 +82,8 @@ void COneShotTimer::CreateTimerWindow(const CString& sName, unsigned int uLine)
     if (!CreateEx(0, AfxRegisterWndClass(0, nullptr, nullptr, nullptr), windowName, 0, 0, 0, 0, 0,
                   nullptr, nullptr, nullptr))
     {
-        Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()),
-                                    "CppUtil::Thread::COneShotTimer::COneShotTimer", k_szSource,
-                                    uLine);
+        k_oSource.Throw(uLine, "CppUtil::Thread::COneShotTimer::COneShotTimer",
+                        Platform::GetSystemErrorText(::GetLastError()));
     }
 }
 

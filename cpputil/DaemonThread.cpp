@@ -13,6 +13,7 @@ namespace Thread
 namespace
 {
 
+const Exception::CSourceFile k_oSource("DaemonThread");
 const std::uint32_t k_uDefaultShutdownTimeout = 5000;
 
 // Deletes the thread object unless the owner abandoned it to its still running thread, which
@@ -49,11 +50,9 @@ void CDaemonThread::Start()
     // serving its calls from inside Start would run them at a moment nobody expects. Until it is
     // out, a new worker would run this object's hooks beside it.
     if (CDaemonWinThread::HasAbandonedHooks(*this))
-        Exception::ThrowQlException("Could not start the thread " + m_sThreadName +
-                                        ": the worker given up on before is still running one of "
-                                        "its calls.",
-                                    "CppUtil::Thread::CDaemonThread::Start", "DaemonThread",
-                                    __LINE__);
+        k_oSource.Throw(56, "CppUtil::Thread::CDaemonThread::Start",
+                        "Could not start the thread " + m_sThreadName +
+                            ": the worker given up on before is still running one of its calls.");
     CDaemonWinThread* const thread = new CDaemonWinThread;
     // The owner's shared pointer holds the object, never the thread itself.
     thread->m_bAutoDelete = FALSE;
@@ -62,8 +61,8 @@ void CDaemonThread::Start()
     {
         const CString error = Platform::GetSystemErrorText(::GetLastError());
         delete thread;
-        Exception::ThrowQlException("Could not start the thread " + m_sThreadName + ": " + error,
-                                    "CppUtil::Thread::CDaemonThread::Start", "DaemonThread", 0);
+        k_oSource.Throw(0, "CppUtil::Thread::CDaemonThread::Start",
+                        "Could not start the thread " + m_sThreadName + ": " + error);
     }
     m_poThread.reset(thread, SThreadDeleter());
     thread->ResumeThread();
@@ -125,8 +124,7 @@ CProxyWindow& CDaemonThread::Proxy()
     RethrowPendingException();
     std::lock_guard<std::mutex> lock(m_oProxyMutex);
     if (!m_poProxyWnd)
-        Exception::ThrowQlException("px != 0", "CppUtil::Thread::CDaemonThread::Proxy",
-                                    "DaemonThread", __LINE__);
+        k_oSource.Throw(129, "CppUtil::Thread::CDaemonThread::Proxy", "px != 0");
     return *m_poProxyWnd;
 }
 

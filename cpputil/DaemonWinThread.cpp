@@ -18,6 +18,9 @@ namespace Thread
 namespace
 {
 
+// The thread object raises under the name of the daemon thread it runs.
+const Exception::CSourceFile k_oSource("DaemonThread");
+
 // Shared by all daemon threads: a thread object may be deleted the moment its owner sees it
 // ended, so the lock that decides this cannot live inside it.
 std::mutex s_oLifetimeMutex;
@@ -105,10 +108,9 @@ CDaemonWinThread::~CDaemonWinThread() {}
 BOOL CDaemonWinThread::InitInstance()
 {
     if (m_poOwner == nullptr)
-        Exception::ThrowQlException("((m_poOwner) != NULL) && AfxIsValidAddress((m_poOwner), "
-                                    "sizeof(CDaemonThread), FALSE)",
-                                    "CppUtil::Thread::CDaemonWinThread::InitInstance",
-                                    "DaemonThread", 40);
+        k_oSource.Throw(40, "CppUtil::Thread::CDaemonWinThread::InitInstance",
+                        "((m_poOwner) != NULL) && AfxIsValidAddress((m_poOwner), "
+                        "sizeof(CDaemonThread), FALSE)");
     // Start waits for the start-up, so the owner cannot abandon the thread meanwhile.
     CallOwner(
         [this](CDaemonThread& owner)

@@ -11,10 +11,7 @@ namespace Thread
 namespace
 {
 
-const char* const k_szSource = "GuiThreadCaller";
-// The lines these checks have always been reported with, which failure reports are matched by.
-const unsigned int k_uHookAssertLine = 64;
-const unsigned int k_uUnhookAssertLine = 81;
+const Exception::CSourceFile k_oSource("GuiThreadCaller");
 
 } // namespace
 
@@ -23,17 +20,14 @@ CInterThreadCaller* CGuiThreadCaller::s_poCaller = nullptr;
 void CGuiThreadCaller::Hook(CInterThreadCaller& caller)
 {
     if (s_poCaller != nullptr)
-        Exception::ThrowQlException("NULL == s_poCaller", "CppUtil::Thread::CGuiThreadCaller::Hook",
-                                    k_szSource, k_uHookAssertLine);
+        k_oSource.Throw(64, "CppUtil::Thread::CGuiThreadCaller::Hook", "NULL == s_poCaller");
     s_poCaller = &caller;
 }
 
 void CGuiThreadCaller::Unhook()
 {
     if (s_poCaller == nullptr)
-        Exception::ThrowQlException("NULL != s_poCaller",
-                                    "CppUtil::Thread::CGuiThreadCaller::Unhook", k_szSource,
-                                    k_uUnhookAssertLine);
+        k_oSource.Throw(81, "CppUtil::Thread::CGuiThreadCaller::Unhook", "NULL != s_poCaller");
     s_poCaller = nullptr;
 }
 

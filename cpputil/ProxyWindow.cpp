@@ -19,10 +19,8 @@ namespace Thread
 namespace
 {
 
-const char* const k_szSource = "ProxyWindow";
+const Exception::CSourceFile k_oSource("ProxyWindow");
 const char* const k_szWindowName = "CppUtil::CProxyWindow Message Sink";
-// The line this check has always been reported with, which failure reports are matched by.
-const unsigned int k_uTearDownAssertLine = 127;
 // How often a waiter looks whether the window is still there: a thread that ends takes its
 // windows along without a word to anyone waiting.
 const DWORD k_dwWindowCheckMs = 100;
@@ -31,10 +29,9 @@ const LPARAM k_lSent = 1;
 const char* const k_szDestroyed = "the window was destroyed before the call's turn";
 const char* const k_szThreadEnded = "the window's thread ended before the call's turn";
 
-[[noreturn]] void ThrowLastError(const char* function, unsigned int line)
+[[noreturn]] void ThrowLastError(unsigned int line, const char* function)
 {
-    Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()), function,
-                                k_szSource, line);
+    k_oSource.Throw(line, function, Platform::GetSystemErrorText(::GetLastError()));
 }
 
 } // namespace
@@ -92,7 +89,7 @@ CProxyWindow::CProxyWindow(bool executePendingOnDestroy, const CString& name)
 {
     if (!CreateEx(0, AfxRegisterWndClass(0, nullptr, nullptr, nullptr), m_poPending->m_sWindowName,
                   0, 0, 0, 0, 0, nullptr, nullptr, nullptr))
-        ThrowLastError("CppUtil::Thread::CProxyWindow::CProxyWindow", __LINE__);
+        ThrowLastError(95, "CppUtil::Thread::CProxyWindow::CProxyWindow");
 }
 
 CProxyWindow::~CProxyWindow()
@@ -126,7 +123,7 @@ bool CProxyWindow::IsCreatedOnCurrentThread() const
 void CProxyWindow::Post(const TDelegate& call)
 {
     if (!Queue(call, nullptr))
-        ThrowLastError("CppUtil::Thread::CProxyWindow::Post", __LINE__);
+        ThrowLastError(129, "CppUtil::Thread::CProxyWindow::Post");
 }
 
 void CProxyWindow::Send(const TDelegate& call)
@@ -143,12 +140,11 @@ void CProxyWindow::PostAndWait(const TDelegate& call)
     const HWND hWnd = m_hWnd;
     SWaiter waiter;
     if (!Queue(call, &waiter))
-        ThrowLastError("CppUtil::Thread::CProxyWindow::PostAndWait", __LINE__);
+        ThrowLastError(146, "CppUtil::Thread::CProxyWindow::PostAndWait");
     if (!Await(waiter, hWnd, pending))
-        Exception::ThrowQlException("The call queued for the window \"" + pending->m_sWindowName +
-                                        "\" was dropped: " + waiter.m_szDropped + ".",
-                                    "CppUtil::Thread::CProxyWindow::PostAndWait", k_szSource,
-                                    __LINE__);
+        k_oSource.Throw(151, "CppUtil::Thread::CProxyWindow::PostAndWait",
+                        "The call queued for the window \"" + pending->m_sWindowName +
+                            "\" was dropped: " + waiter.m_szDropped + ".");
 }
 
 void CProxyWindow::Close()
@@ -269,9 +265,8 @@ void CProxyWindow::Release(const char* reason)
 void CProxyWindow::TearDown()
 {
     if (!IsCreatedOnCurrentThread())
-        Exception::ThrowQlException("IsCreatedOnCurrentThread()",
-                                    "CppUtil::Thread::CProxyWindow::TearDown", k_szSource,
-                                    k_uTearDownAssertLine);
+        k_oSource.Throw(127, "CppUtil::Thread::CProxyWindow::TearDown",
+                        "IsCreatedOnCurrentThread()");
 
     // A pending quit passes any message filter. It is not ours: the thread's loop gets it back
     // once the window is gone.

@@ -19,7 +19,7 @@ namespace Settings
 namespace
 {
 
-const char k_szFile[] = "QLRegistry";
+const Exception::CSourceFile k_oSource("QLRegistry");
 
 // The developer's switch for the compiled-message extractor, per user.
 const char k_szExtractorSection[] = "WikitextMsgExtractor";
@@ -27,15 +27,24 @@ const char k_szExtractorSection[] = "WikitextMsgExtractor";
 std::atomic<bool> s_bConstructedBefore(false);
 
 // kind names the registry type in the text, as in "Could not set DWORD value".
-void CheckWrite(LONG status, const char* kind, const CString& name, const char* function, int line)
+void CheckWrite(unsigned int line, LONG status, const char* kind, const CString& name,
+                const char* function)
 {
     if (status == ERROR_SUCCESS)
         return;
     CString message;
     message.Format("Could not set %s value \"%s\" to registry. Error code = %d", kind,
                    name.GetString(), static_cast<int>(status));
-    Exception::ThrowQlException(message, CString("CppUtil::Settings::CQLRegistry::") + function,
-                                k_szFile, line);
+    k_oSource.Throw(line, CString("CppUtil::Settings::CQLRegistry::") + function, message);
+}
+
+// what is the failed step, with the key it was taken on.
+[[noreturn]] void ThrowGrantError(unsigned int line, const CString& what, DWORD code)
+{
+    CString message;
+    message.Format("%s. Error Code = %d.", what.GetString(), static_cast<int>(code));
+    k_oSource.Throw(line, "CppUtil::Settings::CQLRegistry::GrantFullControlForEveryoneToKey",
+                    message);
 }
 
 CString Folded(CString text)
@@ -233,23 +242,23 @@ unsigned int CQLRegistry::GetMultiStringRequiredSize(const std::vector<CString>&
 
 void CQLRegistry::SetDWORDValue(const CString& name, DWORD value)
 {
-    CheckWrite(m_oKey.SetDWORDValue(name, value), "DWORD", name, "SetDWORDValue", __LINE__);
+    CheckWrite(236, m_oKey.SetDWORDValue(name, value), "DWORD", name, "SetDWORDValue");
 }
 
 void CQLRegistry::SetQWORDValue(const CString& name, unsigned long long value)
 {
-    CheckWrite(m_oKey.SetQWORDValue(name, value), "QWORD", name, "SetQWORDValue", __LINE__);
+    CheckWrite(241, m_oKey.SetQWORDValue(name, value), "QWORD", name, "SetQWORDValue");
 }
 
 void CQLRegistry::SetBinaryValue(const CString& name, const std::vector<unsigned char>& value)
 {
-    CheckWrite(m_oKey.SetBinaryValue(name, value.data(), static_cast<ULONG>(value.size())),
-               "binary", name, "SetBinaryValue", __LINE__);
+    CheckWrite(247, m_oKey.SetBinaryValue(name, value.data(), static_cast<ULONG>(value.size())),
+               "binary", name, "SetBinaryValue");
 }
 
 void CQLRegistry::SetStringValue(const CString& name, const CString& value)
 {
-    CheckWrite(m_oKey.SetStringValue(name, value), "string", name, "SetStringValue", __LINE__);
+    CheckWrite(252, m_oKey.SetStringValue(name, value), "string", name, "SetStringValue");
 }
 
 void CQLRegistry::SetMultiString(const CString& name, const std::vector<CString>& value)
@@ -265,7 +274,7 @@ void CQLRegistry::SetMultiString(const CString& name, const std::vector<CString>
     const LONG status = ::RegSetValueExA(m_oKey, name, 0, REG_MULTI_SZ,
                                          reinterpret_cast<const BYTE*>(buffer.data()),
                                          static_cast<DWORD>(buffer.size()));
-    CheckWrite(status, "multi-string", name, "SetMultiString", __LINE__);
+    CheckWrite(268, status, "multi-string", name, "SetMultiString");
 }
 
 void CQLRegistry::Load(const CString& name, CString& value, const CString& defaultValue) const
@@ -320,7 +329,7 @@ void CQLRegistry::SetValue(const CString& name, unsigned long value)
     // like any failed write rather than cut to its low half.
     const DWORD dword = static_cast<DWORD>(value);
     if (dword != value)
-        CheckWrite(ERROR_INVALID_PARAMETER, "DWORD", name, "SetDWORDValue", __LINE__);
+        CheckWrite(323, ERROR_INVALID_PARAMETER, "DWORD", name, "SetDWORDValue");
     SetDWORDValue(name, dword);
 }
 
@@ -395,8 +404,6 @@ bool CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(Text::COutput& out,
 void CQLRegistry::GrantFullControlForEveryoneToKey(Text::COutput& out, const CString& keyPath,
                                                    bool inheritToChildren)
 {
-    static const char k_szFunction[] =
-        "CppUtil::Settings::CQLRegistry::GrantFullControlForEveryoneToKey";
     if (!CurrentUserHasWriteAccessToAllChildKeys(out, keyPath))
     {
         out.LogF("Could not set \"Everyone\" permission for HKEY_LOCAL_MACHINE\\%s because the "
@@ -412,22 +419,12 @@ void CQLRegistry::GrantFullControlForEveryoneToKey(Text::COutput& out, const CSt
         ::GetNamedSecurityInfoA(objectName, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION, nullptr,
                                 nullptr, &oldDacl, nullptr, &resources.m_poDescriptor);
     if (status != ERROR_SUCCESS)
-    {
-        CString message;
-        message.Format("Error retrieving security information for %s. Error Code = %d.",
-                       objectName.GetString(), static_cast<int>(status));
-        Exception::ThrowQlException(message, k_szFunction, k_szFile, __LINE__);
-    }
+        ThrowGrantError(419, "Error retrieving security information for " + objectName, status);
 
     SID_IDENTIFIER_AUTHORITY worldAuthority = SECURITY_WORLD_SID_AUTHORITY;
     if (!::AllocateAndInitializeSid(&worldAuthority, 1, SECURITY_WORLD_RID, 0, 0, 0, 0, 0, 0, 0,
                                     &resources.m_poEveryone))
-    {
-        CString message;
-        message.Format("Error initializing SID for Everyone Access. Error Code = %d.",
-                       static_cast<int>(::GetLastError()));
-        Exception::ThrowQlException(message, k_szFunction, k_szFile, __LINE__);
-    }
+        ThrowGrantError(429, "Error initializing SID for Everyone Access", ::GetLastError());
 
     EXPLICIT_ACCESS_A access = {};
     access.grfAccessPermissions = GENERIC_ALL;
@@ -440,24 +437,14 @@ void CQLRegistry::GrantFullControlForEveryoneToKey(Text::COutput& out, const CSt
     access.Trustee.ptstrName = static_cast<LPSTR>(resources.m_poEveryone);
     status = ::SetEntriesInAclA(1, &access, oldDacl, &resources.m_poNewDacl);
     if (status != ERROR_SUCCESS)
-    {
-        CString message;
-        message.Format("Error copying DACL security information for %s. Error Code = %d.",
-                       objectName.GetString(), static_cast<int>(status));
-        Exception::ThrowQlException(message, k_szFunction, k_szFile, __LINE__);
-    }
+        ThrowGrantError(447, "Error copying DACL security information for " + objectName, status);
 
     status = ::SetNamedSecurityInfoA(objectName.GetBuffer(objectName.GetLength()), SE_REGISTRY_KEY,
                                      DACL_SECURITY_INFORMATION, nullptr, nullptr,
                                      resources.m_poNewDacl, nullptr);
     objectName.ReleaseBuffer();
     if (status != ERROR_SUCCESS)
-    {
-        CString message;
-        message.Format("Error setting security information for %s. Error Code = %d.",
-                       objectName.GetString(), static_cast<int>(status));
-        Exception::ThrowQlException(message, k_szFunction, k_szFile, __LINE__);
-    }
+        ThrowGrantError(459, "Error setting security information for " + objectName, status);
 }
 
 } // namespace Settings

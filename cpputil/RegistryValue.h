@@ -108,10 +108,10 @@ public:
                            "software successfully, you must have \"Full Control\" permissions "
                            "for this key.",
                            registry.GetSectionKeyPath().GetString());
-            Exception::ThrowQlException(message,
-                                        CString("CppUtil::Settings::CRegistryValue<") +
-                                            SRegistryTypeName<T>::Get() + ">::SetValue",
-                                        "RegistryValue", __LINE__);
+            k_oSource.Throw(114,
+                            CString("CppUtil::Settings::CRegistryValue<") +
+                                SRegistryTypeName<T>::Get() + ">::SetValue",
+                            message);
         }
         registry.SetValue(m_sName, value);
         m_oValue = value;
@@ -124,6 +124,8 @@ public:
     const CString& GetName() const { return m_sName; }
 
 private:
+    static constexpr Exception::CSourceFile k_oSource{"RegistryValue"};
+
     Text::COutput& m_oOut;
     HKEY m_hRoot;
     CString m_sSection;

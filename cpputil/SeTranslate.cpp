@@ -12,6 +12,8 @@ namespace Exception
 namespace
 {
 
+const CSourceFile k_oSource("SeTranslate");
+
 struct SDescription
 {
     DWORD m_dwCode;
@@ -99,8 +101,7 @@ void StructuredExceptionTranslate(unsigned int code, _EXCEPTION_POINTERS* info)
                         AsAddress(record->ExceptionInformation[1]));
     }
 
-    ThrowQlException(message, "CppUtil::Exception::StructuredExceptionTranslate", "SeTranslate",
-                     45);
+    k_oSource.Throw(45, "CppUtil::Exception::StructuredExceptionTranslate", message);
 }
 
 bool InstallStructuredExceptionTranslator()

@@ -16,7 +16,7 @@ namespace Thread
 namespace
 {
 
-const char* const k_szSource = "TimerWindow";
+const Exception::CSourceFile k_oSource("TimerWindow");
 
 } // namespace
 
@@ -50,8 +50,8 @@ void CTimerWindow::StartTimer()
         return;
     m_uTimerId = SetTimer(k_iTimerEvent, static_cast<UINT>(m_iInterval), nullptr);
     if (m_uTimerId == 0)
-        Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()),
-                                    "CppUtil::Thread::CTimerWindow::StartTimer", k_szSource, 59);
+        k_oSource.Throw(59, "CppUtil::Thread::CTimerWindow::StartTimer",
+                        Platform::GetSystemErrorText(::GetLastError()));
 }
 
 void CTimerWindow::StopTimer()
@@ -69,8 +69,8 @@ CTimerWindow::CTimerWindow(boost::function<void()> fnDelegate, int iInterval)
     if (!CreateEx(0, AfxRegisterWndClass(0, nullptr, nullptr, nullptr),
                   "CppUtil::Thread::CTimerWindow", 0, 0, 0, 0, 0, nullptr, nullptr, nullptr))
     {
-        Exception::ThrowQlException(Platform::GetSystemErrorText(::GetLastError()),
-                                    "CppUtil::Thread::CTimerWindow::CTimerWindow", k_szSource, 43);
+        k_oSource.Throw(43, "CppUtil::Thread::CTimerWindow::CTimerWindow",
+                        Platform::GetSystemErrorText(::GetLastError()));
     }
 }
 
