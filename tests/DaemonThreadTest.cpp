@@ -106,14 +106,9 @@ std::thread ReleaseLater(const std::shared_ptr<CEvent>& release)
         });
 }
 
-class DaemonThreadTest : public ::testing::Test
+class DaemonThreadTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    DaemonThreadTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
-    {
-        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
-    }
-
     // The one line logged since the recorder held that many.
     std::string OnlyLogLine(size_t since = 0)
     {
@@ -121,10 +116,6 @@ protected:
         EXPECT_EQ(since + 1, lines.size());
         return lines.size() > since ? lines.back().m_sText : std::string();
     }
-
-    CLogRecorder m_oRecorder;
-    CMessageManager* m_poManager;
-    COutput m_oOut;
 };
 
 } // namespace

@@ -61,3 +61,16 @@ private:
     std::vector<SLogLine> m_oLines;
     std::vector<SWindowLine> m_oWindow;
 };
+
+/// An output with a manager of its own whose log lines the recorder keeps, as most tests use.
+struct SRecordedOutput
+{
+    SRecordedOutput() : m_poManager(new CppUtil::Text::CMessageManager), m_oOut(m_poManager)
+    {
+        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
+    }
+
+    CLogRecorder m_oRecorder;
+    CppUtil::Text::CMessageManager* m_poManager;
+    CppUtil::Text::COutput m_oOut;
+};

@@ -17,22 +17,14 @@ using namespace CppUtil::Text;
 namespace
 {
 
-class MessageManagerTest : public ::testing::Test
+class MessageManagerTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    MessageManagerTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
-    {
-        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
-        COutput::SetWriteOutputWndDelegate(m_oRecorder.Window());
-    }
+    MessageManagerTest() { COutput::SetWriteOutputWndDelegate(m_oRecorder.Window()); }
     ~MessageManagerTest() override
     {
         COutput::SetWriteOutputWndDelegate(COutput::TWriteOutputWndDelegate());
     }
-
-    CLogRecorder m_oRecorder;
-    CMessageManager* m_poManager;
-    COutput m_oOut;
 };
 
 } // namespace

@@ -55,18 +55,10 @@ private:
     std::deque<std::pair<int, bool>> m_oAnswers;
 };
 
-class MsgBoxFTest : public ::testing::Test
+class MsgBoxFTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    MsgBoxFTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
-    {
-        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
-    }
-
     CScriptedUser m_oUser;
-    CLogRecorder m_oRecorder;
-    CMessageManager* m_poManager;
-    COutput m_oOut;
 };
 
 } // namespace

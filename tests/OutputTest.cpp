@@ -13,22 +13,14 @@ using namespace CppUtil::Text;
 namespace
 {
 
-class OutputTest : public ::testing::Test
+class OutputTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    OutputTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
-    {
-        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
-        COutput::SetWriteOutputWndDelegate(m_oRecorder.Window());
-    }
+    OutputTest() { COutput::SetWriteOutputWndDelegate(m_oRecorder.Window()); }
     ~OutputTest() override
     {
         COutput::SetWriteOutputWndDelegate(COutput::TWriteOutputWndDelegate());
     }
-
-    CLogRecorder m_oRecorder;
-    CMessageManager* m_poManager;
-    COutput m_oOut;
 };
 
 struct SRoute

@@ -28,14 +28,9 @@ using CppUtil::Text::COutput;
 namespace
 {
 
-class QLRegistryTest : public ::testing::Test
+class QLRegistryTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    QLRegistryTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
-    {
-        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
-    }
-
     template <class T>
     T Load(HKEY hive, const CString& section, const char* name, const T& defaultValue)
     {
@@ -58,9 +53,6 @@ protected:
     }
 
     CRegistrySandbox m_oSandbox;
-    CLogRecorder m_oRecorder;
-    CMessageManager* m_poManager;
-    COutput m_oOut;
 };
 
 // "text | function | file" of the exception the call raises, empty if it raises none.
