@@ -17,25 +17,21 @@ namespace
 
 const Exception::CSourceFile k_oSource("CppUtil.Text.Output");
 
-// The writer is installed once by the host but read from any thread.
-std::mutex& WriterMutex()
+// What all outputs share.
+struct SShared
 {
-    static std::mutex s_oMutex;
-    return s_oMutex;
-}
+    // The output-window writer is installed once by the host but read from any thread.
+    std::mutex m_oWriterMutex;
+    COutput::TWriteOutputWndDelegate m_oWriter;
+    // Guards the making and copying of each output's throttler. A throttler is not made under
+    // it: making one waits for the user-interface thread, which may be adding text itself.
+    std::mutex m_oThrottlerMutex;
+};
 
-COutput::TWriteOutputWndDelegate& Writer()
+SShared& Shared()
 {
-    static COutput::TWriteOutputWndDelegate s_oWriteOutputWndDelegate;
-    return s_oWriteOutputWndDelegate;
-}
-
-// Guards the making and copying of each output's throttler. A throttler is not made under it:
-// making one waits for the user-interface thread, which may be adding text itself.
-std::mutex& ThrottlerMutex()
-{
-    static std::mutex s_oMutex;
-    return s_oMutex;
+    static SShared s_oShared;
+    return s_oShared;
 }
 
 } // namespace
@@ -90,7 +86,7 @@ void COutput::ShareThrottlerOf(const COutput& other)
     std::shared_ptr<COutputWndThrottler> poShared;
     std::shared_ptr<COutputWndThrottler> poPrevious;
     {
-        std::lock_guard<std::mutex> lock(ThrottlerMutex());
+        std::lock_guard<std::mutex> lock(Shared().m_oThrottlerMutex);
         if (m_poOutputWndThrottler == other.m_poOutputWndThrottler)
             return;
         poShared = other.m_poOutputWndThrottler;
@@ -138,14 +134,16 @@ void COutput::SetActiveOutputGetter(const TActiveOutputGetter& getter)
 
 void COutput::SetWriteOutputWndDelegate(const TWriteOutputWndDelegate& writer)
 {
-    std::lock_guard<std::mutex> lock(WriterMutex());
-    Writer() = writer;
+    SShared& shared = Shared();
+    std::lock_guard<std::mutex> lock(shared.m_oWriterMutex);
+    shared.m_oWriter = writer;
 }
 
 COutput::TWriteOutputWndDelegate COutput::GetWriteOutputWndDelegate()
 {
-    std::lock_guard<std::mutex> lock(WriterMutex());
-    return Writer();
+    SShared& shared = Shared();
+    std::lock_guard<std::mutex> lock(shared.m_oWriterMutex);
+    return shared.m_oWriter;
 }
 
 void COutput::WriteToOutputWnd(const CString& text, unsigned int flags)
@@ -172,7 +170,7 @@ COutputWndThrottler& COutput::OutputWndThrottler()
     // Two threads may both get here first; the one that loses drops its throttler, outside the
     // lock.
     std::shared_ptr<COutputWndThrottler> poThrottler = std::make_shared<COutputWndThrottler>(*this);
-    std::lock_guard<std::mutex> lock(ThrottlerMutex());
+    std::lock_guard<std::mutex> lock(Shared().m_oThrottlerMutex);
     if (!m_poOutputWndThrottler)
     {
         m_poOutputWndThrottler = poThrottler;

@@ -16,9 +16,8 @@
 #include <string>
 #include <thread>
 
+using namespace CppUtil::Text;
 using CppUtil::Exception::CQlException;
-using CppUtil::Text::CMessageManager;
-using CppUtil::Text::COutput;
 using CppUtil::Thread::CDaemonThread;
 using CppUtil::Thread::CGuiThreadCaller;
 

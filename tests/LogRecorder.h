@@ -74,3 +74,17 @@ struct SRecordedOutput
     CppUtil::Text::CMessageManager* m_poManager;
     CppUtil::Text::COutput m_oOut;
 };
+
+/// The same, with the recorder as the output-window writer for as long as it lives.
+struct SRecordedOutputAndWindow : SRecordedOutput
+{
+    SRecordedOutputAndWindow()
+    {
+        CppUtil::Text::COutput::SetWriteOutputWndDelegate(m_oRecorder.Window());
+    }
+    ~SRecordedOutputAndWindow()
+    {
+        CppUtil::Text::COutput::SetWriteOutputWndDelegate(
+            CppUtil::Text::COutput::TWriteOutputWndDelegate());
+    }
+};

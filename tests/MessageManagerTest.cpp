@@ -17,14 +17,8 @@ using namespace CppUtil::Text;
 namespace
 {
 
-class MessageManagerTest : public ::testing::Test, protected SRecordedOutput
+class MessageManagerTest : public ::testing::Test, protected SRecordedOutputAndWindow
 {
-protected:
-    MessageManagerTest() { COutput::SetWriteOutputWndDelegate(m_oRecorder.Window()); }
-    ~MessageManagerTest() override
-    {
-        COutput::SetWriteOutputWndDelegate(COutput::TWriteOutputWndDelegate());
-    }
 };
 
 } // namespace

@@ -8,11 +8,9 @@
 
 #include <thread>
 
+using namespace CppUtil::Thread;
+using namespace std::chrono;
 using CppUtil::Exception::CQlException;
-using CppUtil::Thread::COneShotTimer;
-using CppUtil::Thread::PumpMessages;
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 namespace
 {

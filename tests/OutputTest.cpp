@@ -13,14 +13,8 @@ using namespace CppUtil::Text;
 namespace
 {
 
-class OutputTest : public ::testing::Test, protected SRecordedOutput
+class OutputTest : public ::testing::Test, protected SRecordedOutputAndWindow
 {
-protected:
-    OutputTest() { COutput::SetWriteOutputWndDelegate(m_oRecorder.Window()); }
-    ~OutputTest() override
-    {
-        COutput::SetWriteOutputWndDelegate(COutput::TWriteOutputWndDelegate());
-    }
 };
 
 struct SRoute

@@ -8,11 +8,9 @@
 
 #include <gtest/gtest.h>
 
+using namespace CppUtil::Settings;
+using namespace CppUtil::Text;
 using CppUtil::Gui::CCheckableMessageBox;
-using CppUtil::Settings::CRegistryValue;
-using CppUtil::Settings::CVerboseLogging;
-using CppUtil::Text::CMessageManager;
-using CppUtil::Text::COutput;
 
 namespace
 {
