@@ -18,6 +18,7 @@
 #include "CppUtil.Gui.Chart.Graph.h"
 #include "CppUtil.Gui.CheckableMessageBox.h"
 #include "CppUtil.Gui.HtmlDlg.h"
+#include "CppUtil.Gui.HtmlReport.h"
 #include "CppUtil.Metrics.h"
 #include "CppUtil.NtpClient.h"
 #include "CppUtil.PerformanceTimer.h"
