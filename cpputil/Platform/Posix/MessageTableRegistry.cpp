@@ -161,5 +161,23 @@ DWORD CMessageTableRegistry::Lookup(HMODULE module, DWORD id, DWORD languageId,
     return ERROR_SUCCESS;
 }
 
+DWORD CMessageTableRegistry::GetIds(HMODULE module, std::vector<DWORD>& ids) const
+{
+    ids.clear();
+    std::lock_guard<std::mutex> lock(m_oMutex);
+    const STable* table = FindTable(module);
+    if (!table)
+        return ERROR_RESOURCE_DATA_NOT_FOUND;
+    if (!table->m_poMessages)
+        return ERROR_RESOURCE_TYPE_NOT_FOUND;
+    // Sorted by id already; a text in several languages is one id.
+    for (size_t i = 0; i < table->m_uCount; ++i)
+    {
+        if (ids.empty() || ids.back() != table->m_poMessages[i].m_dwId)
+            ids.push_back(table->m_poMessages[i].m_dwId);
+    }
+    return ERROR_SUCCESS;
+}
+
 } // namespace Platform
 } // namespace CppUtil
