@@ -58,6 +58,8 @@ private:
 
     CMessageTableRegistry();
     const STable* FindTable(HMODULE module) const;
+    // ERROR_SUCCESS with the module's table, or the error for a module without one.
+    DWORD FindMessages(HMODULE module, const STable*& table) const;
 
     mutable std::mutex m_oMutex;
     STable m_oExecutable;
