@@ -3,7 +3,7 @@
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Gui.Chart.Markup.h"
 #include "CppUtil.Gui.HtmlDlg.h"
-#include "Platform/ShellPrint.h"
+#include "Platform/Kernel/ShellPrint.h"
 
 #include <algorithm>
 #include <cctype>

@@ -5,8 +5,8 @@
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Messages.h"
 #include "CppUtil.Text.WikitextTable.h"
-#include "Platform/MessageTableIds.h"
-#include "Platform/SystemError.h"
+#include "Platform/Kernel/SystemError.h"
+#include "Platform/MessageTable/MessageTableIds.h"
 
 #include <cerrno>
 #include <cstring>

@@ -3,7 +3,7 @@
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"
 #include "CppUtil.WikitextMsgExtractor.h"
-#include "Platform/SystemError.h"
+#include "Platform/Kernel/SystemError.h"
 #include "RegistryValue.h"
 
 #include <algorithm>

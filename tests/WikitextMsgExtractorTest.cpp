@@ -5,7 +5,7 @@
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Text.WikitextTable.h>
 #include <cpputil/CppUtil.WikitextMsgExtractor.h>
-#include <cpputil/Platform/Registry.h>
+#include <cpputil/Platform/Registry/Registry.h>
 
 #include <MessageTableTest.h>
 #include <cstdio>

@@ -5,7 +5,7 @@
 //   cpputil-mc [--customer] --module NAME [--executable] --header OUT.h --source OUT.cpp IN.mc
 //   cpputil-mc [--customer] --wiki IN.mc
 #include "../../cpputil/CppUtil.Text.WikitextTable.h"
-#include "../../cpputil/Platform/Posix/MessageFormatter.h"
+#include "../../cpputil/Platform/MessageTable/Posix/MessageFormatter.h"
 #include "../ReadFile.h"
 #include "McFile.h"
 
