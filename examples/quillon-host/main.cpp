@@ -3,10 +3,11 @@
 //
 //   quillon-host [--dir DIR] [--ntp HOST[:PORT]] [--verbose AREA[,AREA...]|off]
 //
-// DIR (default: a folder in the build tree) receives the log files, the chart page and, on Linux,
-// the file registry unless CPPUTIL_REGISTRY_ROOT is set already.
+// DIR (default: a folder in the build tree) receives the log files, the chart page, the job report
+// and, on Linux, the file registry unless CPPUTIL_REGISTRY_ROOT is set already.
 #include <cpputil/CppUtil.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -148,6 +149,12 @@ public:
         Proxy().PostAndWait([this, device] { ProgramDevice(device); });
     }
 
+    // Once the worker has stopped.
+    bool Programmed(int device) const
+    {
+        return std::find(m_oProgrammed.begin(), m_oProgrammed.end(), device) != m_oProgrammed.end();
+    }
+
 private:
     void ProgramDevice(int device)
     {
@@ -163,6 +170,7 @@ private:
                                                  __LINE__);
         m_oOut.JobLogF("Device %d programmed and verified at site %d", "checksum 0x5A3C") % device %
             m_iSite;
+        m_oProgrammed.push_back(device);
         if (CVerboseLogging::IsApsLoggingEnabled())
             m_oOut.ApsLogF("APS: device %d done", 0u) % device;
         m_oOut.AddText(CString("Device ") + std::to_string(device).c_str() + " ok");
@@ -170,6 +178,7 @@ private:
 
     COutput& m_oOut;
     int m_iSite;
+    std::vector<int> m_oProgrammed;
 };
 
 // areas: "off", or names of switches to turn on, separated by commas.
@@ -259,6 +268,32 @@ void WriteChart(COutput& out, const std::filesystem::path& file, const std::vect
         file.string().c_str();
 }
 
+// The job report beside the chart: one row a device, a warning for each failure. The adapter's
+// name is shown as a device list gives it, markup characters and all.
+void WriteJobReport(COutput& out, const std::filesystem::path& file, const std::string& lot,
+                    const std::vector<double>& rates, const std::vector<bool>& programmed,
+                    const std::vector<std::string>& failures)
+{
+    CppUtil::Gui::CHtmlReport report(("Job report: lot " + lot).c_str());
+    report.AddParagraph("Device MX25L6406E on adapter SOP8 <A&B>, two sites.");
+    report.AddSection("Devices");
+    report.AddTable({"Device", "Site", "Result", "Rate (devices/h)"});
+    for (std::size_t i = 0; i < rates.size(); ++i)
+    {
+        CString rate("-");
+        if (programmed[i])
+            rate.Format("%.1f", rates[i]);
+        report.AddRow({std::to_string(i + 1).c_str(), i % 2 ? "2" : "1",
+                       programmed[i] ? "programmed" : "failed", rate});
+    }
+    for (const std::string& failure : failures)
+        report.AddWarning(failure.c_str());
+    report.Save(file.string().c_str());
+    out.JobLogF("%s", "") % report.ToText();
+    out.LogF("Job report: %d devices and %d warnings written to %s", 0u) %
+        static_cast<int>(rates.size()) % static_cast<int>(failures.size()) % file.string().c_str();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -320,6 +355,7 @@ int main(int argc, char** argv)
         site1.Start();
         site2.Start();
         std::vector<double> rates;
+        std::vector<std::string> failures;
         for (int device = 1; device <= k_iDevices; ++device)
         {
             CProgrammer& site = device % 2 ? site1 : site2;
@@ -331,6 +367,7 @@ int main(int argc, char** argv)
             catch (const CQlException& failure)
             {
                 rates.push_back(0.0);
+                failures.push_back(failure.what());
                 out.LogF("Site failure reported to the host: %s", 0u) % failure.what();
             }
         }
@@ -343,14 +380,19 @@ int main(int argc, char** argv)
             }
             catch (const CQlException& failure)
             {
+                failures.push_back(failure.what());
                 out.LogF("Site failure reported to the host: %s", 0u) % failure.what();
             }
         }
         out.JobLogF("Job finished: %d devices", "") % k_iDevices;
+        std::vector<bool> programmed;
+        for (int device = 1; device <= k_iDevices; ++device)
+            programmed.push_back((device % 2 ? site1 : site2).Programmed(device));
 
         QueryNetworkTime(out, options);
         CppUtil::CProfileTimer::DisplayResults(out);
         WriteChart(out, options.m_oDir / "chart.html", rates);
+        WriteJobReport(out, options.m_oDir / "report.html", lot, rates, programmed, failures);
         // Let the output window catch up before the caller goes.
         CppUtil::Thread::PumpMessages(200);
         out.LogF("Quillon host stopped", 0u);
