@@ -18,7 +18,7 @@ namespace Gui
 namespace
 {
 
-const char k_szFile[] = "CppUtil.Gui.HtmlReport";
+const Exception::CSourceFile k_oSource("CppUtil.Gui.HtmlReport");
 
 const char k_szTitleStyle[] = "font-size:15pt;margin:0 0 10px 0";
 const char k_szSectionStyle[] = "font-size:12pt;margin:16px 0 6px 0;border-bottom:1px solid #999";
@@ -35,8 +35,7 @@ const char k_szCellStyle[] = "border:1px solid #999;padding:3px 8px";
 
 [[noreturn]] void Throw(const CString& message, const char* function, unsigned int line)
 {
-    Exception::ThrowQlException(message, CString("CppUtil::Gui::CHtmlReport::") + function,
-                                k_szFile, line);
+    k_oSource.Throw(line, CString("CppUtil::Gui::CHtmlReport::") + function, message);
 }
 
 // An optional sign, digits with single '.' or ',' between them, an optional '%'.
@@ -121,21 +120,21 @@ void CHtmlReport::AddError(const CString& text)
 void CHtmlReport::AddTable(const std::vector<CString>& header)
 {
     if (header.empty())
-        Throw("A report table needs at least one column.", "AddTable", __LINE__);
+        Throw("A report table needs at least one column.", "AddTable", 124);
     m_oBlocks.push_back(SBlock{EBlock::Table, CString(), {header}});
 }
 
 void CHtmlReport::AddRow(const std::vector<CString>& cells)
 {
     if (m_oBlocks.empty() || m_oBlocks.back().m_eKind != EBlock::Table)
-        Throw("A report row was added where no table was started.", "AddRow", __LINE__);
+        Throw("A report row was added where no table was started.", "AddRow", 131);
     std::vector<std::vector<CString>>& rows = m_oBlocks.back().m_oRows;
     if (cells.size() != rows.front().size())
     {
         CString message;
         message.Format("A report row has %d cells where its table has %d columns.",
                        static_cast<int>(cells.size()), static_cast<int>(rows.front().size()));
-        Throw(message, "AddRow", __LINE__);
+        Throw(message, "AddRow", 138);
     }
     rows.push_back(cells);
 }
@@ -267,7 +266,7 @@ void CHtmlReport::Save(const CString& path)
     message.Format("Could not save the report \"%s\" to %s: %s", m_sTitle.GetString(),
                    path.GetString(),
                    error ? std::strerror(error) : "the file could not be written");
-    Throw(message, "Save", __LINE__);
+    Throw(message, "Save", 270);
 }
 
 void CHtmlReport::Print() const
@@ -277,14 +276,14 @@ void CHtmlReport::Print() const
         CString message;
         message.Format("The report \"%s\" cannot be printed before it is saved.",
                        m_sTitle.GetString());
-        Throw(message, "Print", __LINE__);
+        Throw(message, "Print", 280);
     }
     const std::string failure = Platform::PrintFile(m_sSavedPath.Str());
     if (failure.empty())
         return;
     CString message;
     message.Format("Could not print the report %s: %s", m_sSavedPath.GetString(), failure.c_str());
-    Throw(message, "Print", __LINE__);
+    Throw(message, "Print", 287);
 }
 
 } // namespace Gui

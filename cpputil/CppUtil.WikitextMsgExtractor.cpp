@@ -19,13 +19,12 @@ namespace CppUtil
 namespace
 {
 
-const char k_szFile[] = "CppUtil.WikitextMsgExtractor";
+const Exception::CSourceFile k_oSource("CppUtil.WikitextMsgExtractor");
 const char k_szLibraryModule[] = "cpputil";
 
 [[noreturn]] void Throw(const CString& message, const char* function, unsigned int line)
 {
-    Exception::ThrowQlException(message, CString("CppUtil::CWikitextMsgExtractor::") + function,
-                                k_szFile, line);
+    k_oSource.Throw(line, CString("CppUtil::CWikitextMsgExtractor::") + function, message);
 }
 
 } // namespace
@@ -45,7 +44,7 @@ CString CWikitextMsgExtractor::ListMessages(const CString& module,
         message.Format("Could not list the message table of module %s: %s",
                        module.IsEmpty() ? "host" : module.GetString(),
                        Platform::GetSystemErrorText(error).GetString());
-        Throw(message, "ListMessages", __LINE__);
+        Throw(message, "ListMessages", 48);
     }
     Text::CWikitextTable table;
     for (DWORD id : ids)
@@ -87,7 +86,7 @@ void CWikitextMsgExtractor::WriteToFile(const CString& path, const CString& wiki
     CString message;
     message.Format("Could not write the message list to %s: %s", path.GetString(),
                    error ? std::strerror(error) : "the file could not be written");
-    Throw(message, "WriteToFile", __LINE__);
+    Throw(message, "WriteToFile", 90);
 }
 
 CString CWikitextMsgExtractor::WriteLibraryMessages()
@@ -100,7 +99,7 @@ CString CWikitextMsgExtractor::WriteLibraryMessages()
         if (error)
             Throw("There is no temporary folder to write the message list to: " +
                       CString(error.message()),
-                  "WriteLibraryMessages", __LINE__);
+                  "WriteLibraryMessages", 103);
     }
     const CString path((folder / k_sLibraryFileName.GetString()).string());
     WriteToFile(path, ListLibraryMessages());
