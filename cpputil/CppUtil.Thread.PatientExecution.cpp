@@ -3,8 +3,8 @@
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.MsgBoxF.h"
 #include "CppUtil.Text.Output.h"
-#include "Platform/MessageBox.h"
-#include "Platform/WinMessages.h"
+#include "Platform/Kernel/MessageBox.h"
+#include "Platform/Kernel/WinMessages.h"
 #include "SeTranslate.h"
 
 #include <chrono>

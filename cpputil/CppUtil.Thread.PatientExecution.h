@@ -5,7 +5,7 @@
 
 #include "CppUtil.Api.h"
 #include "DaemonThread.h"
-#include "Platform/CString.h"
+#include "Platform/Types/CString.h"
 
 #include <boost/function.hpp>
 #include <boost/shared_ptr.hpp>

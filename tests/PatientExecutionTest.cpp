@@ -3,8 +3,8 @@
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Gui.CheckableMessageBox.h>
 #include <cpputil/CppUtil.Thread.PatientExecution.h>
-#include <cpputil/Platform/MessageBox.h>
-#include <cpputil/Platform/WinMessages.h>
+#include <cpputil/Platform/Kernel/MessageBox.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 
