@@ -87,7 +87,7 @@ public:
 protected:
     /// A run whose worker ends ends with it.
     void OnThreadStop() override;
-    /// Whatever escaped the worker's loop ends the run it was part of.
+    /// Whatever escaped the worker's loop ends the current run.
     void OnUncaughtException() override;
 
 private:
