@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <exception>
 #include <thread>
+#include <utility>
 
 namespace CppUtil
 {
@@ -88,7 +89,8 @@ struct CPatientExecution::SRun
         m_bAttemptRunning = false;
         m_bSucceeded = succeeded;
         m_sFailure = failure;
-        m_oDefect = defect;
+        // Moved, so that the last reference, and the exception with it, goes on the worker.
+        m_oDefect = std::move(defect);
         m_oChanged.notify_all();
     }
 
