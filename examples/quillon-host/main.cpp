@@ -28,6 +28,7 @@ using CppUtil::Exception::CQlException;
 using CppUtil::Settings::CQLRegistry;
 using CppUtil::Settings::CRegistryValue;
 using CppUtil::Settings::CVerboseLogging;
+using CppUtil::Settings::CWindowsVersion;
 using CppUtil::Text::CMessageManager;
 using CppUtil::Text::COutput;
 using CppUtil::Text::ELogEntryDestination;
@@ -35,6 +36,7 @@ using CppUtil::Thread::CBufferedOutFile;
 using CppUtil::Thread::CDaemonThread;
 using CppUtil::Thread::CGuiThreadCaller;
 using CppUtil::Thread::CInterThreadCaller;
+using CppUtil::Thread::CPatientExecution;
 
 namespace
 {
@@ -228,6 +230,28 @@ std::string ReadSettings(COutput& out)
     return nextLot;
 }
 
+// The programmer's handshake: a device still powering up misses the first one. Each failure asks
+// the operator whether to try again; capped, the box's default is Retry.
+void ConnectProgrammer(COutput& out)
+{
+    std::shared_ptr<int> handshakes = std::make_shared<int>(0);
+    CPatientExecution connect(
+        out,
+        [handshakes]
+        {
+            if (++*handshakes < 2)
+                CppUtil::Exception::ThrowQlException("The programmer did not answer the handshake.",
+                                                     "ConnectProgrammer", "quillon-host", __LINE__);
+            return true;
+        },
+        "Connect programmer");
+    connect.SetPause(50);
+    connect.SetMaxAttempts(3);
+    const bool connected = connect.Execute() == CPatientExecution::k_eSucceeded;
+    out.LogF("Programmer %s after %d handshakes", 0u) %
+        (connected ? "connected" : "not connected") % *handshakes;
+}
+
 void QueryNetworkTime(COutput& out, const SOptions& options)
 {
     if (options.m_sNtpServer.empty())
@@ -323,10 +347,12 @@ int main(int argc, char** argv)
     // The library's own default output reports through the host's.
     CppUtil::Text::DefaultOutput().SetActiveOutputGetter([&out]() -> COutput& { return out; });
     CppUtil::Gui::CCheckableMessageBox::SetPresenter(
-        [](const CString& text, const CString& caption, unsigned int, unsigned int, bool, bool&)
+        [](const CString& text, const CString& caption, unsigned int type, unsigned int, bool,
+           bool&)
         {
+            // Nobody sits at this host: every box takes its default button.
             std::cout << "[message box] " << caption << ": " << text << "\n";
-            return IDOK;
+            return CppUtil::Platform::GetDefaultButton(type);
         });
     logs.Start();
 
@@ -346,11 +372,13 @@ int main(int argc, char** argv)
         // it needs nothing from this thread later: a worker that started it would wait for this
         // thread, which is busy waiting for the worker.
         out.AddText("Quillon host started");
+        out.LogF("Operating system: %s", 0u) % CWindowsVersion::GetCurrent().ToString();
 
         // The job: two sites programming devices in turn.
         const std::string lot = ReadSettings(out);
         out.JobLogF("Job started for lot %s", "operator: example") % lot.c_str();
         out.LegacyLogF("Lot %s started", 0u) % lot.c_str();
+        ConnectProgrammer(out);
         CProgrammer site1(out, 1), site2(out, 2);
         site1.Start();
         site2.Start();
