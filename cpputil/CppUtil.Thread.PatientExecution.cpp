@@ -25,7 +25,7 @@ namespace
 const std::chrono::milliseconds k_oServeInterval(10);
 
 const char* const k_szFunction = "CppUtil::Thread::CPatientExecution::Begin";
-const char* const k_szSource = "CppUtil.Thread.PatientExecution";
+const Exception::CSourceFile k_oSource("CppUtil.Thread.PatientExecution");
 
 // Runs the calls queued for this thread's proxy windows and nothing else; a quit is handed back
 // to the thread's own loop.
@@ -144,13 +144,11 @@ void CPatientExecution::Begin()
         {
             std::lock_guard<std::mutex> runLock(m_poRun->m_oMutex);
             if (!m_poRun->m_bEnded)
-                Exception::ThrowQlException(m_sTitle + ": a run is going already.", k_szFunction,
-                                            k_szSource, __LINE__);
+                k_oSource.Throw(148, k_szFunction, m_sTitle + ": a run is going already.");
             // Two attempts at once would surprise work written for one.
             if (m_poRun->m_bAttemptRunning)
-                Exception::ThrowQlException(m_sTitle +
-                                                ": an attempt given up on before is still running.",
-                                            k_szFunction, k_szSource, __LINE__);
+                k_oSource.Throw(153, k_szFunction,
+                                m_sTitle + ": an attempt given up on before is still running.");
         }
     }
     Start();
