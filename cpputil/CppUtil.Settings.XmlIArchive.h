@@ -35,7 +35,7 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/CString.h"
+#include "Platform/Types/CString.h"
 
 #include <boost/mpl/bool.hpp>
 #include <boost/serialization/nvp.hpp>
