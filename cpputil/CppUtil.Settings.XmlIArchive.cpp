@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <typeindex>
@@ -190,11 +192,12 @@ CXmlIArchive::CXmlIArchive(const CString& fileName) : m_poDocument(new SDocument
     const char* const function = "CppUtil::Settings::CXmlIArchive::CXmlIArchive";
     SDocument& document = *m_poDocument;
     document.m_sFileName = fileName;
-    std::ifstream file(static_cast<const char*>(fileName), std::ios::binary);
-    std::ostringstream content;
-    if (!file || !(content << file.rdbuf()))
+    const char* const path = fileName;
+    std::ifstream file(path, std::ios::binary);
+    // POSIX opens a folder as a file; Windows does not.
+    if (!file || std::filesystem::is_directory(path))
         Throw("Cannot open the settings file \"" + fileName + "\".", function);
-    const std::string text = content.str();
+    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     if (DeepestNesting(text) > k_uMaxNesting)
         Throw("The settings file \"" + fileName + "\" nests elements more than 100 deep.",
               function);

@@ -286,6 +286,12 @@ TEST(XmlArchiveTest, BadFiles)
                   "\" is not a serialization archive: its root is not a boost_serialization "
                   "element with signature \"serialization::archive\".",
               failure("plain.xml", "<station><name>x</name></station>"));
+    EXPECT_EQ("The settings file \"" + (dir / "empty.xml").string() +
+                  "\" is not a serialization archive: its root is not a boost_serialization "
+                  "element with signature \"serialization::archive\".",
+              failure("empty.xml", ""));
+    EXPECT_EQ("Cannot open the settings file \"" + dir.string() + "\".",
+              Failure(dir.string(), [](CXmlIArchive&) {}));
     std::string deep = root;
     for (int i = 0; i < 1000; ++i)
         deep += "<station>";
