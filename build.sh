@@ -7,8 +7,8 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-NATIVE_PACKAGES=(cmake ninja-build g++ pkg-config libboost-dev googletest libbenchmark-dev libssl-dev
-    openssl)
+NATIVE_PACKAGES=(cmake ninja-build g++ pkg-config libboost-dev libboost-serialization-dev googletest
+    libbenchmark-dev libssl-dev openssl)
 CROSS_PACKAGES=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 mingw-w64-tools wine wine64)
 CHECK_PACKAGES=(clang-format doxygen)
 # The NTP client's tests query a chronyd of their own on loopback; the example's job report is

@@ -26,6 +26,8 @@
 #include "CppUtil.RunningStdDeviation.h"
 #include "CppUtil.Settings.VerboseLogging.h"
 #include "CppUtil.Settings.WindowsVersion.h"
+#include "CppUtil.Settings.XmlIArchive.h"
+#include "CppUtil.Settings.XmlVersioning.h"
 #include "CppUtil.Text.FormatCache.h"
 #include "CppUtil.Text.FormatFeederBase.h"
 #include "CppUtil.Text.MessageManager.h"

@@ -4,7 +4,8 @@
 //   quillon-host [--dir DIR] [--ntp HOST[:PORT]] [--verbose AREA[,AREA...]|off]
 //
 // DIR (default: a folder in the build tree) receives the log files, the chart page, the job report
-// and, on Linux, the file registry unless CPPUTIL_REGISTRY_ROOT is set already.
+// and, on Linux, the file registry unless CPPUTIL_REGISTRY_ROOT is set already. The station's
+// settings come from quillon-host.xml beside the program.
 #include <cpputil/CppUtil.h>
 
 #include <algorithm>
@@ -29,6 +30,8 @@ using CppUtil::Settings::CQLRegistry;
 using CppUtil::Settings::CRegistryValue;
 using CppUtil::Settings::CVerboseLogging;
 using CppUtil::Settings::CWindowsVersion;
+using CppUtil::Settings::CXmlIArchive;
+using CppUtil::Settings::CXmlVersioning;
 using CppUtil::Text::CMessageManager;
 using CppUtil::Text::COutput;
 using CppUtil::Text::ELogEntryDestination;
@@ -252,6 +255,39 @@ void ConnectProgrammer(COutput& out)
         (connected ? "connected" : "not connected") % *handshakes;
 }
 
+// The station's settings, a document that Boost's xml_oarchive writes.
+struct SStationSettings
+{
+    CXmlVersioning m_oVersioning{1};
+    CString m_sOperator = "unknown";
+
+    template <class Archive>
+    void serialize(Archive& archive, const unsigned int)
+    {
+        archive& boost::serialization::make_nvp("versioning", m_oVersioning);
+        archive& boost::serialization::make_nvp("operator", m_sOperator);
+    }
+};
+
+// A station without its settings file still runs, with the defaults.
+SStationSettings ReadStationSettings(COutput& out, const std::filesystem::path& file)
+{
+    SStationSettings settings;
+    try
+    {
+        CXmlIArchive archive(file.string().c_str());
+        archive >> boost::serialization::make_nvp("station", settings);
+        out.LogF("Station settings: operator %s, document version %u, from %s", 0u) %
+            settings.m_sOperator % settings.m_oVersioning.GetVersion() % file.string().c_str();
+    }
+    catch (const CQlException& failure)
+    {
+        out.LogF("Station settings: %s The defaults apply.", 0u) % failure.what();
+        settings = SStationSettings();
+    }
+    return settings;
+}
+
 void QueryNetworkTime(COutput& out, const SOptions& options)
 {
     if (options.m_sNtpServer.empty())
@@ -376,7 +412,9 @@ int main(int argc, char** argv)
 
         // The job: two sites programming devices in turn.
         const std::string lot = ReadSettings(out);
-        out.JobLogF("Job started for lot %s", "operator: example") % lot.c_str();
+        const SStationSettings station = ReadStationSettings(
+            out, std::filesystem::path(argv[0]).parent_path() / "quillon-host.xml");
+        out.JobLogF("Job started for lot %s", "operator: " + station.m_sOperator) % lot.c_str();
         out.LegacyLogF("Lot %s started", 0u) % lot.c_str();
         ConnectProgrammer(out);
         CProgrammer site1(out, 1), site2(out, 2);
