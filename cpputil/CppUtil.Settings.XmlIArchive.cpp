@@ -24,7 +24,7 @@ namespace
 
 using boost::property_tree::ptree;
 
-const char* const k_szSource = "CppUtil.Settings.XmlIArchive";
+const Exception::CSourceFile k_oSource("CppUtil.Settings.XmlIArchive");
 const char* const k_szRoot = "boost_serialization";
 const char* const k_szSignature = "serialization::archive";
 const char* const k_szAttributes = "<xmlattr>";
@@ -35,7 +35,7 @@ const std::size_t k_uMaxQuoted = 40;
 
 [[noreturn]] void Throw(const CString& message, const char* function)
 {
-    Exception::ThrowQlException(message, function, k_szSource, __LINE__);
+    k_oSource.Throw(38, function, message);
 }
 
 /// The deepest element nesting in text, never less than the XML reader will reach. Comments,
