@@ -1,6 +1,6 @@
-#include "SeTranslator.h"
+#include "../SeTranslator.h"
 
-#if defined(_MSC_VER)
+#if CPPUTIL_COMPILER_MSVC
 #include <eh.h>
 #endif
 
@@ -11,10 +11,11 @@ namespace Platform
 
 bool SetSeTranslator(SeTranslatorFunction translator)
 {
-#if defined(_MSC_VER)
+#if CPPUTIL_COMPILER_MSVC
     _set_se_translator(translator);
     return true;
 #else
+    // MinGW's runtime has no hook for structured exceptions.
     (void)translator;
     return false;
 #endif

@@ -1,0 +1,6 @@
+#include "../Module.h"
+
+HINSTANCE CppUtil::Platform::LibraryInstance()
+{
+    return nullptr;
+}
