@@ -15,7 +15,7 @@ namespace CppUtil
 namespace Platform
 {
 
-class CPPUTIL_API CMessageTableRegistry
+class CPPUTIL_API CMessageTableCatalog
 {
 public:
     // One message in one language. A table is sorted by id, then by language.
@@ -28,7 +28,7 @@ public:
 
     // Never destroyed, so modules can unregister from their own static destructors whatever
     // the order in which the process tears them down.
-    static CMessageTableRegistry& Instance();
+    static CMessageTableCatalog& Instance();
 
     // The messages are not copied: they live in the registering module until it unregisters.
     // An executable's table is the one GetModuleHandleA(NULL) finds.
@@ -41,8 +41,8 @@ public:
     // (or the user's or system's default) prefers a neutral text, then US English, then any.
     DWORD Lookup(HMODULE module, DWORD id, DWORD languageId, std::string& text) const;
 
-    CMessageTableRegistry(const CMessageTableRegistry&) = delete;
-    CMessageTableRegistry& operator=(const CMessageTableRegistry&) = delete;
+    CMessageTableCatalog(const CMessageTableCatalog&) = delete;
+    CMessageTableCatalog& operator=(const CMessageTableCatalog&) = delete;
 
 private:
     struct STable
@@ -52,7 +52,7 @@ private:
         size_t m_uCount;
     };
 
-    CMessageTableRegistry();
+    CMessageTableCatalog();
     const STable* FindTable(HMODULE module) const;
 
     mutable std::mutex m_oMutex;

@@ -1,5 +1,5 @@
 /// @file
-/// Installing a structured-exception translator for the calling thread.
+/// The runtime's hook for structured exceptions, which SeTranslate fills with its translator.
 #pragma once
 
 #include "../Types/WinTypes.h"
@@ -9,10 +9,10 @@ namespace CppUtil
 namespace Platform
 {
 
-typedef void (*SeTranslatorFunction)(unsigned int code, _EXCEPTION_POINTERS* info);
+typedef void (*SehHookFunction)(unsigned int code, _EXCEPTION_POINTERS* info);
 
 /// Returns whether the translator was installed: only the Microsoft runtime has the hook.
-bool SetSeTranslator(SeTranslatorFunction translator);
+bool SetSehHook(SehHookFunction translator);
 
 } // namespace Platform
 } // namespace CppUtil

@@ -1,4 +1,4 @@
-#include "../SeTranslator.h"
+#include "../SehHook.h"
 
 #if CPPUTIL_COMPILER_MSVC
 #include <eh.h>
@@ -9,7 +9,7 @@ namespace CppUtil
 namespace Platform
 {
 
-bool SetSeTranslator(SeTranslatorFunction translator)
+bool SetSehHook(SehHookFunction translator)
 {
 #if CPPUTIL_COMPILER_MSVC
     _set_se_translator(translator);

@@ -1,4 +1,4 @@
-#include "../SeTranslator.h"
+#include "../SehHook.h"
 
 namespace CppUtil
 {
@@ -6,7 +6,7 @@ namespace Platform
 {
 
 // Signals are not structured exceptions: there is nothing to translate.
-bool SetSeTranslator(SeTranslatorFunction)
+bool SetSehHook(SehHookFunction)
 {
     return false;
 }
