@@ -1,7 +1,7 @@
 #include "SeTranslate.h"
 
 #include "CppUtil.Exception.QlException.h"
-#include "Platform/Kernel/SehHook.h"
+#include "Platform/Kernel/Runtime.h"
 
 #include <cstdarg>
 

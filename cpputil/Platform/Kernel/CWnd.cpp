@@ -1,6 +1,6 @@
 #include "CWnd.h"
 
-#include "Module.h"
+#include "Runtime.h"
 
 #include "../../CppUtil.Exception.QlException.h"
 #include "../../CppUtil.Text.Output.h"

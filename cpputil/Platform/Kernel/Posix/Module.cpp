@@ -1,6 +1,0 @@
-#include "../Module.h"
-
-HINSTANCE CppUtil::Platform::LibraryInstance()
-{
-    return nullptr;
-}
