@@ -5,6 +5,8 @@
 //
 // DIR (default: a folder in the build tree) receives the log files, the chart page and, on Linux,
 // the file registry unless CPPUTIL_REGISTRY_ROOT is set already.
+#include "RegistryHome.h"
+
 #include <cpputil/CppUtil.h>
 
 #include <cstdio>
@@ -17,10 +19,6 @@
 #include <mutex>
 #include <string>
 #include <vector>
-
-#if !defined(_WIN32)
-#include <stdlib.h>
-#endif
 
 using CppUtil::CDateTime;
 using CppUtil::Exception::CQlException;
@@ -267,10 +265,7 @@ int main(int argc, char** argv)
     if (!ParseOptions(argc, argv, options))
         return 2;
     std::filesystem::create_directories(options.m_oDir);
-#if !defined(_WIN32)
-    // The file registry lives in the run's folder unless one was chosen; Windows uses its own.
-    ::setenv("CPPUTIL_REGISTRY_ROOT", (options.m_oDir / "registry").string().c_str(), 0);
-#endif
+    PlaceRegistry(options.m_oDir / "registry");
 
     // Start-up, on the user-interface thread: managers and outputs, then the delegates.
     CMessageManager* manager = new CMessageManager;
