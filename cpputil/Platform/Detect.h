@@ -1,6 +1,7 @@
 /// @file
-/// The one place that asks which system and compiler the library is built with; what differs
-/// by platform lives in a file of its own in an area's Win32/ or Posix/, which CMake picks.
+/// Which system and compiler the library is built with: the one place that asks. Shared code reads
+/// the answers below; what differs by platform lives in the Win32/ and Posix/ folder of its area,
+/// one file per platform, which CMake picks.
 #pragma once
 
 #if defined(_WIN32)
@@ -25,9 +26,10 @@
 #define CPPUTIL_EXPORTED_MEMBERS_END
 #endif
 
-/// The printf archetype of the runtime's vsnprintf, named by MinGW's <cstdio>. Elsewhere the
-/// compiler knows only the C library's printf, which rejects the Microsoft size prefixes (%I64d)
-/// that CString::Format reads too: no check is declared.
+/// The printf archetype must match the runtime vsnprintf actually used, or %lld/%zu checks lie.
+/// Elsewhere than on MinGW the compiler knows only the C library's printf, which rejects the
+/// Microsoft size prefixes (%I64d) that CString::Format reads there too: no check is declared.
+/// MinGW's <cstdio> names the archetype, by the time the macro is used.
 #if defined(__GNUC__) && defined(__MINGW32__)
 #define CPPUTIL_CSTRING_PRINTF(fmtIndex, firstArg)                                                 \
     __attribute__((format(__MINGW_PRINTF_FORMAT, fmtIndex, firstArg)))
