@@ -1,5 +1,5 @@
 // The settings store against the file registry: its folders' modes are its permissions.
-#include "QLRegistryTest.h"
+#include "../QLRegistryTest.h"
 
 #include <cpputil/Platform/Registry/Posix/FileRegistry.h>
 #include <cpputil/Platform/Registry/Posix/RegFile.h>

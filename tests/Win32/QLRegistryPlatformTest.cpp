@@ -1,5 +1,5 @@
 // The settings store against Windows' own registry tools and security descriptors.
-#include "QLRegistryTest.h"
+#include "../QLRegistryTest.h"
 
 #include <cstdio>
 #include <cstdlib>
