@@ -2,8 +2,8 @@
 // environment variable, to be killed with no clean-up of any kind.
 #pragma once
 
+#include <cpputil/Platform/Types/WinTypes.h>
 #include <string>
-#include <windows.h>
 
 class CSelfProcess
 {
