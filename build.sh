@@ -11,8 +11,9 @@ NATIVE_PACKAGES=(cmake ninja-build g++ pkg-config libboost-dev googletest libben
     openssl)
 CROSS_PACKAGES=(g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 mingw-w64-tools wine wine64)
 CHECK_PACKAGES=(clang-format doxygen)
-# The NTP client's tests query a chronyd of their own on loopback.
-TEST_PACKAGES=(chrony)
+# The NTP client's tests query a chronyd of their own on loopback; the example's job report is
+# checked in headless Chromium.
+TEST_PACKAGES=(chrony chromium)
 # libFuzzer comes with clang's runtime libraries, which clang only recommends.
 FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 FUZZ_SECONDS=${FUZZ_SECONDS:-20}

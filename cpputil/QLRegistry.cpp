@@ -2,6 +2,7 @@
 
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"
+#include "CppUtil.WikitextMsgExtractor.h"
 #include "Platform/Kernel/SystemError.h"
 #include "RegistryValue.h"
 
@@ -25,6 +26,26 @@ const char k_szFile[] = "QLRegistry";
 const char k_szExtractorSection[] = "WikitextMsgExtractor";
 
 std::atomic<bool> s_bConstructedBefore(false);
+
+// The developer's switch asks for the library's messages as wiki text. A failure is logged: a
+// developer aid must not keep the store from working.
+void ExtractCompiledMessages()
+{
+    try
+    {
+        const CString path = CWikitextMsgExtractor::WriteLibraryMessages();
+        Text::DefaultOutput().LogF(
+            "The library's compiled messages were written as wiki text to %s", 0u) %
+            path;
+    }
+    catch (const Exception::CQlException& failure)
+    {
+        Text::DefaultOutput().LogF("The library's compiled messages could not be written as wiki "
+                                   "text: %s",
+                                   0u) %
+            failure.what();
+    }
+}
 
 // kind names the registry type in the text, as in "Could not set DWORD value".
 void CheckWrite(LONG status, const char* kind, const CString& name, const char* function, int line)
@@ -80,15 +101,10 @@ CQLRegistry::CQLRegistry(Text::COutput& out, HKEY root, const CString& section, 
 {
     if (!s_bConstructedBefore.exchange(true))
     {
-        // The dialog itself belongs to the host's developer tools; the library only notes the
-        // request.
         CRegistryValue<unsigned long> enable(Text::DefaultOutput(), HKEY_CURRENT_USER,
                                              k_szExtractorSection, "Enable", 0, true, true, true);
         if (enable.GetValue() != 0)
-            Text::DefaultOutput().LogF("The compiled message extractor was asked for "
-                                       "(HKEY_CURRENT_USER\\%s%s\\Enable); it is not shown here.",
-                                       0u) %
-                k_sQuillonRootSubKey % k_szExtractorSection;
+            ExtractCompiledMessages();
     }
     OpenSectionKey(access);
 }

@@ -3,12 +3,13 @@
 //
 //   quillon-host [--dir DIR] [--ntp HOST[:PORT]] [--verbose AREA[,AREA...]|off]
 //
-// DIR (default: a folder in the build tree) receives the log files, the chart page and, on Linux,
-// the file registry unless CPPUTIL_REGISTRY_ROOT is set already.
+// DIR (default: a folder in the build tree) receives the log files, the chart page, the job report
+// and, on Linux, the file registry unless CPPUTIL_REGISTRY_ROOT is set already.
 #include "RegistryHome.h"
 
 #include <cpputil/CppUtil.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -25,6 +26,7 @@ using CppUtil::Exception::CQlException;
 using CppUtil::Settings::CQLRegistry;
 using CppUtil::Settings::CRegistryValue;
 using CppUtil::Settings::CVerboseLogging;
+using CppUtil::Settings::CWindowsVersion;
 using CppUtil::Text::CMessageManager;
 using CppUtil::Text::COutput;
 using CppUtil::Text::ELogEntryDestination;
@@ -32,6 +34,7 @@ using CppUtil::Thread::CBufferedOutFile;
 using CppUtil::Thread::CDaemonThread;
 using CppUtil::Thread::CGuiThreadCaller;
 using CppUtil::Thread::CInterThreadCaller;
+using CppUtil::Thread::CPatientExecution;
 
 namespace
 {
@@ -146,6 +149,12 @@ public:
         Proxy().PostAndWait([this, device] { ProgramDevice(device); });
     }
 
+    // Once the worker has stopped.
+    bool Programmed(int device) const
+    {
+        return std::find(m_oProgrammed.begin(), m_oProgrammed.end(), device) != m_oProgrammed.end();
+    }
+
 private:
     void ProgramDevice(int device)
     {
@@ -161,6 +170,7 @@ private:
                                                  __LINE__);
         m_oOut.JobLogF("Device %d programmed and verified at site %d", "checksum 0x5A3C") % device %
             m_iSite;
+        m_oProgrammed.push_back(device);
         if (CVerboseLogging::IsApsLoggingEnabled())
             m_oOut.ApsLogF("APS: device %d done", 0u) % device;
         m_oOut.AddText(CString("Device ") + std::to_string(device).c_str() + " ok");
@@ -168,6 +178,7 @@ private:
 
     COutput& m_oOut;
     int m_iSite;
+    std::vector<int> m_oProgrammed;
 };
 
 // areas: "off", or names of switches to turn on, separated by commas.
@@ -217,6 +228,28 @@ std::string ReadSettings(COutput& out)
     return nextLot;
 }
 
+// The programmer's handshake: a device still powering up misses the first one. Each failure asks
+// the operator whether to try again; capped, the box's default is Retry.
+void ConnectProgrammer(COutput& out)
+{
+    std::shared_ptr<int> handshakes = std::make_shared<int>(0);
+    CPatientExecution connect(
+        out,
+        [handshakes]
+        {
+            if (++*handshakes < 2)
+                CppUtil::Exception::ThrowQlException("The programmer did not answer the handshake.",
+                                                     "ConnectProgrammer", "quillon-host", __LINE__);
+            return true;
+        },
+        "Connect programmer");
+    connect.SetPause(50);
+    connect.SetMaxAttempts(3);
+    const bool connected = connect.Execute() == CPatientExecution::k_eSucceeded;
+    out.LogF("Programmer %s after %d handshakes", 0u) %
+        (connected ? "connected" : "not connected") % *handshakes;
+}
+
 void QueryNetworkTime(COutput& out, const SOptions& options)
 {
     if (options.m_sNtpServer.empty())
@@ -257,6 +290,32 @@ void WriteChart(COutput& out, const std::filesystem::path& file, const std::vect
         file.string().c_str();
 }
 
+// The job report beside the chart: one row a device, a warning for each failure. The adapter's
+// name is shown as a device list gives it, markup characters and all.
+void WriteJobReport(COutput& out, const std::filesystem::path& file, const std::string& lot,
+                    const std::vector<double>& rates, const std::vector<bool>& programmed,
+                    const std::vector<std::string>& failures)
+{
+    CppUtil::Gui::CHtmlReport report(("Job report: lot " + lot).c_str());
+    report.AddParagraph("Device MX25L6406E on adapter SOP8 <A&B>, two sites.");
+    report.AddSection("Devices");
+    report.AddTable({"Device", "Site", "Result", "Rate (devices/h)"});
+    for (std::size_t i = 0; i < rates.size(); ++i)
+    {
+        CString rate("-");
+        if (programmed[i])
+            rate.Format("%.1f", rates[i]);
+        report.AddRow({std::to_string(i + 1).c_str(), i % 2 ? "2" : "1",
+                       programmed[i] ? "programmed" : "failed", rate});
+    }
+    for (const std::string& failure : failures)
+        report.AddWarning(failure.c_str());
+    report.Save(file.string().c_str());
+    out.JobLogF("%s", "") % report.ToText();
+    out.LogF("Job report: %d devices and %d warnings written to %s", 0u) %
+        static_cast<int>(rates.size()) % static_cast<int>(failures.size()) % file.string().c_str();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -283,10 +342,12 @@ int main(int argc, char** argv)
     // The library's own default output reports through the host's.
     CppUtil::Text::DefaultOutput().SetActiveOutputGetter([&out]() -> COutput& { return out; });
     CppUtil::Gui::CCheckableMessageBox::SetPresenter(
-        [](const CString& text, const CString& caption, unsigned int, unsigned int, bool, bool&)
+        [](const CString& text, const CString& caption, unsigned int type, unsigned int, bool,
+           bool&)
         {
+            // Nobody sits at this host: every box takes its default button.
             std::cout << "[message box] " << caption << ": " << text << "\n";
-            return IDOK;
+            return CppUtil::Platform::GetDefaultButton(type);
         });
     logs.Start();
 
@@ -306,15 +367,18 @@ int main(int argc, char** argv)
         // it needs nothing from this thread later: a worker that started it would wait for this
         // thread, which is busy waiting for the worker.
         out.AddText("Quillon host started");
+        out.LogF("Operating system: %s", 0u) % CWindowsVersion::GetCurrent().ToString();
 
         // The job: two sites programming devices in turn.
         const std::string lot = ReadSettings(out);
         out.JobLogF("Job started for lot %s", "operator: example") % lot.c_str();
         out.LegacyLogF("Lot %s started", 0u) % lot.c_str();
+        ConnectProgrammer(out);
         CProgrammer site1(out, 1), site2(out, 2);
         site1.Start();
         site2.Start();
         std::vector<double> rates;
+        std::vector<std::string> failures;
         for (int device = 1; device <= k_iDevices; ++device)
         {
             CProgrammer& site = device % 2 ? site1 : site2;
@@ -326,6 +390,7 @@ int main(int argc, char** argv)
             catch (const CQlException& failure)
             {
                 rates.push_back(0.0);
+                failures.push_back(failure.what());
                 out.LogF("Site failure reported to the host: %s", 0u) % failure.what();
             }
         }
@@ -338,14 +403,19 @@ int main(int argc, char** argv)
             }
             catch (const CQlException& failure)
             {
+                failures.push_back(failure.what());
                 out.LogF("Site failure reported to the host: %s", 0u) % failure.what();
             }
         }
         out.JobLogF("Job finished: %d devices", "") % k_iDevices;
+        std::vector<bool> programmed;
+        for (int device = 1; device <= k_iDevices; ++device)
+            programmed.push_back((device % 2 ? site1 : site2).Programmed(device));
 
         QueryNetworkTime(out, options);
         CppUtil::CProfileTimer::DisplayResults(out);
         WriteChart(out, options.m_oDir / "chart.html", rates);
+        WriteJobReport(out, options.m_oDir / "report.html", lot, rates, programmed, failures);
         // Let the output window catch up before the caller goes.
         CppUtil::Thread::PumpMessages(200);
         out.LogF("Quillon host stopped", 0u);

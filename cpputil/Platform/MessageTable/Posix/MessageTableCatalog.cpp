@@ -105,15 +105,23 @@ const CMessageTableCatalog::STable* CMessageTableCatalog::FindTable(HMODULE modu
     return nullptr;
 }
 
-DWORD CMessageTableCatalog::Lookup(HMODULE module, DWORD id, DWORD languageId,
-                                   std::string& text) const
+DWORD CMessageTableCatalog::FindMessages(HMODULE module, const STable*& table) const
 {
-    std::lock_guard<std::mutex> lock(m_oMutex);
-    const STable* table = FindTable(module);
+    table = FindTable(module);
     if (!table)
         return ERROR_RESOURCE_DATA_NOT_FOUND;
     if (!table->m_poMessages)
         return ERROR_RESOURCE_TYPE_NOT_FOUND;
+    return ERROR_SUCCESS;
+}
+
+DWORD CMessageTableCatalog::Lookup(HMODULE module, DWORD id, DWORD languageId,
+                                    std::string& text) const
+{
+    std::lock_guard<std::mutex> lock(m_oMutex);
+    const STable* table = nullptr;
+    if (const DWORD error = FindMessages(module, table))
+        return error;
 
     // As on Windows, where each language is a resource of its own: a language the module has
     // no text in at all is not found, whatever the id.
@@ -158,6 +166,22 @@ DWORD CMessageTableCatalog::Lookup(HMODULE module, DWORD id, DWORD languageId,
     if (!found)
         return ERROR_MR_MID_NOT_FOUND;
     text = found->m_szText;
+    return ERROR_SUCCESS;
+}
+
+DWORD CMessageTableCatalog::GetIds(HMODULE module, std::vector<DWORD>& ids) const
+{
+    ids.clear();
+    std::lock_guard<std::mutex> lock(m_oMutex);
+    const STable* table = nullptr;
+    if (const DWORD error = FindMessages(module, table))
+        return error;
+    // Sorted by id already; a text in several languages is one id.
+    for (size_t i = 0; i < table->m_uCount; ++i)
+    {
+        if (ids.empty() || ids.back() != table->m_poMessages[i].m_dwId)
+            ids.push_back(table->m_poMessages[i].m_dwId);
+    }
     return ERROR_SUCCESS;
 }
 

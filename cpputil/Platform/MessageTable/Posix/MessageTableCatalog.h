@@ -9,6 +9,7 @@
 #include <list>
 #include <mutex>
 #include <string>
+#include <vector>
 
 namespace CppUtil
 {
@@ -40,6 +41,9 @@ public:
     // ERROR_SUCCESS with the message's text, or the error FormatMessageA reports. Language 0
     // (or the user's or system's default) prefers a neutral text, then US English, then any.
     DWORD Lookup(HMODULE module, DWORD id, DWORD languageId, std::string& text) const;
+    // ERROR_SUCCESS with every id of the table, in any language, ascending; otherwise the error
+    // Windows gives for a module without a table.
+    DWORD GetIds(HMODULE module, std::vector<DWORD>& ids) const;
 
     CMessageTableCatalog(const CMessageTableCatalog&) = delete;
     CMessageTableCatalog& operator=(const CMessageTableCatalog&) = delete;
@@ -54,6 +58,8 @@ private:
 
     CMessageTableCatalog();
     const STable* FindTable(HMODULE module) const;
+    // ERROR_SUCCESS with the module's table, or the error for a module without one.
+    DWORD FindMessages(HMODULE module, const STable*& table) const;
 
     mutable std::mutex m_oMutex;
     STable m_oExecutable;

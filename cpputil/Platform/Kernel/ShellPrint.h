@@ -1,0 +1,18 @@
+/// @file
+/// Handing a saved document to the system's printing.
+#pragma once
+
+#include <string>
+
+namespace CppUtil
+{
+namespace Platform
+{
+
+/// Prints the file the way the desktop would: the shell's "print" verb on Windows, the "lp"
+/// command found on PATH elsewhere. Returns an empty text once the job is handed over, otherwise
+/// why it could not be (no print command, or the command failed).
+std::string PrintFile(const std::string& path);
+
+} // namespace Platform
+} // namespace CppUtil

@@ -1,0 +1,193 @@
+#include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/CppUtil.Gui.HtmlDlg.h>
+#include <cpputil/CppUtil.Gui.HtmlReport.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <random>
+#include <string>
+
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
+
+using CppUtil::Exception::CQlException;
+using CppUtil::Gui::CHtmlDlg;
+using CppUtil::Gui::CHtmlReport;
+
+namespace
+{
+
+const std::string k_sHostile = "<A&B> \"q\" 'x' </table></div><script>alert(1)</script>";
+
+std::size_t Count(const std::string& text, const std::string& part)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+std::string Failure(const std::function<void()>& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const CQlException& e)
+    {
+        return e.what();
+    }
+    return "";
+}
+
+std::string ReadAll(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+struct SFolder
+{
+    SFolder()
+        : m_oPath(std::filesystem::temp_directory_path() /
+                  ("cpputil-html-report-" + std::to_string(std::random_device()())))
+    {
+        std::filesystem::remove_all(m_oPath);
+        std::filesystem::create_directories(m_oPath);
+    }
+    ~SFolder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_oPath, ignored);
+    }
+    std::filesystem::path m_oPath;
+};
+
+} // namespace
+
+TEST(HtmlReportTest, HostileTextStaysTextInThePageAndInTheTextForm)
+{
+    const CString hostile = k_sHostile.c_str();
+    CHtmlReport report("Title " + hostile);
+    report.AddSection("Section " + hostile);
+    report.AddParagraph("Paragraph " + hostile);
+    report.AddTable({"Head " + hostile, "Count"});
+    report.AddRow({"Cell " + hostile, "12"});
+    report.AddWarning("Warning " + hostile);
+    report.AddError("Error " + hostile);
+
+    const std::string html = report.ToHtml().Str();
+    // Only the report's own markup: no tag or entity from the texts got through.
+    EXPECT_EQ(Count(html, "<script"), 0u);
+    EXPECT_EQ(Count(html, "<table"), 1u);
+    EXPECT_EQ(Count(html, "</table>"), 1u);
+    EXPECT_EQ(Count(html, "</div>"), 2u);
+    EXPECT_EQ(Count(html, "&lt;A&amp;B&gt; &quot;q&quot;"), 8u); // the title twice
+    // What a reader sees is each text as given.
+    const std::string seen = CHtmlDlg::ToPlainText(report.ToHtml()).Str();
+    for (const char* label :
+         {"Section ", "Paragraph ", "Head ", "Cell ", "Warning: Warning ", "Error: Error "})
+        EXPECT_NE(seen.find(label + k_sHostile), std::string::npos) << label;
+
+    const std::string text = report.ToText().Str();
+    EXPECT_EQ(text.rfind("Title " + k_sHostile + "\r\n===", 0), 0u) << text;
+    EXPECT_NE(text.find("\r\nWarning: Warning " + k_sHostile + "\r\n"), std::string::npos);
+    EXPECT_NE(text.find("\r\nError: Error " + k_sHostile + "\r\n"), std::string::npos);
+}
+
+TEST(HtmlReportTest, TablesRightAlignNumbersAndShowAHeaderWithoutRows)
+{
+    CHtmlReport report("Job");
+    report.AddTable({"Device", "Rate", "Yield"});
+    report.AddRow({"AT29C256", "1,250.5", "98.5%"});
+    report.AddRow({"-7", "1.2.", "n/a"});
+    report.AddTable({"Empty", "Table"});
+
+    const std::string html = report.ToHtml().Str();
+    EXPECT_EQ(Count(html, "<tr>"), 4u);
+    EXPECT_EQ(Count(html, "text-align:right"), 3u);
+    for (const char* cell : {"1,250.5", "98.5%", "-7"})
+        EXPECT_NE(html.find(std::string("text-align:right\">") + cell + "</td>"), std::string::npos)
+            << cell;
+    EXPECT_NE(html.find("<th style=\"border:1px solid #999;padding:3px 8px;background:#e8e8e8;"
+                        "text-align:left\">Empty</th>"),
+              std::string::npos);
+
+    EXPECT_NE(report.ToText().Str().find("Device    Rate     Yield\r\n"
+                                         "--------  -------  -----\r\n"
+                                         "AT29C256  1,250.5  98.5%\r\n"
+                                         "      -7  1.2.     n/a\r\n"
+                                         "\r\n"
+                                         "Empty  Table\r\n"
+                                         "-----  -----\r\n"),
+              std::string::npos)
+        << report.ToText();
+
+    EXPECT_NE(Failure([&] { report.AddRow({"one"}); })
+                  .find("A report row has 1 cells where its table has 2 columns."),
+              std::string::npos);
+    report.AddParagraph("After the tables");
+    EXPECT_NE(Failure(
+                  [&] {
+                      report.AddRow({"a", "b"});
+                  })
+                  .find("no table was started"),
+              std::string::npos);
+}
+
+TEST(HtmlReportTest, SavingAndPrintingFailWithClearTexts)
+{
+    SFolder folder;
+    CHtmlReport report("Lot 7");
+    EXPECT_EQ(Failure([&] { report.Print(); }),
+              "The report \"Lot 7\" cannot be printed before it is saved.");
+
+    const std::filesystem::path unwritable = folder.m_oPath / "missing" / "report.html";
+    const std::string failure = Failure([&] { report.Save(unwritable.string().c_str()); });
+    EXPECT_EQ(
+        failure.rfind("Could not save the report \"Lot 7\" to " + unwritable.string() + ": ", 0),
+        0u)
+        << failure;
+    // A failed save leaves nothing to print.
+    EXPECT_NE(Failure([&] { report.Print(); }).find("cannot be printed before it is saved"),
+              std::string::npos);
+
+    const std::filesystem::path saved = folder.m_oPath / "-report.html";
+    report.AddTable({"Device"});
+    report.Save(saved.string().c_str());
+    EXPECT_EQ(ReadAll(saved), report.ToHtml().Str());
+
+#if !defined(_WIN32)
+    // The print command is whatever "lp" PATH finds; none at all is a clear failure.
+    const char* oldPath = std::getenv("PATH");
+    const std::string restore = oldPath ? oldPath : "";
+    const std::filesystem::path bin = folder.m_oPath / "bin";
+    std::filesystem::create_directories(bin);
+    ::setenv("PATH", bin.string().c_str(), 1);
+    EXPECT_EQ(Failure([&] { report.Print(); }),
+              "Could not print the report " + saved.string() +
+                  ": no print command: \"lp\" was not found on PATH");
+
+    // A stand-in lp keeps its arguments and a copy of the file it was given.
+    const std::filesystem::path lp = bin / "lp";
+    const std::filesystem::path args = folder.m_oPath / "args.txt";
+    std::ofstream(lp) << "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" << args.string()
+                      << "'\n/bin/cp -- \"$2\" '" << args.string()
+                      << ".copy'\nexit ${LP_EXIT:-0}\n";
+    ::chmod(lp.string().c_str(), 0755);
+    report.Print();
+    EXPECT_EQ(ReadAll(args), "--\n" + saved.string() + "\n");
+    EXPECT_EQ(ReadAll(args.string() + ".copy"), report.ToHtml().Str());
+    ::setenv("LP_EXIT", "3", 1);
+    EXPECT_EQ(Failure([&] { report.Print(); }), "Could not print the report " + saved.string() +
+                                                    ": " + lp.string() +
+                                                    " failed with exit status 3");
+    ::unsetenv("LP_EXIT");
+    ::setenv("PATH", restore.c_str(), 1);
+#endif
+}

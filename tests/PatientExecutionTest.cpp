@@ -1,0 +1,230 @@
+#include "LogRecorder.h"
+
+#include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/CppUtil.Gui.CheckableMessageBox.h>
+#include <cpputil/CppUtil.Thread.MessageLoop.h>
+#include <cpputil/CppUtil.Thread.PatientExecution.h>
+#include <cpputil/Platform/Kernel/MessageBox.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <future>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+using CppUtil::Exception::CQlException;
+using CppUtil::Gui::CCheckableMessageBox;
+using CppUtil::Thread::CPatientExecution;
+
+namespace
+{
+
+// Answers like a modal box whose thread is asked to quit: it ends then, handing the quit back.
+const int k_iAnswerAtQuit = -1;
+
+class PatientExecutionTest : public ::testing::Test
+{
+protected:
+    PatientExecutionTest() : m_poManager(new CppUtil::Text::CMessageManager), m_oOut(m_poManager)
+    {
+        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
+        CCheckableMessageBox::SetPresenter(
+            [this](const CString& text, const CString& caption, unsigned int type, unsigned int,
+                   bool, bool&)
+            {
+                std::unique_lock<std::mutex> lock(m_oMutex);
+                m_oShown.push_back(caption + "|" + text);
+                m_oTypes.push_back(type);
+                const int answer = m_oAnswers.empty() ? IDCANCEL : m_oAnswers.front();
+                if (!m_oAnswers.empty())
+                    m_oAnswers.pop_front();
+                lock.unlock();
+                return answer == k_iAnswerAtQuit ? AnswerAtQuit() : answer;
+            });
+    }
+    ~PatientExecutionTest() override
+    {
+        CCheckableMessageBox::SetPresenter(CCheckableMessageBox::TPresenter());
+    }
+
+    int AnswerAtQuit()
+    {
+        m_bAtQuit = true;
+        CppUtil::Thread::PostQuitMessage(CppUtil::Thread::RunMessageLoop());
+        return IDRETRY;
+    }
+
+    // One step an attempt: "" succeeds, "false" returns false, "std" throws std::runtime_error,
+    // any other text is thrown as CQlException; past the script, attempts return false.
+    CPatientExecution::TWork Work(std::deque<std::string> script)
+    {
+        auto steps = std::make_shared<std::deque<std::string>>(std::move(script));
+        m_poAttempts = std::make_shared<int>(0);
+        auto attempts = m_poAttempts;
+        return [steps, attempts]
+        {
+            ++*attempts;
+            const std::string step = steps->empty() ? "false" : steps->front();
+            if (!steps->empty())
+                steps->pop_front();
+            if (step == "std")
+                throw std::runtime_error("Socket table corrupt.");
+            if (!step.empty() && step != "false")
+                throw CQlException(step.c_str(), "Device::Connect", "Device", 12);
+            return step.empty();
+        };
+    }
+
+    int Count(const std::string& text)
+    {
+        int count = 0;
+        for (const SLogLine& line : m_oRecorder.Lines())
+            count += line.m_sText.find(text) != std::string::npos;
+        return count;
+    }
+
+    CLogRecorder m_oRecorder;
+    CppUtil::Text::CMessageManager* m_poManager;
+    CppUtil::Text::COutput m_oOut;
+    std::mutex m_oMutex;
+    std::deque<int> m_oAnswers;
+    std::vector<CString> m_oShown;
+    std::vector<unsigned int> m_oTypes;
+    std::atomic<bool> m_bAtQuit{false};
+    std::shared_ptr<int> m_poAttempts;
+};
+
+} // namespace
+
+TEST_F(PatientExecutionTest, RetryUntilSuccessOrCancel)
+{
+    CPatientExecution execution(m_oOut, Work({"Programmer not answering.", "false", ""}),
+                                "Connect");
+    execution.SetPause(5);
+    m_oAnswers = {IDRETRY, IDRETRY};
+    EXPECT_EQ(CPatientExecution::k_eSucceeded, execution.Execute());
+    EXPECT_EQ(3, *m_poAttempts);
+    ASSERT_EQ(2u, m_oShown.size());
+    EXPECT_STREQ("Connect|Programmer not answering.\r\n\r\nTry again?", m_oShown[0]);
+    EXPECT_STREQ("Connect|The attempt did not succeed.\r\n\r\nTry again?", m_oShown[1]);
+    // Uncapped, the box's default is Cancel.
+    EXPECT_EQ(static_cast<unsigned int>(MB_RETRYCANCEL), m_oTypes[0] & MB_TYPEMASK);
+    EXPECT_EQ(static_cast<unsigned int>(MB_DEFBUTTON2), m_oTypes[0] & MB_DEFMASK);
+    EXPECT_EQ(1, Count("Connect: attempt 1 failed: Programmer not answering."));
+    EXPECT_EQ(2, Count("Connect: answered Retry"));
+    EXPECT_EQ(1, Count("Connect: attempt 3 succeeded"));
+
+    // Cancel: nothing is thrown, the failure stays readable.
+    CPatientExecution cancelled(m_oOut, Work({"Socket closed."}), "Connect");
+    m_oAnswers = {IDCANCEL};
+    EXPECT_EQ(CPatientExecution::k_eCancelled, cancelled.Execute());
+    EXPECT_EQ(1, *m_poAttempts);
+    EXPECT_STREQ("Socket closed.", cancelled.GetLastFailure());
+    EXPECT_EQ(1, Count("Connect: answered Cancel"));
+}
+
+TEST_F(PatientExecutionTest, CapAndDisabledDialogs)
+{
+    CPatientExecution capped(m_oOut, Work({}), "Erase");
+    capped.SetMaxAttempts(3);
+    m_oAnswers = {IDRETRY, IDRETRY};
+    EXPECT_EQ(CPatientExecution::k_eExhausted, capped.Execute());
+    EXPECT_EQ(3, *m_poAttempts);
+    // Nobody is asked after the last attempt; capped, the default is Retry.
+    ASSERT_EQ(2u, m_oShown.size());
+    EXPECT_EQ(0u, m_oTypes[0] & MB_DEFMASK);
+    EXPECT_EQ(1, Count("Erase: given up after 3 attempts"));
+
+    // No dialogs: no box, the question is logged and the default answers it.
+    m_oOut.DialogsEnabled(false);
+    EXPECT_EQ(CPatientExecution::k_eExhausted, capped.Execute());
+    EXPECT_EQ(6, *m_poAttempts);
+    EXPECT_EQ(2, Count("Erase: dialogs are disabled, so the default answer applies"));
+    CPatientExecution uncapped(m_oOut, Work({"Head 2 cold."}), "Heat");
+    EXPECT_EQ(CPatientExecution::k_eCancelled, uncapped.Execute());
+    EXPECT_EQ(2u, m_oShown.size());
+    EXPECT_EQ(1, Count("Head 2 cold.\r\n\r\nTry again?"));
+    EXPECT_EQ(1, Count("Heat: answered Cancel"));
+}
+
+TEST_F(PatientExecutionTest, OtherExceptionsReachTheOwner)
+{
+    CPatientExecution execution(m_oOut, Work({"std", ""}), "Connect");
+    try
+    {
+        execution.Execute();
+        ADD_FAILURE() << "Execute did not throw";
+    }
+    catch (const CQlException& e)
+    {
+        EXPECT_STREQ("Socket table corrupt.", e.what());
+    }
+    EXPECT_EQ(CPatientExecution::k_eStopped, execution.GetResult());
+    EXPECT_TRUE(m_oShown.empty());
+    EXPECT_EQ(1, Count("The following exception has been caught: Socket table corrupt."));
+    // The worker lives on.
+    EXPECT_EQ(CPatientExecution::k_eSucceeded, execution.Execute());
+}
+
+TEST_F(PatientExecutionTest, StopAndDestructionDoNotWaitForBlockedWork)
+{
+    struct SGate
+    {
+        std::promise<void> m_oEntered, m_oRelease, m_oLeft;
+        std::shared_future<void> m_oReleased{m_oRelease.get_future().share()};
+        std::atomic<int> m_iCalls{0};
+    };
+    auto blockOnce = [](const std::shared_ptr<SGate>& gate)
+    {
+        return [gate]
+        {
+            if (gate->m_iCalls++ == 0)
+            {
+                gate->m_oEntered.set_value();
+                gate->m_oReleased.wait();
+                gate->m_oLeft.set_value();
+            }
+            return true;
+        };
+    };
+
+    // Stop gives the attempt up, and no attempt starts while it still runs.
+    auto first = std::make_shared<SGate>();
+    CPatientExecution stopped(m_oOut, blockOnce(first), "Read");
+    stopped.Begin();
+    first->m_oEntered.get_future().wait();
+    EXPECT_FALSE(stopped.Wait(20));
+    stopped.Stop();
+    EXPECT_EQ(CPatientExecution::k_eStopped, stopped.GetResult());
+    EXPECT_EQ(1, Count("Read: stopped during attempt 1, which is given up on"));
+    EXPECT_THROW(stopped.Begin(), CQlException);
+    first->m_oRelease.set_value();
+    first->m_oLeft.get_future().wait();
+
+    // Destroyed while the work blocks; the work runs on to its end afterwards.
+    auto second = std::make_shared<SGate>();
+    {
+        CPatientExecution destroyed(m_oOut, blockOnce(second), "Read");
+        destroyed.Begin();
+        second->m_oEntered.get_future().wait();
+    }
+    second->m_oRelease.set_value();
+    second->m_oLeft.get_future().wait();
+
+    // A box answered while the run is being stopped: the answer is ignored.
+    CPatientExecution asked(m_oOut, Work({"Timeout."}), "Write");
+    m_oAnswers = {k_iAnswerAtQuit};
+    asked.Begin();
+    while (!m_bAtQuit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    asked.Stop();
+    EXPECT_EQ(CPatientExecution::k_eStopped, asked.GetResult());
+    EXPECT_EQ(1, *m_poAttempts);
+    EXPECT_EQ(0, Count("Write: answered"));
+    EXPECT_EQ(1, Count("Write: stopped"));
+}

@@ -1,0 +1,181 @@
+#include "LogRecorder.h"
+#include "RegistrySandbox.h"
+
+#include <cpputil/CppUtil.Exception.Globals.h>
+#include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/CppUtil.Text.WikitextTable.h>
+#include <cpputil/CppUtil.WikitextMsgExtractor.h>
+#include <cpputil/Platform/Registry/Registry.h>
+
+#include <MessageTableTest.h>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <random>
+
+using CppUtil::CWikitextMsgExtractor;
+using CppUtil::Exception::CQlException;
+using CppUtil::Exception::g_sCurrentJobLogDir;
+using CppUtil::Settings::CQLRegistry;
+using CppUtil::Text::CMessageManager;
+using CppUtil::Text::COutput;
+using CppUtil::Text::CWikitextTable;
+
+namespace
+{
+
+std::string ReadAll(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+const std::map<unsigned long, CString> k_oTestNames = {{MSG_TEST_LINES, "MSG_TEST_LINES"},
+                                                       {MSG_TEST_INSERTS, "MSG_TEST_INSERTS"},
+                                                       {MSG_TEST_ESCAPES, "MSG_TEST_ESCAPES"},
+                                                       {MSG_TEST_ERROR, "MSG_TEST_ERROR"},
+                                                       {MSG_TEST_GREETING, "MSG_TEST_GREETING"}};
+
+} // namespace
+
+// Runs first: no registry store has been built in this program before.
+TEST(WikitextMsgExtractorTest, SwitchOnFirstStoreWritesTheLibraryMessagesOnce)
+{
+    CRegistrySandbox sandbox;
+    const char* const key = "Software\\Velmora\\Quillon\\WikitextMsgExtractor";
+    HKEY switchKey = nullptr;
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExA(HKEY_CURRENT_USER, key, 0, nullptr, 0, KEY_ALL_ACCESS,
+                                             nullptr, &switchKey, nullptr));
+    const DWORD on = 1;
+    ASSERT_EQ(ERROR_SUCCESS, RegSetValueExA(switchKey, "Enable", 0, REG_DWORD,
+                                            reinterpret_cast<const BYTE*>(&on), sizeof(on)));
+    // Off again however the test ends: under Wine the hive is shared with other tests.
+    struct SSwitchOff
+    {
+        HKEY m_hKey;
+        ~SSwitchOff()
+        {
+            RegDeleteValueA(m_hKey, "Enable");
+            RegCloseKey(m_hKey);
+        }
+    } switchOff{switchKey};
+
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() /
+        ("cpputil-wikitext-" + std::to_string(std::random_device()()));
+    std::filesystem::create_directories(folder);
+    g_sCurrentJobLogDir = folder.string().c_str();
+    const std::filesystem::path file = folder / "cpputil.messages.wiki";
+
+    CLogRecorder recorder;
+    CMessageManager* manager = new CMessageManager;
+    manager->SetLoggingEventHandler(recorder.Handler());
+    COutput out(manager);
+    {
+        CQLRegistry first(out, HKEY_CURRENT_USER, sandbox.Section("Any"), KEY_READ);
+    }
+    // The switch is read once: a second store leaves the folder alone.
+    std::filesystem::path moved = folder / "first.wiki";
+    std::filesystem::rename(file, moved);
+    {
+        CQLRegistry second(out, HKEY_CURRENT_USER, sandbox.Section("Any"), KEY_READ);
+    }
+
+    EXPECT_FALSE(std::filesystem::exists(file));
+    const std::string written = ReadAll(moved);
+    EXPECT_EQ(written, CWikitextMsgExtractor::ListLibraryMessages().Str());
+    EXPECT_NE(written.find("\n| 2 || MSG_VERBOSE_LOGGING_ENABLED || Verbose logging is enabled."),
+              std::string::npos)
+        << written;
+    ASSERT_EQ(recorder.Lines().size(), 1u);
+    EXPECT_EQ(recorder.Lines()[0].m_sText,
+              "The library's compiled messages were written as wiki text to " + file.string());
+
+    // Without a job-log folder the list goes to the temporary folder; a folder that cannot be
+    // written raises, naming the file.
+    g_sCurrentJobLogDir = "";
+    const CString inTemp = CWikitextMsgExtractor::WriteLibraryMessages();
+    EXPECT_EQ(std::string(inTemp),
+              (std::filesystem::temp_directory_path() / file.filename()).string());
+    EXPECT_EQ(ReadAll(inTemp.GetString()), written);
+    std::remove(inTemp);
+    g_sCurrentJobLogDir = (folder / "missing").string().c_str();
+    try
+    {
+        CWikitextMsgExtractor::WriteLibraryMessages();
+        ADD_FAILURE() << "no exception";
+    }
+    catch (const CQlException& e)
+    {
+        EXPECT_EQ(std::string(e.what()).rfind("Could not write the message list to " +
+                                                  (folder / "missing" / file.filename()).string() +
+                                                  ": ",
+                                              0),
+                  0u)
+            << e.what();
+    }
+    g_sCurrentJobLogDir = "";
+    std::filesystem::remove_all(folder);
+}
+
+TEST(WikitextMsgExtractorTest, HostileTextsStayTextAndRowsFollowTheIds)
+{
+    EXPECT_EQ(CWikitextTable::Escape("a|b||c {{T|x}} [[L]] ''i'' ~~~~ <nowiki>&amp;</nowiki>\r\n"
+                                     "-|next\nlast\r\n\r\n"),
+              "a&#124;b&#124;&#124;c &#123;&#123;T&#124;x&#125;&#125; &#91;&#91;L&#93;&#93; "
+              "&#39;&#39;i&#39;&#39; &#126;&#126;&#126;&#126; &lt;nowiki&gt;&amp;amp;&lt;/"
+              "nowiki&gt;<br />-&#124;next<br />last");
+
+    CWikitextTable table;
+    table.AddMessage(0xC0000001u, "", "|}\n{|");
+    table.AddMessage(7, "MSG_SEVEN", "seven");
+    EXPECT_EQ(table.Str(), "{| class=\"wikitable sortable\"\n"
+                           "! ID !! Symbolic name !! Text\n"
+                           "|-\n"
+                           "| 7 || MSG_SEVEN || seven\n"
+                           "|-\n"
+                           "| 3221225473 ||  || &#124;&#125;<br />&#123;&#124;\n"
+                           "|}\n");
+}
+
+TEST(WikitextMsgExtractorTest, ProgramTableListsAsItsSourceDoes)
+{
+    const std::string listed = CWikitextMsgExtractor::ListMessages("", k_oTestNames).Str();
+    EXPECT_NE(listed.find("| 1 || MSG_TEST_LINES || first line<br /><br />third line\n"),
+              std::string::npos)
+        << listed;
+    EXPECT_NE(listed.find("| 5 || MSG_TEST_ESCAPES || Tab\there, 100%% sure<br />last\n"),
+              std::string::npos);
+    EXPECT_NE(listed.find("| 49 || MSG_TEST_GREETING || Hello\n"), std::string::npos);
+    EXPECT_NE(CWikitextMsgExtractor::ListMessages("", {}).Str().find("| 3240296496 ||  || Failed."),
+              std::string::npos);
+
+#if defined(CPPUTIL_MC_TOOL)
+    // The message compiler prints the same table from the .mc file.
+    std::unique_ptr<FILE, int (*)(FILE*)> tool(
+        ::popen(CPPUTIL_MC_TOOL " --wiki " CPPUTIL_MC_SOURCE, "r"), ::pclose);
+    ASSERT_TRUE(tool);
+    std::string printed;
+    char buffer[512];
+    for (size_t read; (read = std::fread(buffer, 1, sizeof(buffer), tool.get())) > 0;)
+        printed.append(buffer, read);
+    EXPECT_EQ(printed, listed);
+#endif
+
+    try
+    {
+        CWikitextMsgExtractor::ListMessages("no-such-module", {});
+        ADD_FAILURE() << "no exception";
+    }
+    catch (const CQlException& e)
+    {
+        EXPECT_EQ(std::string(e.what()).rfind("Could not list the message table of module "
+                                              "no-such-module: ",
+                                              0),
+                  0u);
+    }
+}

@@ -1,0 +1,78 @@
+#include <cpputil/CppUtil.Settings.WindowsVersion.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+using CppUtil::Settings::CWindowsVersion;
+
+TEST(WindowsVersionTest, OsReleaseTextsAndFiles)
+{
+    const char* const k_aCases[][2] = {
+        {"", ""},
+        {"NAME=Fedora\nVERSION='40 (Workstation Edition)'", "Fedora 40 (Workstation Edition)"},
+        {"PRETTY_NAME=\"\"\nNAME=\"  Arch  \"", "Arch"},
+        {"# by hand\r\n\r\n  PRETTY_NAME='Alpine Linux v3.20'  # trailing\r\n",
+         "Alpine Linux v3.20"},
+        {"PRETTY_NAME=\"Say \\\"hi\\\" \\\\ \\$HOME \\n\"", "Say \"hi\" \\ $HOME \\n"},
+        {"PRETTY_NAME=Debian\\ 12\"\"'!'", "Debian 12!"},
+        // Later assignments win; lines that are not whole assignments are skipped.
+        {"PRETTY_NAME=One\nPRETTY_NAME=\"Broken\nrest\"\nPRETTY_NAME='Two'", "Two"},
+        {"PRETTY_NAME='Broken", ""},
+        {"PRETTY_NAME=Evil rm -rf /", ""},
+        {"export PRETTY_NAME=E\n9PRETTY_NAME=x\nPRETTY-NAME=y\n=z\nPRETTY_NAME", ""},
+        {"\xff\xfe=\x01\nPRETTY_NAME=\"\x01\x1b[31mRed\x1b[0m\x07\x7f\"", "[31mRed[0m"},
+    };
+    for (const auto& c : k_aCases)
+        EXPECT_STREQ(c[1], CWindowsVersion::ParseOsRelease(c[0])) << c[0];
+    EXPECT_EQ(std::string(100, 'x'),
+              CWindowsVersion::ParseOsRelease(("PRETTY_NAME=" + std::string(500, 'x')).c_str())
+                  .GetString());
+
+    const std::filesystem::path file =
+        std::filesystem::temp_directory_path() / "cpputil-windows-version-test";
+    std::ofstream(file, std::ios::binary) << "ID=quillonos\nPRETTY_NAME=\"Quillon OS 3\"\n";
+    EXPECT_STREQ("Quillon OS 3", CWindowsVersion::ReadOsRelease(file.string().c_str()));
+    std::filesystem::remove(file);
+    EXPECT_STREQ("", CWindowsVersion::ReadOsRelease(file.string().c_str()));
+}
+
+TEST(WindowsVersionTest, NumbersAndAtLeast)
+{
+    const CWindowsVersion kernel("Linux", "6.8.0-45-generic", "Ubuntu 24.04.1 LTS");
+    EXPECT_TRUE(kernel.IsAtLeast(6, 8));
+    EXPECT_TRUE(kernel.IsAtLeast(5, 99, 99));
+    EXPECT_FALSE(kernel.IsAtLeast(6, 9));
+    EXPECT_FALSE(kernel.IsAtLeast(6, 8, 1));
+    EXPECT_STREQ("Linux 6.8.0-45-generic (Ubuntu 24.04.1 LTS)", kernel.ToString());
+    const CWindowsVersion windows("Windows", "10.0.19045", "");
+    EXPECT_TRUE(windows.IsAtLeast(10, 0, 19045));
+    EXPECT_FALSE(windows.IsAtLeast(10, 0, 19046));
+    EXPECT_STREQ("Windows 10.0.19045", windows.ToString());
+    EXPECT_STREQ("Unknown system", CWindowsVersion("", "", "").ToString());
+
+    // Whatever is not a number counts as 0, and so does everything after it.
+    const struct
+    {
+        const char* m_szRelease;
+        unsigned int m_aNumbers[3];
+    } k_aReleases[] = {{"5.15", {5, 15, 0}},
+                       {"4.x.9", {4, 0, 0}},
+                       {"abc", {0, 0, 0}},
+                       {"3.99999999999.1", {3, 0, 0}},
+                       {"4294967295.1.2.3", {4294967295u, 1, 2}}};
+    for (const auto& r : k_aReleases)
+    {
+        const CWindowsVersion version("Linux", r.m_szRelease, "");
+        EXPECT_EQ(r.m_aNumbers[0], version.GetMajor()) << r.m_szRelease;
+        EXPECT_EQ(r.m_aNumbers[1], version.GetMinor()) << r.m_szRelease;
+        EXPECT_EQ(r.m_aNumbers[2], version.GetBuild()) << r.m_szRelease;
+    }
+
+    // The host's own: a system with a version, whichever it is.
+    const CWindowsVersion host = CWindowsVersion::GetCurrent();
+    EXPECT_TRUE(host.IsAtLeast(1));
+    EXPECT_EQ(0, host.ToString().Find(host.GetSystem())) << host.ToString();
+}
