@@ -83,12 +83,8 @@ public:
         if (!Read(expectedPath, expected, nullptr))
             return 1;
         std::map<std::string, std::string> reasons;
-#ifndef _WIN32
         if (differencesPath && !Read(differencesPath, expected, &reasons))
             return 1;
-#else
-        (void)differencesPath;
-#endif
         int failures = 0;
         size_t listed = 0;
         for (const auto& reason : reasons)
