@@ -1,4 +1,4 @@
-#include "RecorderWnd.h"
+#include "FreshThreadTest.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
@@ -49,22 +49,17 @@ void ExpectAssertion(const std::function<void()>& call, const char* expression,
 
 } // namespace
 
-TEST(GuiThreadCallerTest, UnhookedCallsRunAtOnceOnTheCallingThread)
+TEST_ON_FRESH_THREAD(GuiThreadCallerTest, UnhookedCallsRunAtOnceOnTheCallingThread)
 {
-    OnFreshThread(
-        []
-        {
-            std::vector<DWORD> threads;
-            const std::function<void()> record = [&threads]
-            { threads.push_back(GetCurrentThreadId()); };
-            // Nothing pumps this thread's queue: a call that were only queued would never run.
-            CGuiThreadCaller::Invoke(record);
-            CGuiThreadCaller::BeginInvoke(record);
-            CGuiThreadCaller::Fire(record);
-            EXPECT_EQ(std::vector<DWORD>(3, GetCurrentThreadId()), threads);
-            EXPECT_THROW(CGuiThreadCaller::Fire([] { throw std::runtime_error("inline call"); }),
-                         std::runtime_error);
-        });
+    std::vector<DWORD> threads;
+    const std::function<void()> record = [&threads] { threads.push_back(GetCurrentThreadId()); };
+    // Nothing pumps this thread's queue: a call that were only queued would never run.
+    CGuiThreadCaller::Invoke(record);
+    CGuiThreadCaller::BeginInvoke(record);
+    CGuiThreadCaller::Fire(record);
+    EXPECT_EQ(std::vector<DWORD>(3, GetCurrentThreadId()), threads);
+    EXPECT_THROW(CGuiThreadCaller::Fire([] { throw std::runtime_error("inline call"); }),
+                 std::runtime_error);
 }
 
 TEST(GuiThreadCallerTest, HookingTwiceOrUnhookingNothingRaisesTheAssertion)
@@ -90,80 +85,72 @@ TEST(GuiThreadCallerTest, HookingTwiceOrUnhookingNothingRaisesTheAssertion)
         });
 }
 
-TEST(GuiThreadCallerTest, HookedCallsRunOnTheUserInterfaceThread)
+TEST_ON_FRESH_THREAD(GuiThreadCallerTest, HookedCallsRunOnTheUserInterfaceThread)
 {
-    OnFreshThread(
-        []
+    CInterThreadCaller caller(false, "user interface");
+    CHook hook(caller);
+    const DWORD ui = GetCurrentThreadId();
+    std::vector<std::string> log; // touched on this thread only
+
+    CGuiThreadCaller::Fire([&log] { log.push_back("fired"); });
+    CGuiThreadCaller::BeginInvoke([&log] { log.push_back("begun"); });
+    CGuiThreadCaller::Invoke([&log] { log.push_back("invoked"); });
+    EXPECT_EQ((std::vector<std::string>{"begun", "invoked"}), log);
+    EXPECT_THROW(CGuiThreadCaller::Invoke([] { throw std::runtime_error("own thread"); }),
+                 std::runtime_error);
+
+    // This thread is not looking at its queue: a worker's asynchronous calls must not
+    // wait for it.
+    std::thread(
+        [&log]
         {
-            CInterThreadCaller caller(false, "user interface");
-            CHook hook(caller);
-            const DWORD ui = GetCurrentThreadId();
-            std::vector<std::string> log; // touched on this thread only
+            CGuiThreadCaller::BeginInvoke([&log] { log.push_back("begun by worker"); });
+            CGuiThreadCaller::Fire([&log] { log.push_back("fired by worker"); });
+        })
+        .join();
+    EXPECT_EQ(2u, log.size());
 
-            CGuiThreadCaller::Fire([&log] { log.push_back("fired"); });
-            CGuiThreadCaller::BeginInvoke([&log] { log.push_back("begun"); });
-            CGuiThreadCaller::Invoke([&log] { log.push_back("invoked"); });
-            EXPECT_EQ((std::vector<std::string>{"begun", "invoked"}), log);
-            EXPECT_THROW(CGuiThreadCaller::Invoke([] { throw std::runtime_error("own thread"); }),
-                         std::runtime_error);
-
-            // This thread is not looking at its queue: a worker's asynchronous calls must not
-            // wait for it.
-            std::thread(
-                [&log]
-                {
-                    CGuiThreadCaller::BeginInvoke([&log] { log.push_back("begun by worker"); });
-                    CGuiThreadCaller::Fire([&log] { log.push_back("fired by worker"); });
-                })
-                .join();
-            EXPECT_EQ(2u, log.size());
-
-            DWORD ranOn = 0;
-            std::thread worker(
+    DWORD ranOn = 0;
+    std::thread worker(
+        [&]
+        {
+            CGuiThreadCaller::Invoke(
                 [&]
                 {
-                    CGuiThreadCaller::Invoke(
-                        [&]
-                        {
-                            ranOn = GetCurrentThreadId();
-                            log.push_back("invoked by worker");
-                        });
-                    EXPECT_EQ(ui, ranOn);
-                    CGuiThreadCaller::BeginInvoke([] { CppUtil::Thread::PostQuitMessage(5); });
+                    ranOn = GetCurrentThreadId();
+                    log.push_back("invoked by worker");
                 });
-            EXPECT_EQ(5, RunMessageLoop());
-            worker.join();
-            EXPECT_EQ((std::vector<std::string>{"begun", "invoked", "fired", "begun by worker",
-                                                "fired by worker", "invoked by worker"}),
-                      log);
+            EXPECT_EQ(ui, ranOn);
+            CGuiThreadCaller::BeginInvoke([] { CppUtil::Thread::PostQuitMessage(5); });
         });
+    EXPECT_EQ(5, RunMessageLoop());
+    worker.join();
+    EXPECT_EQ((std::vector<std::string>{"begun", "invoked", "fired", "begun by worker",
+                                        "fired by worker", "invoked by worker"}),
+              log);
 }
 
-TEST(GuiThreadCallerTest, FailedCallInvokedByAWorkerSurfacesOnTheUserInterfaceThread)
+TEST_ON_FRESH_THREAD(GuiThreadCallerTest,
+                     FailedCallInvokedByAWorkerSurfacesOnTheUserInterfaceThread)
 {
-    OnFreshThread(
-        []
+    CInterThreadCaller caller;
+    CHook hook(caller);
+    std::atomic<bool> returned(false);
+    std::thread worker(
+        [&returned]
         {
-            CInterThreadCaller caller;
-            CHook hook(caller);
-            std::atomic<bool> returned(false);
-            std::thread worker(
-                [&returned]
-                {
-                    CGuiThreadCaller::Invoke([]
-                                             { throw std::runtime_error("invoked call failed"); });
-                    returned = true;
-                });
-            try
-            {
-                RunMessageLoop();
-                ADD_FAILURE() << "the loop ended without the exception";
-            }
-            catch (const std::runtime_error& exception)
-            {
-                EXPECT_STREQ("invoked call failed", exception.what());
-            }
-            worker.join();
-            EXPECT_TRUE(returned);
+            CGuiThreadCaller::Invoke([] { throw std::runtime_error("invoked call failed"); });
+            returned = true;
         });
+    try
+    {
+        RunMessageLoop();
+        ADD_FAILURE() << "the loop ended without the exception";
+    }
+    catch (const std::runtime_error& exception)
+    {
+        EXPECT_STREQ("invoked call failed", exception.what());
+    }
+    worker.join();
+    EXPECT_TRUE(returned);
 }
