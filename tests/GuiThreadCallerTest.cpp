@@ -1,6 +1,6 @@
 #include "FreshThreadTest.h"
+#include "Thrown.h"
 
-#include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/GuiThreadCaller.h>
 #include <cpputil/InterThreadCaller.h>
@@ -14,7 +14,6 @@
 #include <thread>
 #include <vector>
 
-using CppUtil::Exception::CQlException;
 using CppUtil::Thread::CGuiThreadCaller;
 using CppUtil::Thread::CInterThreadCaller;
 using CppUtil::Thread::RunMessageLoop;
@@ -29,23 +28,6 @@ public:
     explicit CHook(CInterThreadCaller& caller) { CGuiThreadCaller::Hook(caller); }
     ~CHook() { CGuiThreadCaller::Unhook(); }
 };
-
-void ExpectAssertion(const std::function<void()>& call, const char* expression,
-                     const char* function, unsigned int line)
-{
-    try
-    {
-        call();
-        ADD_FAILURE() << "no exception for " << expression;
-    }
-    catch (const CQlException& exception)
-    {
-        EXPECT_STREQ(expression, exception.what());
-        EXPECT_STREQ(function, exception.GetFunction());
-        EXPECT_STREQ("GuiThreadCaller", exception.GetFile());
-        EXPECT_EQ(line, exception.GetLine());
-    }
-}
 
 } // namespace
 
@@ -64,8 +46,9 @@ TEST_ON_FRESH_THREAD(GuiThreadCallerTest, UnhookedCallsRunAtOnceOnTheCallingThre
 
 TEST(GuiThreadCallerTest, HookingTwiceOrUnhookingNothingRaisesTheAssertion)
 {
-    ExpectAssertion([] { CGuiThreadCaller::Unhook(); }, "NULL != s_poCaller",
-                    "CppUtil::Thread::CGuiThreadCaller::Unhook", 81);
+    EXPECT_EQ("NULL != s_poCaller",
+              ThrownAt([] { CGuiThreadCaller::Unhook(); },
+                       "CppUtil::Thread::CGuiThreadCaller::Unhook", "GuiThreadCaller", 81));
     OnFreshThread(
         []
         {
@@ -73,8 +56,10 @@ TEST(GuiThreadCallerTest, HookingTwiceOrUnhookingNothingRaisesTheAssertion)
             CHook hook(caller);
             {
                 CInterThreadCaller other(false, "refused");
-                ExpectAssertion([&other] { CGuiThreadCaller::Hook(other); }, "NULL == s_poCaller",
-                                "CppUtil::Thread::CGuiThreadCaller::Hook", 64);
+                EXPECT_EQ("NULL == s_poCaller",
+                          ThrownAt([&other] { CGuiThreadCaller::Hook(other); },
+                                   "CppUtil::Thread::CGuiThreadCaller::Hook", "GuiThreadCaller",
+                                   64));
             }
             // The refused caller is gone; the first one still takes the calls.
             bool ran = false;
@@ -142,15 +127,7 @@ TEST_ON_FRESH_THREAD(GuiThreadCallerTest,
             CGuiThreadCaller::Invoke([] { throw std::runtime_error("invoked call failed"); });
             returned = true;
         });
-    try
-    {
-        RunMessageLoop();
-        ADD_FAILURE() << "the loop ended without the exception";
-    }
-    catch (const std::runtime_error& exception)
-    {
-        EXPECT_STREQ("invoked call failed", exception.what());
-    }
+    EXPECT_EQ("invoked call failed", Thrown<std::runtime_error>([] { RunMessageLoop(); }));
     worker.join();
     EXPECT_TRUE(returned);
 }

@@ -1,5 +1,6 @@
 #include "FreshThreadTest.h"
 #include "LogRecorder.h"
+#include "Thrown.h"
 
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/CppUtil.Thread.OneShotTimer.h>
@@ -91,15 +92,7 @@ TEST_ON_FRESH_THREAD(MessageLoopTest, HandlerExceptionLeavesTheLoopOfTheWindowsT
     };
 
     window.PostMessage(WM_USER);
-    try
-    {
-        RunMessageLoop();
-        ADD_FAILURE() << "the loop swallowed the exception";
-    }
-    catch (const std::runtime_error& e)
-    {
-        EXPECT_STREQ("handler failed", e.what());
-    }
+    EXPECT_EQ("handler failed", Thrown<std::runtime_error>([] { RunMessageLoop(); }));
     EXPECT_THROW(window.SendMessage(WM_USER), std::runtime_error);
     // The window and the loop carry on afterwards.
     EXPECT_EQ(1, window.SendMessage(WM_USER + 1));
@@ -179,15 +172,8 @@ TEST(MessageLoopTest, HandlerExceptionReachesOnlyTheCallThatCausedItAndTheRestIs
                 SendMessage(failingWnd, WM_USER + 1, 0, 0);
                 throw std::runtime_error("outer handler failed");
             };
-            try
-            {
-                other.SendMessage(WM_USER);
-                ADD_FAILURE() << "the failures vanished";
-            }
-            catch (const std::runtime_error& e)
-            {
-                EXPECT_STREQ("inner send failed", e.what());
-            }
+            EXPECT_EQ("inner send failed",
+                      Thrown<std::runtime_error>([&other] { other.SendMessage(WM_USER); }));
             EXPECT_TRUE(Logged(recorder, "outer handler failed"));
         });
 }

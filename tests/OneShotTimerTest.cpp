@@ -1,14 +1,13 @@
 #include "FreshThreadTest.h"
+#include "Thrown.h"
 #include "TimerProbe.h"
 
-#include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Thread.OneShotTimer.h>
 
 #include <gtest/gtest.h>
 
 #include <thread>
 
-using CppUtil::Exception::CQlException;
 using CppUtil::Thread::COneShotTimer;
 using CppUtil::Thread::PumpMessages;
 using std::chrono::milliseconds;
@@ -163,20 +162,10 @@ TEST_ON_FRESH_THREAD(OneShotTimerTest, RefusedTimerRaisesWithItsPlace)
     const HWND stale = timer.m_hWnd;
     timer.Destroy();
     timer.m_hWnd = stale;
-    try
-    {
-        timer.Trigger(10);
-        ADD_FAILURE() << "Trigger accepted a dead window";
-    }
-    catch (const CQlException& e)
-    {
-        // The system's text: Windows blames the window handle, Wine the handle.
-        EXPECT_TRUE(CString("Invalid window handle.") == e.what() ||
-                    CString("Invalid handle.") == e.what())
-            << e.what();
-        EXPECT_EQ(CString("CppUtil::Thread::COneShotTimer::Trigger"), e.GetFunction());
-        EXPECT_EQ(CString("CppUtil.Thread.OneShotTimer"), e.GetFile());
-        EXPECT_EQ(61u, e.GetLine());
-    }
+    const std::string text =
+        ThrownAt([&timer] { timer.Trigger(10); }, "CppUtil::Thread::COneShotTimer::Trigger",
+                 "CppUtil.Thread.OneShotTimer", 61);
+    // The system's text: Windows blames the window handle, Wine the handle.
+    EXPECT_TRUE(text == "Invalid window handle." || text == "Invalid handle.") << text;
     timer.m_hWnd = nullptr;
 }

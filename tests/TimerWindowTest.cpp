@@ -1,8 +1,8 @@
 #include "FreshThreadTest.h"
+#include "Thrown.h"
 #include "TimerProbe.h"
 #include "UiThreadStandIn.h"
 
-#include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/GuiThreadCaller.h>
 #include <cpputil/TimerWindow.h>
 
@@ -10,7 +10,6 @@
 
 #include <thread>
 
-using CppUtil::Exception::CQlException;
 using CppUtil::Thread::CGuiThreadCaller;
 using CppUtil::Thread::CTimerWindow;
 using CppUtil::Thread::PumpMessages;
@@ -129,22 +128,11 @@ TEST_ON_FRESH_THREAD(TimerWindowTest, RefusedTimerRaisesWithItsPlace)
     // The refused timer is not remembered, so a second start tries again.
     for (int attempt = 0; attempt < 2; ++attempt)
     {
-        try
-        {
-            window->StartTimer();
-            ADD_FAILURE() << "StartTimer accepted a dead window";
-        }
-        catch (const CQlException& e)
-        {
-            // The system's text for the refusal: Windows blames the window handle, Wine the
-            // handle.
-            EXPECT_TRUE(CString("Invalid window handle.") == e.what() ||
-                        CString("Invalid handle.") == e.what())
-                << e.what();
-            EXPECT_EQ(CString("CppUtil::Thread::CTimerWindow::StartTimer"), e.GetFunction());
-            EXPECT_EQ(CString("TimerWindow"), e.GetFile());
-            EXPECT_EQ(59u, e.GetLine());
-        }
+        const std::string text =
+            ThrownAt([&window] { window->StartTimer(); },
+                     "CppUtil::Thread::CTimerWindow::StartTimer", "TimerWindow", 59);
+        // The system's text: Windows blames the window handle, Wine the handle.
+        EXPECT_TRUE(text == "Invalid window handle." || text == "Invalid handle.") << text;
     }
     window->m_hWnd = nullptr;
 }
