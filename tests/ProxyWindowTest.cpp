@@ -1,5 +1,6 @@
 #include "FreshThreadTest.h"
 #include "LogRecorder.h"
+#include "Thrown.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
@@ -43,23 +44,12 @@ void ExpectPendingQuit(int exitCode)
     EXPECT_EQ(exitCode, static_cast<int>(message.wParam));
 }
 
-// Waits on another thread for a call queued to the window, and tells what came of it: "ran", or
-// the text of the exception the caller got.
+// Waits on another thread for a call queued to the window, which must fail; the text of the
+// exception the caller got.
 std::future<std::string> WaitForCall(CProxyWindow& window, const CProxyWindow::TDelegate& call)
 {
-    return std::async(std::launch::async,
-                      [&window, call]() -> std::string
-                      {
-                          try
-                          {
-                              window.PostAndWait(call);
-                              return "ran";
-                          }
-                          catch (const CQlException& e)
-                          {
-                              return e.what();
-                          }
-                      });
+    return std::async(std::launch::async, [&window, call]
+                      { return Thrown<CQlException>([&] { window.PostAndWait(call); }); });
 }
 
 } // namespace
