@@ -226,42 +226,36 @@ void AddFormats(CLines& lines)
                     lines.Add("format", format + input,
                               Formatted(format.c_str(), value).GetString());
                 }
+    // One line for a format and the text of the value it is given.
+    const auto add = [&lines](const std::string& format, const char* input, auto value)
+    { lines.Add("format", format + input, Formatted(format.c_str(), value).GetString()); };
     for (const char* format : {"[%f]", "[%e]", "[%g]", "[%10.2f]", "[%-+8G]"})
     {
-        lines.Add("format", std::string(format) + " inf", Formatted(format, infinity).GetString());
-        lines.Add("format", std::string(format) + " -inf",
-                  Formatted(format, -infinity).GetString());
+        add(format, " inf", infinity);
+        add(format, " -inf", -infinity);
     }
     for (const char* format : {"[%s]", "[%10s]", "[%-10s]", "[%.2s]", "[%10.3s]", "[%s%%]"})
-        lines.Add("format", std::string(format) + " abcdef",
-                  Formatted(format, "abcdef").GetString());
+        add(format, " abcdef", "abcdef");
     for (const char* format : {"[%c]", "[%5c]", "[%-5c]", "[%hc]"})
-        lines.Add("format", std::string(format) + " x", Formatted(format, 'x').GetString());
+        add(format, " x", 'x');
 
     // Size prefixes where they mean nothing, cut short, doubled or misspelt, and pointers.
-    for (const char* size : {"I64", "I32", "I"})
+    void* const pointer = reinterpret_cast<void*>(0x1234);
+    for (const std::string size : {"I64", "I32", "I"})
     {
-        const std::string prefix = std::string("[%") + size;
-        lines.Add("format", prefix + "c] x", Formatted((prefix + "c]").c_str(), 'x').GetString());
-        lines.Add("format", prefix + "s] abc",
-                  Formatted((prefix + "s]").c_str(), "abc").GetString());
-        lines.Add("format", prefix + "e] 1.5", Formatted((prefix + "e]").c_str(), 1.5).GetString());
-        lines.Add("format", prefix + "p] 0x1234",
-                  Formatted((prefix + "p]").c_str(), reinterpret_cast<void*>(0x1234)).GetString());
-        lines.Add("format", std::string("abc%") + size,
-                  Formatted((std::string("abc%") + size).c_str(), 5).GetString());
-        lines.Add("format", std::string("abc%5") + size,
-                  Formatted((std::string("abc%5") + size).c_str(), 5).GetString());
+        add("[%" + size + "c]", " x", 'x');
+        add("[%" + size + "s]", " abc", "abc");
+        add("[%" + size + "e]", " 1.5", 1.5);
+        add("[%" + size + "p]", " 0x1234", pointer);
+        add("abc%" + size, "", 5);
+        add("abc%5" + size, "", 5);
     }
     for (const char* format : {"[%hI64d]", "[%lI64d]", "[%I64hd]", "[%I64ld]", "[%hI32d]",
                                "[%lI32d]", "[%I6d]", "[%I3d]", "[%I6]", "[%I640d]", "[%Id]"})
-        lines.Add("format", std::string(format) + " 5",
-                  Formatted(format, static_cast<long long>(5)).GetString());
+        add(format, " 5", static_cast<long long>(5));
     for (const char* format : {"[%p]", "[%20p]", "[%-20p]", "[%020p]", "[%.3p]", "[%#p]"})
-        lines.Add("format", std::string(format) + " 0x1234",
-                  Formatted(format, reinterpret_cast<void*>(0x1234)).GetString());
-    lines.Add("format", "[%p] 0xFEDCBA9876543210",
-              Formatted("[%p]", reinterpret_cast<void*>(0xFEDCBA9876543210ull)).GetString());
+        add(format, " 0x1234", pointer);
+    add("[%p]", " 0xFEDCBA9876543210", reinterpret_cast<void*>(0xFEDCBA9876543210ull));
 }
 
 // --- COleDateTime::ParseDateTime: the hand-picked texts, then dates in many written forms with
