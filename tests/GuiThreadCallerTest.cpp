@@ -1,5 +1,6 @@
 #include "FreshThreadTest.h"
 #include "Thrown.h"
+#include "UiThreadStandIn.h"
 
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/GuiThreadCaller.h>
@@ -18,19 +19,6 @@ using CppUtil::Thread::CGuiThreadCaller;
 using CppUtil::Thread::CInterThreadCaller;
 using CppUtil::Thread::RunMessageLoop;
 
-namespace
-{
-
-// Unhooks even when a test fails half-way, so that the next test can hook.
-class CHook
-{
-public:
-    explicit CHook(CInterThreadCaller& caller) { CGuiThreadCaller::Hook(caller); }
-    ~CHook() { CGuiThreadCaller::Unhook(); }
-};
-
-} // namespace
-
 TEST_ON_FRESH_THREAD(GuiThreadCallerTest, UnhookedCallsRunAtOnceOnTheCallingThread)
 {
     std::vector<DWORD> threads;
@@ -44,36 +32,29 @@ TEST_ON_FRESH_THREAD(GuiThreadCallerTest, UnhookedCallsRunAtOnceOnTheCallingThre
                  std::runtime_error);
 }
 
-TEST(GuiThreadCallerTest, HookingTwiceOrUnhookingNothingRaisesTheAssertion)
+TEST_ON_FRESH_THREAD(GuiThreadCallerTest, HookingTwiceOrUnhookingNothingRaisesTheAssertion)
 {
     EXPECT_EQ("NULL != s_poCaller",
               ThrownAt([] { CGuiThreadCaller::Unhook(); },
                        "CppUtil::Thread::CGuiThreadCaller::Unhook", "GuiThreadCaller", 81));
-    OnFreshThread(
-        []
-        {
-            CInterThreadCaller caller;
-            CHook hook(caller);
-            {
-                CInterThreadCaller other(false, "refused");
-                EXPECT_EQ("NULL == s_poCaller",
-                          ThrownAt([&other] { CGuiThreadCaller::Hook(other); },
-                                   "CppUtil::Thread::CGuiThreadCaller::Hook", "GuiThreadCaller",
-                                   64));
-            }
-            // The refused caller is gone; the first one still takes the calls.
-            bool ran = false;
-            CGuiThreadCaller::Fire([&ran] { ran = true; });
-            EXPECT_FALSE(ran);
-            CppUtil::Thread::PumpMessages(0);
-            EXPECT_TRUE(ran);
-        });
+    CUiThreadStandIn standIn;
+    {
+        CInterThreadCaller other(false, "refused");
+        EXPECT_EQ("NULL == s_poCaller",
+                  ThrownAt([&other] { CGuiThreadCaller::Hook(other); },
+                           "CppUtil::Thread::CGuiThreadCaller::Hook", "GuiThreadCaller", 64));
+    }
+    // The refused caller is gone; the first one still takes the calls.
+    bool ran = false;
+    CGuiThreadCaller::Fire([&ran] { ran = true; });
+    EXPECT_FALSE(ran);
+    CppUtil::Thread::PumpMessages(0);
+    EXPECT_TRUE(ran);
 }
 
 TEST_ON_FRESH_THREAD(GuiThreadCallerTest, HookedCallsRunOnTheUserInterfaceThread)
 {
-    CInterThreadCaller caller(false, "user interface");
-    CHook hook(caller);
+    CUiThreadStandIn standIn;
     const DWORD ui = GetCurrentThreadId();
     std::vector<std::string> log; // touched on this thread only
 
@@ -118,8 +99,7 @@ TEST_ON_FRESH_THREAD(GuiThreadCallerTest, HookedCallsRunOnTheUserInterfaceThread
 TEST_ON_FRESH_THREAD(GuiThreadCallerTest,
                      FailedCallInvokedByAWorkerSurfacesOnTheUserInterfaceThread)
 {
-    CInterThreadCaller caller;
-    CHook hook(caller);
+    CUiThreadStandIn standIn;
     std::atomic<bool> returned(false);
     std::thread worker(
         [&returned]

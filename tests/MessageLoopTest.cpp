@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <stdexcept>
@@ -114,12 +115,10 @@ namespace
 
 bool Logged(CLogRecorder& recorder, const std::string& text)
 {
-    for (const SLogLine& line : recorder.Lines())
-    {
-        if (line.m_sText.find(text) != std::string::npos)
-            return true;
-    }
-    return false;
+    const std::vector<SLogLine> lines = recorder.Lines();
+    return std::any_of(lines.begin(), lines.end(),
+                       [&text](const SLogLine& line)
+                       { return line.m_sText.find(text) != std::string::npos; });
 }
 
 // Waits until a message sent from another thread is pending, without handling it.
