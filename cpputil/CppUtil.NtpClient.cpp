@@ -2,8 +2,8 @@
 
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"
-#include "Platform/CSocket.h"
-#include "Platform/SystemError.h"
+#include "Platform/Kernel/SystemError.h"
+#include "Platform/Net/CSocket.h"
 
 #include <cmath>
 #include <cstdint>

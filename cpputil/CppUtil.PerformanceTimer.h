@@ -5,7 +5,7 @@
 
 #include "CppUtil.Api.h"
 #include "CppUtil.Metrics.h"
-#include "Platform/WinTypes.h"
+#include "Platform/Types/WinTypes.h"
 
 namespace CppUtil
 {

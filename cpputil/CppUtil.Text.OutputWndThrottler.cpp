@@ -3,7 +3,7 @@
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"
 #include "GuiThreadCaller.h"
-#include "Platform/CSingleLock.h"
+#include "Platform/Kernel/CSingleLock.h"
 #include "TimerWindow.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #include "CppUtil.Thread.OneShotTimer.h"
 
 #include "CppUtil.Exception.QlException.h"
-#include "Platform/SystemError.h"
-#include "Platform/WinTypes.h"
+#include "Platform/Kernel/SystemError.h"
+#include "Platform/Types/WinTypes.h"
 
 namespace CppUtil
 {

@@ -2,7 +2,7 @@
 
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"
-#include "Platform/SystemError.h"
+#include "Platform/Kernel/SystemError.h"
 #include "RegistryValue.h"
 
 #include <algorithm>

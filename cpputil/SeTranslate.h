@@ -3,7 +3,7 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/WinTypes.h"
+#include "Platform/Types/WinTypes.h"
 
 namespace CppUtil
 {

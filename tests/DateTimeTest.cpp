@@ -4,7 +4,7 @@
 #include "CivilDays.h"
 
 #include <cpputil/CppUtil.DateTime.h>
-#include <cpputil/Platform/COleDateTime.h>
+#include <cpputil/Platform/Time/COleDateTime.h>
 
 #include <chrono>
 #include <cstdint>

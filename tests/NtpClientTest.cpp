@@ -5,7 +5,7 @@
 
 #include <cpputil/CppUtil.NtpClient.h>
 #include <cpputil/CppUtil.Text.Output.h>
-#include <cpputil/Platform/CAsyncSocket.h>
+#include <cpputil/Platform/Net/CAsyncSocket.h>
 
 #include <chrono>
 #include <cmath>

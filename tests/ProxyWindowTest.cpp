@@ -4,7 +4,7 @@
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
-#include <cpputil/Platform/CEvent.h>
+#include <cpputil/Platform/Kernel/CEvent.h>
 #include <cpputil/ProxyWindow.h>
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // A hidden window that remembers what reached it and lets a test answer its messages.
 #pragma once
 
-#include <cpputil/Platform/CWnd.h>
+#include <cpputil/Platform/Kernel/CWnd.h>
 
 #include <gtest/gtest.h>
 

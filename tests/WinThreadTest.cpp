@@ -1,7 +1,7 @@
 #include "FreshThreadTest.h"
 
-#include <cpputil/Platform/CEvent.h>
-#include <cpputil/Platform/CWinThread.h>
+#include <cpputil/Platform/Kernel/CEvent.h>
+#include <cpputil/Platform/Kernel/CWinThread.h>
 
 #include <gtest/gtest.h>
 
