@@ -4,6 +4,8 @@
 // section key can be filled with other values first, since a store's cost may grow with the key.
 #pragma once
 
+#include "BenchStore.h"
+
 #include <cpputil/CppUtil.Text.Output.h>
 #include <cpputil/Platform/Registry/CRegKey.h>
 #include <cpputil/RegistryValue.h>
@@ -11,14 +13,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-
-#if defined(_WIN32)
-#include <fcntl.h>
-#include <io.h>
-#else
-#include <fcntl.h>
-#include <unistd.h>
-#endif
 
 namespace RegistryOps
 {
@@ -48,17 +42,8 @@ inline void SetValue(unsigned long number)
 class CSetup
 {
 public:
-    CSetup()
+    CSetup() : m_oStore(k_szSectionKey), m_sFile(m_oStore.BaselineFile())
     {
-#if !defined(_WIN32)
-        char folder[] = "/tmp/cpputil-bench-XXXXXX";
-        m_sRoot = ::mkdtemp(folder);
-        ::setenv("CPPUTIL_REGISTRY_ROOT", m_sRoot.c_str(), 1);
-        m_sFile = m_sRoot + "/small.txt";
-#else
-        const char* temp = std::getenv("TEMP");
-        m_sFile = std::string(temp ? temp : ".") + "\\cpputil-bench-small.txt";
-#endif
         // The baseline file has the size of a key's value file holding one number.
         if (std::FILE* file = std::fopen(m_sFile.c_str(), "wb"))
         {
@@ -70,22 +55,9 @@ public:
         SetValue(42);
         m_iValues = 1;
     }
-    ~CSetup()
-    {
-        std::remove(m_sFile.c_str());
-#if defined(_WIN32)
-        ::RegDeleteTreeA(HKEY_CURRENT_USER, k_szSectionKey);
-#else
-        std::string command = "rm -rf '" + m_sRoot + "'";
-        if (std::system(command.c_str()) != 0)
-            std::fprintf(stderr, "could not remove %s\n", m_sRoot.c_str());
-#endif
-    }
+    ~CSetup() { std::remove(m_sFile.c_str()); }
 
-    const std::string& File() const
-    {
-        return m_sFile;
-    }
+    const std::string& File() const { return m_sFile; }
 
     // Adds other values to the section key until it holds count values.
     void Fill(int count)
@@ -100,26 +72,9 @@ public:
     }
 
 private:
-    std::string m_sRoot;
+    CBenchStore m_oStore;
     std::string m_sFile;
     int m_iValues = 0;
 };
-
-inline int PlainRead(const std::string& path)
-{
-    char buffer[512];
-#if defined(_WIN32)
-    const int fd = ::_open(path.c_str(), _O_RDONLY | _O_BINARY);
-    const int count = fd < 0 ? -1 : ::_read(fd, buffer, sizeof buffer);
-    if (fd >= 0)
-        ::_close(fd);
-#else
-    const int fd = ::open(path.c_str(), O_RDONLY);
-    const int count = fd < 0 ? -1 : static_cast<int>(::read(fd, buffer, sizeof buffer));
-    if (fd >= 0)
-        ::close(fd);
-#endif
-    return count;
-}
 
 } // namespace RegistryOps

@@ -2,14 +2,12 @@
 /// Export macro for the CppUtil shared library.
 #pragma once
 
-#if defined(_WIN32)
+#include "Platform/Detect.h"
+
 #if defined(CPPUTIL_BUILDING)
-#define CPPUTIL_API __declspec(dllexport)
+#define CPPUTIL_API CPPUTIL_EXPORT
 #else
-#define CPPUTIL_API __declspec(dllimport)
-#endif
-#else
-#define CPPUTIL_API __attribute__((visibility("default")))
+#define CPPUTIL_API CPPUTIL_IMPORT
 #endif
 
 /// The C exports: C linkage for C++ callers, plain declarations for C ones.

@@ -9,10 +9,7 @@
 #include <ctime>
 #include <map>
 
-#if defined(_MSC_VER)
-#pragma warning(push)
-#pragma warning(disable : 4251)
-#endif
+CPPUTIL_EXPORTED_MEMBERS_BEGIN
 
 namespace CppUtil
 {
@@ -51,6 +48,4 @@ private:
 
 } // namespace CppUtil
 
-#if defined(_MSC_VER)
-#pragma warning(pop)
-#endif
+CPPUTIL_EXPORTED_MEMBERS_END

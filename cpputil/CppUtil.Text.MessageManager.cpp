@@ -15,18 +15,18 @@ namespace
 
 // One lock for the set of managers and their broadcast counts; the condition wakes a manager's
 // destructor when the last broadcast writer leaves it.
-struct SRegistry
+struct SManagerSet
 {
     std::mutex m_oMutex;
     std::condition_variable m_oReleased;
     std::set<CMessageManager*> m_oManagers;
 };
 
-SRegistry& Registry()
+SManagerSet& ManagerSet()
 {
     // Never destroyed: managers with static storage may unregister after it would have gone.
-    static SRegistry* s_poRegistry = new SRegistry;
-    return *s_poRegistry;
+    static SManagerSet* s_poManagerSet = new SManagerSet;
+    return *s_poManagerSet;
 }
 
 } // namespace
@@ -34,9 +34,9 @@ SRegistry& Registry()
 CMessageManager::CMessageManager()
     : m_poOutput(nullptr), m_bTraceLogging(false), m_bPrintLogging(true), m_uBroadcastUsers(0)
 {
-    SRegistry& registry = Registry();
-    std::lock_guard<std::mutex> lock(registry.m_oMutex);
-    registry.m_oManagers.insert(this);
+    SManagerSet& managerSet = ManagerSet();
+    std::lock_guard<std::mutex> lock(managerSet.m_oMutex);
+    managerSet.m_oManagers.insert(this);
 }
 
 CMessageManager::CMessageManager(const CMessageManager& other)
@@ -44,9 +44,9 @@ CMessageManager::CMessageManager(const CMessageManager& other)
       m_bTraceLogging(other.m_bTraceLogging.load()), m_bPrintLogging(other.m_bPrintLogging.load()),
       m_uBroadcastUsers(0)
 {
-    SRegistry& registry = Registry();
-    std::lock_guard<std::mutex> lock(registry.m_oMutex);
-    registry.m_oManagers.insert(this);
+    SManagerSet& managerSet = ManagerSet();
+    std::lock_guard<std::mutex> lock(managerSet.m_oMutex);
+    managerSet.m_oManagers.insert(this);
 }
 
 CMessageManager& CMessageManager::operator=(const CMessageManager& other)
@@ -67,23 +67,23 @@ CMessageManager& CMessageManager::operator=(const CMessageManager& other)
 
 CMessageManager::~CMessageManager()
 {
-    SRegistry& registry = Registry();
-    std::unique_lock<std::mutex> lock(registry.m_oMutex);
-    registry.m_oManagers.erase(this);
-    registry.m_oReleased.wait(lock, [this] { return m_uBroadcastUsers == 0; });
+    SManagerSet& managerSet = ManagerSet();
+    std::unique_lock<std::mutex> lock(managerSet.m_oMutex);
+    managerSet.m_oManagers.erase(this);
+    managerSet.m_oReleased.wait(lock, [this] { return m_uBroadcastUsers == 0; });
 }
 
 std::set<CMessageManager*>& CMessageManager::GetMessageManagers()
 {
-    return Registry().m_oManagers;
+    return ManagerSet().m_oManagers;
 }
 
 void CMessageManager::ForEachManager(const boost::function<void(CMessageManager&)>& action)
 {
-    SRegistry& registry = Registry();
+    SManagerSet& managerSet = ManagerSet();
     std::vector<CMessageManager*> managers;
     {
-        std::lock_guard<std::mutex> lock(registry.m_oMutex);
+        std::lock_guard<std::mutex> lock(managerSet.m_oMutex);
         const std::set<CMessageManager*>& live = GetMessageManagers();
         managers.assign(live.begin(), live.end());
         for (CMessageManager* manager : managers)
@@ -95,34 +95,34 @@ void CMessageManager::ForEachManager(const boost::function<void(CMessageManager&
     std::size_t next = 0;
     struct SGiveBack
     {
-        SRegistry& m_oRegistry;
+        SManagerSet& m_oManagerSet;
         std::vector<CMessageManager*>& m_oManagers;
         std::size_t& m_nNext;
         ~SGiveBack()
         {
-            std::lock_guard<std::mutex> lock(m_oRegistry.m_oMutex);
+            std::lock_guard<std::mutex> lock(m_oManagerSet.m_oMutex);
             for (std::size_t i = m_nNext; i < m_oManagers.size(); ++i)
                 --m_oManagers[i]->m_uBroadcastUsers;
-            m_oRegistry.m_oReleased.notify_all();
+            m_oManagerSet.m_oReleased.notify_all();
         }
-    } giveBack{registry, managers, next};
+    } giveBack{managerSet, managers, next};
 
     while (next < managers.size())
     {
         CMessageManager* manager = managers[next];
         action(*manager);
-        std::lock_guard<std::mutex> lock(registry.m_oMutex);
+        std::lock_guard<std::mutex> lock(managerSet.m_oMutex);
         --manager->m_uBroadcastUsers;
         ++next;
-        registry.m_oReleased.notify_all();
+        managerSet.m_oReleased.notify_all();
     }
 }
 
 void CMessageManager::ForgetOutput(const COutput& output)
 {
-    SRegistry& registry = Registry();
-    std::lock_guard<std::mutex> lock(registry.m_oMutex);
-    for (CMessageManager* manager : registry.m_oManagers)
+    SManagerSet& managerSet = ManagerSet();
+    std::lock_guard<std::mutex> lock(managerSet.m_oMutex);
+    for (CMessageManager* manager : managerSet.m_oManagers)
         manager->LeaveOutput(output);
 }
 

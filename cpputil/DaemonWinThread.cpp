@@ -2,7 +2,7 @@
 
 #include "CppUtil.Exception.QlException.h"
 #include "DaemonThread.h"
-#include "Platform/Kernel/ComApartment.h"
+#include "Platform/Kernel/Runtime.h"
 #include "Platform/Kernel/WinMessages.h"
 #include "SeTranslate.h"
 

@@ -1,7 +1,7 @@
 #include "SeTranslate.h"
 
 #include "CppUtil.Exception.QlException.h"
-#include "Platform/Kernel/SeTranslator.h"
+#include "Platform/Kernel/Runtime.h"
 
 #include <cstdarg>
 
@@ -106,7 +106,7 @@ void StructuredExceptionTranslate(unsigned int code, _EXCEPTION_POINTERS* info)
 
 bool InstallStructuredExceptionTranslator()
 {
-    return Platform::SetSeTranslator(&StructuredExceptionTranslate);
+    return Platform::SetSehHook(&StructuredExceptionTranslate);
 }
 
 } // namespace Exception

@@ -1,4 +1,5 @@
 #include "LogRecorder.h"
+#include "SelfProcess.h"
 
 #include <cpputil/CppUtil.Thread.BufferedOutFile.h>
 
@@ -13,16 +14,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <csignal>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-extern char** environ;
-#endif
 
 using CppUtil::Text::CMessageManager;
 using CppUtil::Text::COutput;
@@ -191,68 +182,14 @@ TEST_F(BufferedOutFileTest, DISABLED_WriterProcess)
     }
 }
 
-class CWriterProcess
-{
-public:
-    explicit CWriterProcess(const std::filesystem::path& target)
-    {
-        const std::string filter = "--gtest_filter=BufferedOutFileTest.DISABLED_WriterProcess";
-        const std::string disabled = "--gtest_also_run_disabled_tests";
-#if defined(_WIN32)
-        ::SetEnvironmentVariableA(k_szWriterFileVariable, target.string().c_str());
-        char self[MAX_PATH];
-        ::GetModuleFileNameA(nullptr, self, MAX_PATH);
-        std::string command = "\"" + std::string(self) + "\" " + filter + " " + disabled;
-        STARTUPINFOA startup = {};
-        startup.cb = sizeof(startup);
-        PROCESS_INFORMATION info = {};
-        m_bStarted = ::CreateProcessA(self, &command[0], nullptr, nullptr, FALSE, 0, nullptr,
-                                      nullptr, &startup, &info) != FALSE;
-        if (m_bStarted)
-        {
-            ::CloseHandle(info.hThread);
-            m_hProcess = info.hProcess;
-        }
-#else
-        ::setenv(k_szWriterFileVariable, target.string().c_str(), 1);
-        std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
-        char* argv[] = {&self[0], const_cast<char*>(filter.c_str()),
-                        const_cast<char*>(disabled.c_str()), nullptr};
-        m_bStarted = ::posix_spawn(&m_iPid, self.c_str(), nullptr, nullptr, argv, environ) == 0;
-#endif
-    }
-
-    // No clean-up of any kind runs in the writer.
-    void Kill()
-    {
-#if defined(_WIN32)
-        ::TerminateProcess(m_hProcess, 9);
-        ::WaitForSingleObject(m_hProcess, INFINITE);
-        ::CloseHandle(m_hProcess);
-#else
-        ::kill(m_iPid, SIGKILL);
-        int status = 0;
-        ::waitpid(m_iPid, &status, 0);
-#endif
-    }
-
-    bool m_bStarted = false;
-
-private:
-#if defined(_WIN32)
-    HANDLE m_hProcess = nullptr;
-#else
-    pid_t m_iPid = 0;
-#endif
-};
-
 TEST_F(BufferedOutFileTest, AWriterKilledWhileAppendingLeavesOnlyWholeLinesAfterTheNextStart)
 {
     const std::filesystem::path path = m_oDir / "killed.log";
     std::mt19937 random(std::random_device{}());
     for (int round = 0; round < 3; ++round)
     {
-        CWriterProcess writer(path);
+        CSelfProcess writer(k_szWriterFileVariable, path.string(),
+                            "BufferedOutFileTest.DISABLED_WriterProcess");
         ASSERT_TRUE(writer.m_bStarted);
         // Killed a moment after an append has begun, while that append is likely still going.
         const auto size = [&path]

@@ -1,6 +1,6 @@
 #include "LogRecorder.h"
+#include "Thrown.h"
 
-#include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Gui.Chart.Chart.h>
 #include <cpputil/CppUtil.Text.MessageManager.h>
 
@@ -9,7 +9,6 @@
 #include <string>
 
 using namespace CppUtil::Gui::Chart;
-using CppUtil::Exception::CQlException;
 
 namespace
 {
@@ -25,19 +24,8 @@ enum
 template <class TCall>
 std::string Failure(const TCall& call, const char* function, unsigned int line)
 {
-    try
-    {
-        call();
-    }
-    catch (const CQlException& e)
-    {
-        EXPECT_EQ(std::string("CppUtil::Gui::Chart::CChart::") + function, e.GetFunction().Str());
-        EXPECT_EQ("CppUtil.Gui.Chart.Chart", e.GetFile().Str());
-        EXPECT_EQ(line, e.GetLine());
-        return e.what();
-    }
-    ADD_FAILURE() << "no exception from " << function;
-    return std::string();
+    return ThrownAt(call, std::string("CppUtil::Gui::Chart::CChart::") + function,
+                    "CppUtil.Gui.Chart.Chart", line);
 }
 
 std::string Letters(const CGraph::TEventMarkers& markers)

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <sys/resource.h>
@@ -44,15 +45,37 @@ void Store(const CString& section, const char* name, const CString& value)
         .SetValue(value);
 }
 
-std::string ValueFile(const CString& section)
+// The folder of a key below HKEY_CURRENT_USER.
+std::string KeyFolder(const std::string& key, bool create = false)
 {
     std::string folder;
-    EXPECT_EQ(ERROR_SUCCESS,
-              CFileRegistry::FindKey(
-                  CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
-                  CppUtil::Settings::CQLRegistry::GetSectionKeyName(section).GetString(), false,
-                  folder));
-    return folder + "/.values.reg";
+    EXPECT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
+                                                    key, create, folder));
+    return folder;
+}
+
+std::string ValueFile(const CString& section)
+{
+    return KeyFolder(CppUtil::Settings::CQLRegistry::GetSectionKeyName(section).GetString()) +
+           "/.values.reg";
+}
+
+LONG CreateKey(CRegKey& key, const std::string& path)
+{
+    return key.Create(HKEY_CURRENT_USER, path.c_str(), nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                      nullptr);
+}
+
+// Runs body in a child process; its exit status, or -1 when it did not exit by itself.
+int InChild(const std::function<int()>& body)
+{
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(body());
+    int status = 0;
+    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status))
+        return -1;
+    return WEXITSTATUS(status);
 }
 
 std::string JournalFile(const CString& section)
@@ -76,8 +99,7 @@ std::string Stored(const std::string& prefix, int index)
 void WriteValues(const std::string& key, const std::string& prefix, int first, int count)
 {
     CRegKey registry;
-    if (registry.Create(HKEY_CURRENT_USER, key.c_str(), nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                        nullptr) != ERROR_SUCCESS)
+    if (CreateKey(registry, key) != ERROR_SUCCESS)
         ::_exit(3);
     for (int i = first; i < first + count; ++i)
         if (registry.SetStringValue(("name" + std::to_string(i)).c_str(),
@@ -200,7 +222,7 @@ TEST(FileRegistryTest, DamagedValueFilesReadAsDefaultsAndAreRepaired)
     }
 }
 
-TEST(FileRegistryTest, TornAndForgedJournalRecordsAreIgnored)
+TEST(FileRegistryTest, TornAndForgedJournalRecordsAreIgnoredAndFileSystemFailuresAreWin32Codes)
 {
     CRegistrySandbox sandbox;
     const CString section = sandbox.Section("Journal");
@@ -213,32 +235,16 @@ TEST(FileRegistryTest, TornAndForgedJournalRecordsAreIgnored)
     Store(section, "After", "landed");
     EXPECT_EQ(CString("landed"), Load(section, "After", "default"));
     EXPECT_EQ(CString("kept"), Load(section, "Keep", "default"));
-}
 
-// A failure of the file system reaches the caller as the Win32 code of its meaning, never as the
-// errno number, which Win32 would read as another code (21, EISDIR, is "device not ready").
-TEST(FileRegistryTest, FileSystemFailuresReachCallersAsWin32Codes)
-{
-    CRegistrySandbox sandbox;
-    const CString section = sandbox.Section("Failing");
-    Store(section, "Keep", "kept");
-    const std::string journal = JournalFile(section);
+    // A failure of the file system reaches the caller as the Win32 code of its meaning, never as
+    // the errno number, which Win32 would read as another code (21, EISDIR, is "device not
+    // ready"). The journal replaced by a folder: opening it to append fails with EISDIR.
     CRegKey key;
-    ASSERT_EQ(ERROR_SUCCESS, key.Open(HKEY_CURRENT_USER, sandbox.KeyPath("Failing"), KEY_WRITE));
-    const auto text = [](LONG code)
-    {
-        char buffer[256] = "";
-        ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                         static_cast<DWORD>(code), 0, buffer, sizeof buffer, nullptr);
-        return std::string(buffer);
-    };
-    // The journal replaced by a folder: opening it to append fails with EISDIR.
+    ASSERT_EQ(ERROR_SUCCESS, key.Open(HKEY_CURRENT_USER, sandbox.KeyPath("Journal"), KEY_WRITE));
     ASSERT_EQ(ERROR_SUCCESS, key.Flush());
     ASSERT_EQ(0, ::unlink(journal.c_str()));
     ASSERT_EQ(0, ::mkdir(journal.c_str(), 0755));
-    const LONG status = key.SetDWORDValue("Value", 1);
-    EXPECT_EQ(ERROR_ACCESS_DENIED, status);
-    EXPECT_EQ("Access is denied.\r\n", text(status));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, key.SetDWORDValue("Value", 1));
     EXPECT_EQ(CString("kept"), Load(section, "Keep", "default"));
 }
 
@@ -247,9 +253,7 @@ TEST(FileRegistryTest, KilledWriterLeavesEveryValueOldOrNew)
     CRegistrySandbox sandbox;
     const std::string key = "Software\\Crash";
     const int count = 2000;
-    std::string folder;
-    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
-                                                    key, true, folder));
+    const std::string folder = KeyFolder(key, true);
     const auto seed = [](std::vector<SRegValue>& values)
     {
         for (int i = 0; i < count; ++i)
@@ -323,10 +327,7 @@ TEST(FileRegistryTest, ConcurrentWritersLoseNoValue)
         ASSERT_EQ(child, ::waitpid(child, &status, 0));
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
-    std::string folder;
-    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
-                                                    key, false, folder));
-    std::vector<SRegValue> values = CFileRegistry::ReadValues(folder);
+    std::vector<SRegValue> values = CFileRegistry::ReadValues(KeyFolder(key));
     EXPECT_EQ(4u * perThread, values.size());
     for (int i = 0; i < 4 * perThread; ++i)
     {
@@ -459,32 +460,23 @@ TEST(FileRegistryTest, WritesAcrossFoldsInAnotherProcessAreNeitherMissedNorUndon
     STimeless timeless;
     const std::string key = "Software\\Folds";
     CRegKey mine;
-    ASSERT_EQ(ERROR_SUCCESS, mine.Create(HKEY_CURRENT_USER, key.c_str(), nullptr, 0, KEY_ALL_ACCESS,
-                                         nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(mine, key));
     ASSERT_EQ(ERROR_SUCCESS, mine.SetDWORDValue("Theirs", 0));
     ASSERT_EQ(ERROR_SUCCESS, mine.SetDWORDValue("Mine", 0));
     ASSERT_EQ(ERROR_SUCCESS, mine.Flush());
-    std::string folder;
-    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
-                                                    key, false, folder));
+    const std::string folder = KeyFolder(key);
     for (DWORD round = 1; round <= 20; ++round)
     {
-        const pid_t child = ::fork();
-        ASSERT_NE(-1, child);
-        if (child == 0)
+        const auto theirs = [&]
         {
-            CRegKey theirs;
-            if (theirs.Open(HKEY_CURRENT_USER, key.c_str(), KEY_ALL_ACCESS) != ERROR_SUCCESS)
-                ::_exit(3);
-            for (DWORD step = 3; step-- > 0;)
-                if (theirs.SetDWORDValue("Theirs", round + step * 1000) != ERROR_SUCCESS ||
-                    theirs.Flush() != ERROR_SUCCESS)
-                    ::_exit(4);
-            ::_exit(0);
-        }
-        int status = 0;
-        ASSERT_EQ(child, ::waitpid(child, &status, 0));
-        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+            CRegKey other;
+            bool ok = other.Open(HKEY_CURRENT_USER, key.c_str(), KEY_ALL_ACCESS) == ERROR_SUCCESS;
+            for (DWORD step = 3; ok && step-- > 0;)
+                ok = other.SetDWORDValue("Theirs", round + step * 1000) == ERROR_SUCCESS &&
+                     other.Flush() == ERROR_SUCCESS;
+            return ok ? 0 : 3;
+        };
+        ASSERT_EQ(0, InChild(theirs));
         DWORD seen = 0;
         ASSERT_EQ(ERROR_SUCCESS, mine.QueryDWORDValue("Theirs", seen));
         EXPECT_EQ(round, seen) << "a write of another process missed";
@@ -505,16 +497,13 @@ TEST(FileRegistryTest, KeyInUseStaysInMemoryAmongManyOthers)
 {
     CRegistrySandbox sandbox;
     CRegKey mine;
-    ASSERT_EQ(ERROR_SUCCESS, mine.Create(HKEY_CURRENT_USER, "Software\\InUse", nullptr, 0,
-                                         KEY_ALL_ACCESS, nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(mine, "Software\\InUse"));
     ASSERT_EQ(ERROR_SUCCESS, mine.SetDWORDValue("v", 1));
     DWORD seen = 0;
     ASSERT_EQ(ERROR_SUCCESS, mine.QueryDWORDValue("v", seen));
-    std::string folder;
-    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
-                                                    "Software\\InUse", false, folder));
     {
-        std::fstream journal(folder + "/.values.journal", std::ios::in | std::ios::out);
+        std::fstream journal(KeyFolder("Software\\InUse") + "/.values.journal",
+                             std::ios::in | std::ios::out);
         const std::string text{std::istreambuf_iterator<char>(journal), {}};
         journal.seekp(static_cast<std::streamoff>(text.find("dword:00000001") + 13));
         journal.put('2'); // the record's checksum no longer matches: read again, v is gone
@@ -522,11 +511,8 @@ TEST(FileRegistryTest, KeyInUseStaysInMemoryAmongManyOthers)
     for (int i = 0; i < 5000; ++i)
     {
         CRegKey other;
-        ASSERT_EQ(ERROR_SUCCESS, other.Create(HKEY_CURRENT_USER,
-                                              ("Software\\Other\\" + std::to_string(i / 64) + "\\" +
-                                               std::to_string(i % 64))
-                                                  .c_str(),
-                                              nullptr, 0, KEY_ALL_ACCESS, nullptr, nullptr));
+        ASSERT_EQ(ERROR_SUCCESS, CreateKey(other, "Software\\Other\\" + std::to_string(i / 64) +
+                                                      "\\" + std::to_string(i % 64)));
         EXPECT_EQ(ERROR_FILE_NOT_FOUND, other.QueryDWORDValue("v", seen));
         ASSERT_EQ(ERROR_SUCCESS, mine.QueryDWORDValue("v", seen)) << "after " << i << " others";
         EXPECT_EQ(1u, seen);
@@ -541,35 +527,27 @@ TEST(FileRegistryTest, WriteWhoseFoldFindsTheDiskFullLandsAndSucceeds)
     const std::string key = "Software\\Full";
     const std::string big(16 * 1024, 'x');
     CRegKey registry;
-    ASSERT_EQ(ERROR_SUCCESS, registry.Create(HKEY_CURRENT_USER, key.c_str(), nullptr, 0,
-                                             KEY_ALL_ACCESS, nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(registry, key));
     for (int i = 0; i < 40; ++i)
         ASSERT_EQ(ERROR_SUCCESS,
                   registry.SetStringValue(("old" + std::to_string(i)).c_str(), big.c_str()));
     ASSERT_EQ(ERROR_SUCCESS, registry.Flush());
-    const pid_t child = ::fork();
-    ASSERT_NE(-1, child);
-    if (child == 0)
+    const auto fill = [&]
     {
         // Room for the journal, which grows to the value file's size before a fold, but not for
         // the new value file, which holds both.
         ::signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{1024 * 1024, 1024 * 1024};
         if (::setrlimit(RLIMIT_FSIZE, &limit) != 0)
-            ::_exit(2);
+            return 2;
         for (int i = 0; i < 48; ++i)
             if (registry.SetStringValue(("new" + std::to_string(i)).c_str(), big.c_str()) !=
                 ERROR_SUCCESS)
-                ::_exit(10 + i);
-        ::_exit(0);
-    }
-    int status = 0;
-    ASSERT_EQ(child, ::waitpid(child, &status, 0));
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(0, WEXITSTATUS(status)) << "the write that folded reported a failure";
-    std::string folder;
-    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
-                                                    key, false, folder));
+                return 10 + i;
+        return 0;
+    };
+    EXPECT_EQ(0, InChild(fill)) << "the write that folded reported a failure";
+    const std::string folder = KeyFolder(key);
     EXPECT_EQ(88u, CFileRegistry::ReadValues(folder).size());
     ASSERT_EQ(ERROR_SUCCESS, registry.Flush());
     EXPECT_EQ(88u, CFileRegistry::ReadValues(folder).size());
@@ -581,8 +559,7 @@ TEST(FileRegistryTest, ChildForkedDuringAWriteWritesAndLocksNothing)
 {
     CRegistrySandbox sandbox;
     CRegKey registry;
-    ASSERT_EQ(ERROR_SUCCESS, registry.Create(HKEY_CURRENT_USER, "Software\\Forked", nullptr, 0,
-                                             KEY_ALL_ACCESS, nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(registry, "Software\\Forked"));
     std::atomic<bool> stop{false};
     std::thread writer(
         [&]
@@ -593,24 +570,16 @@ TEST(FileRegistryTest, ChildForkedDuringAWriteWritesAndLocksNothing)
     // A child that hangs is killed by its alarm.
     const auto writes = []
     {
-        const pid_t child = ::fork();
-        if (child == 0)
-        {
-            ::alarm(5);
-            CRegKey again;
-            ::_exit(again.Open(HKEY_CURRENT_USER, "Software\\Forked", KEY_ALL_ACCESS) ==
-                                ERROR_SUCCESS &&
-                            again.SetDWORDValue("Child", 1) == ERROR_SUCCESS
-                        ? 0
-                        : 3);
-        }
-        int status = 0;
-        return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) &&
-               WEXITSTATUS(status) == 0;
+        ::alarm(5);
+        CRegKey again;
+        return again.Open(HKEY_CURRENT_USER, "Software\\Forked", KEY_ALL_ACCESS) == ERROR_SUCCESS &&
+                       again.SetDWORDValue("Child", 1) == ERROR_SUCCESS
+                   ? 0
+                   : 3;
     };
     int hung = -1;
     for (int i = 0; i < 100 && hung < 0; ++i)
-        if (!writes())
+        if (InChild(writes) != 0)
             hung = i;
     // A child that lives on does not keep the key locked.
     const pid_t sleeper = ::fork();
@@ -623,7 +592,7 @@ TEST(FileRegistryTest, ChildForkedDuringAWriteWritesAndLocksNothing)
     stop = true;
     writer.join();
     EXPECT_EQ(-1, hung) << "a child forked during a write hung";
-    EXPECT_TRUE(writes()) << "the key stayed locked";
+    EXPECT_EQ(0, InChild(writes)) << "the key stayed locked";
     if (sleeper > 0 && ::kill(sleeper, SIGKILL) == 0)
         ::waitpid(sleeper, nullptr, 0);
 }

@@ -1,5 +1,6 @@
+#include "FreshThreadTest.h"
 #include "LogRecorder.h"
-#include "RecorderWnd.h"
+#include "Thrown.h"
 
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/CppUtil.Thread.OneShotTimer.h>
@@ -7,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <stdexcept>
@@ -21,111 +23,91 @@ using CppUtil::Thread::RunMessageLoop;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-TEST(MessageLoopTest, QuitEndsTheLoopWithItsCodeAfterThePostedMessages)
+TEST_ON_FRESH_THREAD(MessageLoopTest, QuitEndsTheLoopWithItsCodeAfterThePostedMessages)
 {
-    OnFreshThread(
-        []
-        {
-            CRecorderWnd window;
-            std::vector<WPARAM> handled;
-            window.m_fnHandler = [&](UINT, WPARAM wParam, LPARAM) -> LRESULT
-            {
-                handled.push_back(wParam);
-                return 0;
-            };
-            // Messages posted after the quit was asked for are still handled before it.
-            CppUtil::Thread::PostQuitMessage(7);
-            window.PostMessage(WM_USER, 1);
-            window.PostMessage(WM_USER, 2);
-            EXPECT_EQ(7, RunMessageLoop());
-            EXPECT_EQ((std::vector<WPARAM>{1, 2}), handled);
+    CRecorderWnd window;
+    std::vector<WPARAM> handled;
+    window.m_fnHandler = [&](UINT, WPARAM wParam, LPARAM) -> LRESULT
+    {
+        handled.push_back(wParam);
+        return 0;
+    };
+    // Messages posted after the quit was asked for are still handled before it.
+    CppUtil::Thread::PostQuitMessage(7);
+    window.PostMessage(WM_USER, 1);
+    window.PostMessage(WM_USER, 2);
+    EXPECT_EQ(7, RunMessageLoop());
+    EXPECT_EQ((std::vector<WPARAM>{1, 2}), handled);
 
-            // A quit posted to a window ends the loop just the same, in its turn.
-            window.PostMessage(WM_USER, 3);
-            window.PostMessage(WM_QUIT, 4);
-            window.PostMessage(WM_USER, 5);
-            EXPECT_EQ(4, RunMessageLoop());
-            EXPECT_EQ((std::vector<WPARAM>{1, 2, 3}), handled);
-            CppUtil::Thread::PostQuitMessage(0);
-            EXPECT_EQ(0, RunMessageLoop());
-            EXPECT_EQ((std::vector<WPARAM>{1, 2, 3, 5}), handled);
-        });
+    // A quit posted to a window ends the loop just the same, in its turn.
+    window.PostMessage(WM_USER, 3);
+    window.PostMessage(WM_QUIT, 4);
+    window.PostMessage(WM_USER, 5);
+    EXPECT_EQ(4, RunMessageLoop());
+    EXPECT_EQ((std::vector<WPARAM>{1, 2, 3}), handled);
+    CppUtil::Thread::PostQuitMessage(0);
+    EXPECT_EQ(0, RunMessageLoop());
+    EXPECT_EQ((std::vector<WPARAM>{1, 2, 3, 5}), handled);
 }
 
-TEST(MessageLoopTest, PumpMessagesRunsForItsTimeOrUntilQuit)
+TEST_ON_FRESH_THREAD(MessageLoopTest, PumpMessagesRunsForItsTimeOrUntilQuit)
 {
-    OnFreshThread(
-        []
+    CRecorderWnd window;
+    const HWND hWnd = window.m_hWnd;
+    window.m_fnHandler = [](UINT, WPARAM wParam, LPARAM) -> LRESULT
+    {
+        CppUtil::Thread::PostQuitMessage(static_cast<int>(wParam));
+        return 0;
+    };
+
+    window.SetTimer(1, 20, nullptr);
+    steady_clock::time_point start = steady_clock::now();
+    PumpMessages(300);
+    EXPECT_GE(steady_clock::now() - start, milliseconds(300));
+    EXPECT_FALSE(window.m_oTimers.empty());
+    window.KillTimer(1);
+
+    std::thread poster(
+        [hWnd]
         {
-            CRecorderWnd window;
-            const HWND hWnd = window.m_hWnd;
-            window.m_fnHandler = [](UINT, WPARAM wParam, LPARAM) -> LRESULT
-            {
-                CppUtil::Thread::PostQuitMessage(static_cast<int>(wParam));
-                return 0;
-            };
-
-            window.SetTimer(1, 20, nullptr);
-            steady_clock::time_point start = steady_clock::now();
-            PumpMessages(300);
-            EXPECT_GE(steady_clock::now() - start, milliseconds(300));
-            EXPECT_FALSE(window.m_oTimers.empty());
-            window.KillTimer(1);
-
-            std::thread poster(
-                [hWnd]
-                {
-                    Sleep(100);
-                    PostMessage(hWnd, WM_USER, 5, 0);
-                });
-            start = steady_clock::now();
-            PumpMessages(60000);
-            poster.join();
-            EXPECT_LT(steady_clock::now() - start, milliseconds(30000));
-            // The quit is left for the enclosing loop.
-            EXPECT_EQ(5, RunMessageLoop());
+            Sleep(100);
+            PostMessage(hWnd, WM_USER, 5, 0);
         });
+    start = steady_clock::now();
+    PumpMessages(60000);
+    poster.join();
+    EXPECT_LT(steady_clock::now() - start, milliseconds(30000));
+    // The quit is left for the enclosing loop.
+    EXPECT_EQ(5, RunMessageLoop());
 }
 
-TEST(MessageLoopTest, HandlerExceptionLeavesTheLoopOfTheWindowsThread)
+TEST_ON_FRESH_THREAD(MessageLoopTest, HandlerExceptionLeavesTheLoopOfTheWindowsThread)
 {
-    OnFreshThread(
-        []
-        {
-            CRecorderWnd window;
-            const HWND hWnd = window.m_hWnd;
-            window.m_fnHandler = [](UINT message, WPARAM, LPARAM) -> LRESULT
-            {
-                if (message == WM_USER)
-                    throw std::runtime_error("handler failed");
-                return 1;
-            };
+    CRecorderWnd window;
+    const HWND hWnd = window.m_hWnd;
+    window.m_fnHandler = [](UINT message, WPARAM, LPARAM) -> LRESULT
+    {
+        if (message == WM_USER)
+            throw std::runtime_error("handler failed");
+        return 1;
+    };
 
-            window.PostMessage(WM_USER);
-            try
-            {
-                RunMessageLoop();
-                ADD_FAILURE() << "the loop swallowed the exception";
-            }
-            catch (const std::runtime_error& e)
-            {
-                EXPECT_STREQ("handler failed", e.what());
-            }
-            EXPECT_THROW(window.SendMessage(WM_USER), std::runtime_error);
-            // The window and the loop carry on afterwards.
-            EXPECT_EQ(1, window.SendMessage(WM_USER + 1));
+    window.PostMessage(WM_USER);
+    EXPECT_EQ("handler failed", Thrown<std::runtime_error>([] { RunMessageLoop(); }));
+    EXPECT_THROW(window.SendMessage(WM_USER), std::runtime_error);
+    // The window and the loop carry on afterwards.
+    EXPECT_EQ(1, window.SendMessage(WM_USER + 1));
 
-            // Sent from another thread: the sender is released, the owner's loop gets the
-            // exception.
-            LRESULT result = -1;
-            std::thread sender([&] { result = SendMessage(hWnd, WM_USER, 0, 0); });
-            EXPECT_THROW(RunMessageLoop(), std::runtime_error);
-            sender.join();
-            EXPECT_EQ(0, result);
+    // Sent from another thread: the sender is released, the owner's loop gets the
+    // exception.
+    LRESULT result = -1;
+    std::thread sender([&] { result = SendMessage(hWnd, WM_USER, 0, 0); });
+    EXPECT_THROW(RunMessageLoop(), std::runtime_error);
+    sender.join();
+    EXPECT_EQ(0, result);
 
-            CppUtil::Thread::PostQuitMessage(2);
-            EXPECT_EQ(2, RunMessageLoop());
-        });
+    CppUtil::Thread::PostQuitMessage(2);
+    EXPECT_EQ(2, RunMessageLoop());
 }
 
 namespace
@@ -133,12 +115,10 @@ namespace
 
 bool Logged(CLogRecorder& recorder, const std::string& text)
 {
-    for (const SLogLine& line : recorder.Lines())
-    {
-        if (line.m_sText.find(text) != std::string::npos)
-            return true;
-    }
-    return false;
+    const std::vector<SLogLine> lines = recorder.Lines();
+    return std::any_of(lines.begin(), lines.end(),
+                       [&text](const SLogLine& line)
+                       { return line.m_sText.find(text) != std::string::npos; });
 }
 
 // Waits until a message sent from another thread is pending, without handling it.
@@ -191,15 +171,8 @@ TEST(MessageLoopTest, HandlerExceptionReachesOnlyTheCallThatCausedItAndTheRestIs
                 SendMessage(failingWnd, WM_USER + 1, 0, 0);
                 throw std::runtime_error("outer handler failed");
             };
-            try
-            {
-                other.SendMessage(WM_USER);
-                ADD_FAILURE() << "the failures vanished";
-            }
-            catch (const std::runtime_error& e)
-            {
-                EXPECT_STREQ("inner send failed", e.what());
-            }
+            EXPECT_EQ("inner send failed",
+                      Thrown<std::runtime_error>([&other] { other.SendMessage(WM_USER); }));
             EXPECT_TRUE(Logged(recorder, "outer handler failed"));
         });
 }

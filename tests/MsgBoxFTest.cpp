@@ -5,10 +5,8 @@
 #include <cpputil/CppUtil.Text.Output.h>
 #include <cpputil/Platform/Kernel/MessageBox.h>
 
-#include <atomic>
 #include <deque>
 #include <gtest/gtest.h>
-#include <thread>
 
 using namespace CppUtil::Text;
 using CppUtil::Gui::CCheckableMessageBox;
@@ -209,47 +207,3 @@ TEST(CheckableMessageBoxTest, DefaultButtonOfEachStyle)
     EXPECT_EQ(IDYES, GetDefaultButton(MB_YESNO | MB_DEFBUTTON3));
     EXPECT_EQ(IDCONTINUE, GetDefaultButton(MB_CANCELTRYCONTINUE | MB_DEFBUTTON3));
 }
-
-#if defined(_WIN32)
-TEST(CheckableMessageBoxTest, RealBoxCarriesTheCheckBox)
-{
-    // Plays the user from another thread: finds the box, ticks its check box, presses No.
-    std::atomic<bool> ticked(false);
-    std::thread user(
-        [&ticked]
-        {
-            for (int attempt = 0; attempt < 500; ++attempt)
-            {
-                HWND box = FindWindowA("#32770", "CppUtil check box test");
-                HWND check =
-                    box ? FindWindowExA(box, nullptr, "Button", "Do not show this message again")
-                        : nullptr;
-                if (check)
-                {
-                    SendMessageA(check, BM_CLICK, 0, 0);
-                    ticked = true;
-                    PostMessageA(box, WM_COMMAND, IDNO, 0);
-                    return;
-                }
-                Sleep(20);
-            }
-        });
-    CCheckableMessageBox box(true);
-    const int answer = box.MessageBoxA("Keep it?", "CppUtil check box test", MB_YESNO, 0);
-    user.join();
-    ASSERT_TRUE(ticked.load());
-    EXPECT_EQ(IDNO, answer);
-    EXPECT_TRUE(box.IsChecked());
-}
-#else
-TEST(CheckableMessageBoxTest, WithoutPresenterTheDefaultButtonAnswers)
-{
-    CCheckableMessageBox box(true);
-    ::testing::internal::CaptureStderr();
-    const int answer = box.MessageBoxA("Keep it?", "Caption", MB_YESNO | MB_DEFBUTTON2, 0);
-    const std::string written = ::testing::internal::GetCapturedStderr();
-    EXPECT_EQ(IDNO, answer);
-    EXPECT_FALSE(box.IsChecked());
-    EXPECT_NE(std::string::npos, written.find("[Caption]\nKeep it?\n"));
-}
-#endif

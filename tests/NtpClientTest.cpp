@@ -1,6 +1,7 @@
 // CNtpClient against a scripted server on loopback that answers with chosen time stamps (or
 // badly, or not at all), and against chronyd, which CTest starts on its own port.
 #include "CivilDays.h"
+#include "DescriptorHog.h"
 #include "LogRecorder.h"
 
 #include <cpputil/CppUtil.NtpClient.h>
@@ -17,13 +18,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#if !defined(_WIN32)
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/select.h>
-#include <unistd.h>
-#endif
 
 using namespace CppUtil;
 
@@ -163,46 +157,6 @@ protected:
     Text::COutput m_oOut;
 };
 
-#if !defined(_WIN32)
-// Holds every free descriptor below FD_SETSIZE (raising the soft limit when it is lower), so that
-// the next socket gets one at or above it.
-class CDescriptorHog
-{
-public:
-    CDescriptorHog()
-    {
-        ::getrlimit(RLIMIT_NOFILE, &m_oLimit);
-        const rlim_t wanted = FD_SETSIZE + 16;
-        if (m_oLimit.rlim_cur < wanted)
-        {
-            rlimit raised = m_oLimit;
-            raised.rlim_cur = wanted;
-            if (m_oLimit.rlim_max != RLIM_INFINITY && m_oLimit.rlim_max < wanted)
-                raised.rlim_cur = m_oLimit.rlim_max;
-            ::setrlimit(RLIMIT_NOFILE, &raised);
-        }
-        int fd;
-        while ((fd = ::open("/dev/null", O_RDONLY)) >= 0 && fd < FD_SETSIZE)
-            m_oHeld.push_back(fd);
-        if (fd >= 0)
-            ::close(fd);
-        m_iNext = fd;
-    }
-    ~CDescriptorHog()
-    {
-        for (int fd : m_oHeld)
-            ::close(fd);
-        ::setrlimit(RLIMIT_NOFILE, &m_oLimit);
-    }
-    // The lowest free descriptor, or -1 when the limit stops below FD_SETSIZE.
-    int m_iNext;
-
-private:
-    rlimit m_oLimit;
-    std::vector<int> m_oHeld;
-};
-#endif
-
 } // namespace
 
 TEST_F(NtpClientTest, AppliesTheServersOffset)
@@ -210,12 +164,10 @@ TEST_F(NtpClientTest, AppliesTheServersOffset)
     for (double offset : {3.25, -0.5, 0.0, -2.75, 1.5})
     {
         SCOPED_TRACE(offset);
-#if !defined(_WIN32)
-        // Last, with the sockets beyond FD_SETSIZE (Winsock's fd_set lists sockets, not values).
-        std::unique_ptr<CDescriptorHog> hog(offset == 1.5 ? new CDescriptorHog : nullptr);
+        // Last, with the sockets beyond FD_SETSIZE where sockets are descriptor numbers.
+        std::unique_ptr<CDescriptorHog> hog(offset == 1.5 ? HogLowDescriptors() : nullptr);
         if (hog && hog->m_iNext < 0)
             GTEST_SKIP() << "cannot open " << FD_SETSIZE << " files";
-#endif
         CScriptedServer server(CScriptedServer::Offset, offset);
         CNtpClient client(m_oOut);
         const std::int64_t before = SystemMilliseconds();

@@ -83,12 +83,8 @@ public:
         if (!Read(expectedPath, expected, nullptr))
             return 1;
         std::map<std::string, std::string> reasons;
-#ifndef _WIN32
         if (differencesPath && !Read(differencesPath, expected, &reasons))
             return 1;
-#else
-        (void)differencesPath;
-#endif
         int failures = 0;
         size_t listed = 0;
         for (const auto& reason : reasons)
@@ -226,42 +222,36 @@ void AddFormats(CLines& lines)
                     lines.Add("format", format + input,
                               Formatted(format.c_str(), value).GetString());
                 }
+    // One line for a format and the text of the value it is given.
+    const auto add = [&lines](const std::string& format, const char* input, auto value)
+    { lines.Add("format", format + input, Formatted(format.c_str(), value).GetString()); };
     for (const char* format : {"[%f]", "[%e]", "[%g]", "[%10.2f]", "[%-+8G]"})
     {
-        lines.Add("format", std::string(format) + " inf", Formatted(format, infinity).GetString());
-        lines.Add("format", std::string(format) + " -inf",
-                  Formatted(format, -infinity).GetString());
+        add(format, " inf", infinity);
+        add(format, " -inf", -infinity);
     }
     for (const char* format : {"[%s]", "[%10s]", "[%-10s]", "[%.2s]", "[%10.3s]", "[%s%%]"})
-        lines.Add("format", std::string(format) + " abcdef",
-                  Formatted(format, "abcdef").GetString());
+        add(format, " abcdef", "abcdef");
     for (const char* format : {"[%c]", "[%5c]", "[%-5c]", "[%hc]"})
-        lines.Add("format", std::string(format) + " x", Formatted(format, 'x').GetString());
+        add(format, " x", 'x');
 
     // Size prefixes where they mean nothing, cut short, doubled or misspelt, and pointers.
-    for (const char* size : {"I64", "I32", "I"})
+    void* const pointer = reinterpret_cast<void*>(0x1234);
+    for (const std::string size : {"I64", "I32", "I"})
     {
-        const std::string prefix = std::string("[%") + size;
-        lines.Add("format", prefix + "c] x", Formatted((prefix + "c]").c_str(), 'x').GetString());
-        lines.Add("format", prefix + "s] abc",
-                  Formatted((prefix + "s]").c_str(), "abc").GetString());
-        lines.Add("format", prefix + "e] 1.5", Formatted((prefix + "e]").c_str(), 1.5).GetString());
-        lines.Add("format", prefix + "p] 0x1234",
-                  Formatted((prefix + "p]").c_str(), reinterpret_cast<void*>(0x1234)).GetString());
-        lines.Add("format", std::string("abc%") + size,
-                  Formatted((std::string("abc%") + size).c_str(), 5).GetString());
-        lines.Add("format", std::string("abc%5") + size,
-                  Formatted((std::string("abc%5") + size).c_str(), 5).GetString());
+        add("[%" + size + "c]", " x", 'x');
+        add("[%" + size + "s]", " abc", "abc");
+        add("[%" + size + "e]", " 1.5", 1.5);
+        add("[%" + size + "p]", " 0x1234", pointer);
+        add("abc%" + size, "", 5);
+        add("abc%5" + size, "", 5);
     }
     for (const char* format : {"[%hI64d]", "[%lI64d]", "[%I64hd]", "[%I64ld]", "[%hI32d]",
                                "[%lI32d]", "[%I6d]", "[%I3d]", "[%I6]", "[%I640d]", "[%Id]"})
-        lines.Add("format", std::string(format) + " 5",
-                  Formatted(format, static_cast<long long>(5)).GetString());
+        add(format, " 5", static_cast<long long>(5));
     for (const char* format : {"[%p]", "[%20p]", "[%-20p]", "[%020p]", "[%.3p]", "[%#p]"})
-        lines.Add("format", std::string(format) + " 0x1234",
-                  Formatted(format, reinterpret_cast<void*>(0x1234)).GetString());
-    lines.Add("format", "[%p] 0xFEDCBA9876543210",
-              Formatted("[%p]", reinterpret_cast<void*>(0xFEDCBA9876543210ull)).GetString());
+        add(format, " 0x1234", pointer);
+    add("[%p]", " 0xFEDCBA9876543210", reinterpret_cast<void*>(0xFEDCBA9876543210ull));
 }
 
 // --- COleDateTime::ParseDateTime: the hand-picked texts, then dates in many written forms with
@@ -297,141 +287,32 @@ std::string ParsedDate(const std::string& text)
 // Texts whose answers Windows is known for, and the families where the two parsers parted.
 const char* const k_aszDateTexts[] = {
     // Stray separators.
-    "-3/4/2021",
-    "3//4/2021",
-    "3/4/2021 - 5:06 PM",
-    "3/4/2021-",
-    "3/4/2021,",
-    "3/4/2021 ,",
-    ",3/4/2021",
-    "3/4/2021 5:06 PM -",
-    "3/4/2021 5:06:07 PM,",
-    "3-4-2021 5:06",
-    "3 / 4 / 2021",
-    "3/4/-2021",
-    "3/4/2021 5:-06",
+    "-3/4/2021", "3//4/2021", "3/4/2021 - 5:06 PM", "3/4/2021-", "3/4/2021,", "3/4/2021 ,",
+    ",3/4/2021", "3/4/2021 5:06 PM -", "3/4/2021 5:06:07 PM,", "3-4-2021 5:06", "3 / 4 / 2021",
+    "3/4/-2021", "3/4/2021 5:-06",
     // Times with points and doubled colons.
-    "5.06 PM",
-    "3/4/2021 5.06 PM",
-    "3/4/2021 5.06.07",
-    "5::06",
-    "3/4/2021 5::06 PM",
-    "0.1",
-    "2.5",
-    "1.5.2",
-    "1.2 3 4",
-    "1 2 3 4.5",
-    "1.2.3 4 5 6",
-    "12.30",
-    "12.30.45",
-    "5:06.07",
-    "5.06:07",
-    "17.06",
-    "25.06",
-    "5.60",
-    "3.4.2021",
+    "5.06 PM", "3/4/2021 5.06 PM", "3/4/2021 5.06.07", "5::06", "3/4/2021 5::06 PM", "0.1", "2.5",
+    "1.5.2", "1.2 3 4", "1 2 3 4.5", "1.2.3 4 5 6", "12.30", "12.30.45", "5:06.07", "5.06:07",
+    "17.06", "25.06", "5.60", "3.4.2021",
     // AM and PM, spelled out and placed oddly.
-    "5:06 PM",
-    "5:06 pm",
-    "5:06PM",
-    "5 PM",
-    "5PM",
-    "12 AM",
-    "12 PM",
-    "0 AM",
-    "13 PM",
-    "13:00 AM",
-    "3/4/2021 5 PM",
-    "PM 5:06",
-    "3/4/2021 PM",
-    "1 2 am 3",
-    "1 2 3 am",
-    "am 1 2 3",
-    "5:06 AMPM",
-    "5:06 A.M.",
-    "5:06 a m",
+    "5:06 PM", "5:06 pm", "5:06PM", "5 PM", "5PM", "12 AM", "12 PM", "0 AM", "13 PM", "13:00 AM",
+    "3/4/2021 5 PM", "PM 5:06", "3/4/2021 PM", "1 2 am 3", "1 2 3 am", "am 1 2 3", "5:06 AMPM",
+    "5:06 A.M.", "5:06 a m",
     // Day and month orders and years.
-    "30 2",
-    "2 30",
-    "30 2 1",
-    "1 30 2",
-    "13 13",
-    "2021 3",
-    "3 2021",
-    "2021 13",
-    "31 12",
-    "12 31",
-    "4-Mar-21",
-    "4-Mar-2021",
-    "Mar-4-21",
-    "21-Mar-4",
-    "2021-Mar-4",
-    "4 Mar 21",
-    "Mar 4 21",
-    "March 4, 2021",
-    "4 March 2021",
-    "Thursday, March 4, 2021",
-    "Thu Mar  4 17:06:07 2021",
-    "Thu, 04 Mar 2021 17:06:07",
-    "Thu, 04 Mar 2021 17:06:07 GMT",
-    "2021-03-04T17:06:07",
-    "2021-03-04 17:06:07",
-    "20210304",
-    "1 1 100",
-    "12/31/9999",
-    "12/31/9999 23:59:59",
-    "1/1/10000",
-    "1/1/99",
-    "1/1/100",
-    "1/1/100 3:00 AM",
-    "1 1 100 11:59:59 PM",
-    "12/31/1899",
-    "12/30/1899",
-    "2/29/2021",
-    "2/29/2000",
-    "2/29/1900",
-    "Sept 3 2021",
-    "Sep 3 2021",
-    "Septe 3 2021",
-    "Mar. 4 2021",
-    "Ma 4 2021",
-    "M 4 2021",
-    "Marc 4 2021",
-    "4 3",
-    "4",
-    "2021",
-    "Mar",
-    "Mar 2021",
-    "2021 Mar",
-    "Mar 40",
-    "Mar 4 5 6",
-    "Thursday",
-    "Thu 3/4/2021",
-    "3/4/2021 Thu",
+    "30 2", "2 30", "30 2 1", "1 30 2", "13 13", "2021 3", "3 2021", "2021 13", "31 12", "12 31",
+    "4-Mar-21", "4-Mar-2021", "Mar-4-21", "21-Mar-4", "2021-Mar-4", "4 Mar 21", "Mar 4 21",
+    "March 4, 2021", "4 March 2021", "Thursday, March 4, 2021", "Thu Mar  4 17:06:07 2021",
+    "Thu, 04 Mar 2021 17:06:07", "Thu, 04 Mar 2021 17:06:07 GMT", "2021-03-04T17:06:07",
+    "2021-03-04 17:06:07", "20210304", "1 1 100", "12/31/9999", "12/31/9999 23:59:59", "1/1/10000",
+    "1/1/99", "1/1/100", "1/1/100 3:00 AM", "1 1 100 11:59:59 PM", "12/31/1899", "12/30/1899",
+    "2/29/2021", "2/29/2000", "2/29/1900", "Sept 3 2021", "Sep 3 2021", "Septe 3 2021",
+    "Mar. 4 2021", "Ma 4 2021", "M 4 2021", "Marc 4 2021", "4 3", "4", "2021", "Mar", "Mar 2021",
+    "2021 Mar", "Mar 40", "Mar 4 5 6", "Thursday", "Thu 3/4/2021", "3/4/2021 Thu",
     "Thu, 3/4/2021 Fri",
     // Empty texts, blanks and characters no form uses.
-    "",
-    " ",
-    "  3/4/2021  ",
-    "\t3/4/2021",
-    "3/4/2021#",
-    "3/4/2021 5:06 #",
-    "hello",
-    "3/4/2021 z",
-    "5:06:07:08",
-    "5:",
-    ":06",
-    "24:00",
-    "23:59:60",
-    "0:00",
-    "00:00:00",
-    "123:00",
-    "1:2:3",
-    "3/4/2021 17:06 PM",
-    "3/4/2021 12:00 AM",
-    "3/4/2021 12:00 PM",
-    "3/4/2021 0:30 AM",
-};
+    "", " ", "  3/4/2021  ", "\t3/4/2021", "3/4/2021#", "3/4/2021 5:06 #", "hello", "3/4/2021 z",
+    "5:06:07:08", "5:", ":06", "24:00", "23:59:60", "0:00", "00:00:00", "123:00", "1:2:3",
+    "3/4/2021 17:06 PM", "3/4/2021 12:00 AM", "3/4/2021 12:00 PM", "3/4/2021 0:30 AM"};
 
 void AddDates(CLines& lines)
 {

@@ -1,5 +1,6 @@
+#include "FreshThreadTest.h"
 #include "LogRecorder.h"
-#include "RecorderWnd.h"
+#include "Thrown.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
@@ -43,74 +44,59 @@ void ExpectPendingQuit(int exitCode)
     EXPECT_EQ(exitCode, static_cast<int>(message.wParam));
 }
 
-// Waits on another thread for a call queued to the window, and tells what came of it: "ran", or
-// the text of the exception the caller got.
+// Waits on another thread for a call queued to the window, which must fail; the text of the
+// exception the caller got.
 std::future<std::string> WaitForCall(CProxyWindow& window, const CProxyWindow::TDelegate& call)
 {
-    return std::async(std::launch::async,
-                      [&window, call]() -> std::string
-                      {
-                          try
-                          {
-                              window.PostAndWait(call);
-                              return "ran";
-                          }
-                          catch (const CQlException& e)
-                          {
-                              return e.what();
-                          }
-                      });
+    return std::async(std::launch::async, [&window, call]
+                      { return Thrown<CQlException>([&] { window.PostAndWait(call); }); });
 }
 
 } // namespace
 
-TEST(ProxyWindowTest, CallsFromSeveralThreadsRunOnTheCreatorInPostOrder)
+TEST_ON_FRESH_THREAD(ProxyWindowTest, CallsFromSeveralThreadsRunOnTheCreatorInPostOrder)
 {
-    OnFreshThread(
-        []
-        {
-            const int k_iSenders = 4;
-            const int k_iEach = 200;
-            CProxyWindow window(false, "");
-            const DWORD creator = GetCurrentThreadId();
-            std::vector<int> next(k_iSenders, 0);
-            int received = 0;
-            bool inOrder = true;
-            bool onCreator = true;
-            auto record = [&](int sender, int sequence)
-            {
-                inOrder = inOrder && sequence == next[sender];
-                next[sender] = sequence + 1;
-                onCreator = onCreator && GetCurrentThreadId() == creator;
-                if (++received == k_iSenders * k_iEach)
-                    CppUtil::Thread::PostQuitMessage(0);
-            };
+    const int k_iSenders = 4;
+    const int k_iEach = 200;
+    CProxyWindow window(false, "");
+    const DWORD creator = GetCurrentThreadId();
+    std::vector<int> next(k_iSenders, 0);
+    int received = 0;
+    bool inOrder = true;
+    bool onCreator = true;
+    auto record = [&](int sender, int sequence)
+    {
+        inOrder = inOrder && sequence == next[sender];
+        next[sender] = sequence + 1;
+        onCreator = onCreator && GetCurrentThreadId() == creator;
+        if (++received == k_iSenders * k_iEach)
+            CppUtil::Thread::PostQuitMessage(0);
+    };
 
-            std::vector<std::thread> senders;
-            for (int i = 0; i < k_iSenders; ++i)
+    std::vector<std::thread> senders;
+    for (int i = 0; i < k_iSenders; ++i)
+    {
+        senders.emplace_back(
+            [&, i]
             {
-                senders.emplace_back(
-                    [&, i]
+                for (int j = 0; j < k_iEach; ++j)
+                {
+                    // The last sender waits for each of its calls.
+                    if (i + 1 < k_iSenders)
                     {
-                        for (int j = 0; j < k_iEach; ++j)
-                        {
-                            // The last sender waits for each of its calls.
-                            if (i + 1 < k_iSenders)
-                            {
-                                window.Post([&record, i, j] { record(i, j); });
-                                continue;
-                            }
-                            window.PostAndWait([&record, i, j] { record(i, j); });
-                            EXPECT_EQ(j + 1, next[i]);
-                        }
-                    });
-            }
-            EXPECT_EQ(0, RunMessageLoop());
-            for (std::thread& sender : senders)
-                sender.join();
-            EXPECT_TRUE(inOrder);
-            EXPECT_TRUE(onCreator);
-        });
+                        window.Post([&record, i, j] { record(i, j); });
+                        continue;
+                    }
+                    window.PostAndWait([&record, i, j] { record(i, j); });
+                    EXPECT_EQ(j + 1, next[i]);
+                }
+            });
+    }
+    EXPECT_EQ(0, RunMessageLoop());
+    for (std::thread& sender : senders)
+        sender.join();
+    EXPECT_TRUE(inOrder);
+    EXPECT_TRUE(onCreator);
 }
 
 TEST(ProxyWindowTest, NamedAfterItsOwnerSendRunsAtOnceAndForeignDeleteWaitsForTheCreator)
@@ -163,53 +149,49 @@ TEST(ProxyWindowTest, NamedAfterItsOwnerSendRunsAtOnceAndForeignDeleteWaitsForTh
     delete orphan;
 }
 
-TEST(ProxyWindowTest, TearDownDropsOrRunsTheQueuedCallsAndReleasesTheirWaiters)
+TEST_ON_FRESH_THREAD(ProxyWindowTest, TearDownDropsOrRunsTheQueuedCallsAndReleasesTheirWaiters)
 {
-    OnFreshThread(
-        []
-        {
-            const std::shared_ptr<int> held = std::make_shared<int>(0);
-            int runs = 0;
-            std::unique_ptr<CProxyWindow> window(new CProxyWindow(false, "dropping"));
-            const HWND hWnd = *window;
-            std::future<std::string> waiter = WaitForCall(*window, [&runs, held] { ++runs; });
-            AwaitQueuedCall(hWnd);
-            window->Post([&runs, held] { ++runs; });
-            // The tear-down meets the quit among the calls; it must neither take it for a call
-            // nor swallow it.
-            CppUtil::Thread::PostQuitMessage(9);
-            window.reset();
-            // The waiter learns that its call never ran, and of which window.
-            EXPECT_EQ("The call queued for the window \"CppUtil::CProxyWindow Message Sink "
-                      "(dropping)\" was dropped: the window was destroyed before the call's turn.",
-                      waiter.get());
-            EXPECT_FALSE(IsWindow(hWnd));
-            EXPECT_EQ(0, runs);
-            EXPECT_EQ(1, held.use_count());
-            ExpectPendingQuit(9);
+    const std::shared_ptr<int> held = std::make_shared<int>(0);
+    int runs = 0;
+    std::unique_ptr<CProxyWindow> window(new CProxyWindow(false, "dropping"));
+    const HWND hWnd = *window;
+    std::future<std::string> waiter = WaitForCall(*window, [&runs, held] { ++runs; });
+    AwaitQueuedCall(hWnd);
+    window->Post([&runs, held] { ++runs; });
+    // The tear-down meets the quit among the calls; it must neither take it for a call
+    // nor swallow it.
+    CppUtil::Thread::PostQuitMessage(9);
+    window.reset();
+    // The waiter learns that its call never ran, and of which window.
+    EXPECT_EQ("The call queued for the window \"CppUtil::CProxyWindow Message Sink "
+              "(dropping)\" was dropped: the window was destroyed before the call's turn.",
+              waiter.get());
+    EXPECT_FALSE(IsWindow(hWnd));
+    EXPECT_EQ(0, runs);
+    EXPECT_EQ(1, held.use_count());
+    ExpectPendingQuit(9);
 
-            std::vector<int> order;
-            window.reset(new CProxyWindow(true, ""));
-            std::thread runner([&order, target = window.get()]
-                               { target->PostAndWait([&order] { order.push_back(1); }); });
-            AwaitQueuedCall(*window);
-            window->Post([] { throw std::runtime_error("queued call failed"); });
-            window->Post([&order] { order.push_back(2); });
-            CppUtil::Thread::PostQuitMessage(4);
-            CLogRecorder recorder;
-            CppUtil::Text::CMessageManager* const manager = new CppUtil::Text::CMessageManager;
-            manager->SetLoggingEventHandler(recorder.Handler());
-            CppUtil::Text::COutput output(manager);
-            window.reset();
-            runner.join();
-            EXPECT_EQ((std::vector<int>{1, 2}), order);
-            // The failed call has no caller to reach from a destructor: it is logged, and no later
-            // loop of the thread takes it for its own.
-            ASSERT_EQ(1u, recorder.Lines().size());
-            EXPECT_NE(std::string::npos, recorder.Lines()[0].m_sText.find("queued call failed"));
-            EXPECT_NO_THROW(PumpMessages(0));
-            ExpectPendingQuit(4);
-        });
+    std::vector<int> order;
+    window.reset(new CProxyWindow(true, ""));
+    std::thread runner([&order, target = window.get()]
+                       { target->PostAndWait([&order] { order.push_back(1); }); });
+    AwaitQueuedCall(*window);
+    window->Post([] { throw std::runtime_error("queued call failed"); });
+    window->Post([&order] { order.push_back(2); });
+    CppUtil::Thread::PostQuitMessage(4);
+    CLogRecorder recorder;
+    CppUtil::Text::CMessageManager* const manager = new CppUtil::Text::CMessageManager;
+    manager->SetLoggingEventHandler(recorder.Handler());
+    CppUtil::Text::COutput output(manager);
+    window.reset();
+    runner.join();
+    EXPECT_EQ((std::vector<int>{1, 2}), order);
+    // The failed call has no caller to reach from a destructor: it is logged, and no later
+    // loop of the thread takes it for its own.
+    ASSERT_EQ(1u, recorder.Lines().size());
+    EXPECT_NE(std::string::npos, recorder.Lines()[0].m_sText.find("queued call failed"));
+    EXPECT_NO_THROW(PumpMessages(0));
+    ExpectPendingQuit(4);
 }
 
 TEST(ProxyWindowTest, WaiterIsReleasedWhenTheWindowsThreadEnds)

@@ -1,5 +1,4 @@
-#include "LogRecorder.h"
-#include "RegistrySandbox.h"
+#include "QLRegistryTest.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/Platform/Registry/CRegKey.h>
@@ -14,46 +13,8 @@
 #include <utility>
 #include <vector>
 
-#if !defined(_WIN32)
-#include <cpputil/Platform/Registry/Posix/FileRegistry.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#endif
-
-using namespace CppUtil::Settings;
-using CppUtil::Text::CMessageManager;
-using CppUtil::Text::COutput;
-
 namespace
 {
-
-class QLRegistryTest : public ::testing::Test, protected SRecordedOutput
-{
-protected:
-    template <class T>
-    T Load(HKEY hive, const CString& section, const char* name, const T& defaultValue)
-    {
-        return CRegistryValue<T>(m_oOut, hive, section, name, defaultValue, true, false, true)
-            .GetValue();
-    }
-
-    template <class T>
-    void Store(HKEY hive, const CString& section, const char* name, const T& value)
-    {
-        CRegistryValue<T>(m_oOut, hive, section, name, T(), true, false, false).SetValue(value);
-    }
-
-    std::vector<std::string> LogTexts()
-    {
-        std::vector<std::string> texts;
-        for (const SLogLine& line : m_oRecorder.Lines())
-            texts.push_back(line.m_sText);
-        return texts;
-    }
-
-    CRegistrySandbox m_oSandbox;
-};
 
 // "text | function | file" of the exception the call raises, empty if it raises none.
 template <class F>
@@ -69,45 +30,6 @@ std::string Failure(F call)
                e.GetFile().GetString();
     }
     return "";
-}
-
-// Whether HKLM\keyPath is open to every user; inherits tells whether sub-keys are to follow.
-bool IsOpenToEveryone(const CString& keyPath, bool* inherits = nullptr)
-{
-#if defined(_WIN32)
-    PACL dacl = nullptr;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    if (::GetNamedSecurityInfoA("MACHINE\\" + keyPath, SE_REGISTRY_KEY, DACL_SECURITY_INFORMATION,
-                                nullptr, nullptr, &dacl, nullptr, &descriptor) != ERROR_SUCCESS)
-        return false;
-    SID_IDENTIFIER_AUTHORITY world = SECURITY_WORLD_SID_AUTHORITY;
-    PSID everyone = nullptr;
-    ::AllocateAndInitializeSid(&world, 1, SECURITY_WORLD_RID, 0, 0, 0, 0, 0, 0, 0, &everyone);
-    bool found = false;
-    for (DWORD i = 0; dacl && i < dacl->AceCount; ++i)
-    {
-        ACCESS_ALLOWED_ACE* ace = nullptr;
-        if (::GetAce(dacl, i, reinterpret_cast<void**>(&ace)) &&
-            ace->Header.AceType == ACCESS_ALLOWED_ACE_TYPE && ::EqualSid(&ace->SidStart, everyone))
-        {
-            found = true;
-            if (inherits)
-                *inherits = (ace->Header.AceFlags & CONTAINER_INHERIT_ACE) != 0;
-        }
-    }
-    ::FreeSid(everyone);
-    ::LocalFree(descriptor);
-    return found;
-#else
-    std::string folder;
-    struct stat info;
-    if (inherits)
-        *inherits = false;
-    return CppUtil::Platform::CFileRegistry::FindKey(
-               CppUtil::Platform::CFileRegistry::HiveFolder(HKEY_LOCAL_MACHINE),
-               keyPath.GetString(), false, folder) == ERROR_SUCCESS &&
-           ::stat(folder.c_str(), &info) == 0 && (info.st_mode & 0002) != 0;
-#endif
 }
 
 } // namespace
@@ -252,39 +174,8 @@ TEST_F(QLRegistryTest, EditorFilesCarryAnsiTextAndEscapesBothWays)
     const std::string import = utf16(header, u"\"Back\"=\"\u20ac\u00e4\\n\"\r\n"
                                              u"\"Odd\"=\"a\\qb\"\r\n\"After\"=dword:00000002\r\n");
     std::string exported;
-#if defined(_WIN32)
-    const std::string path = std::string(std::getenv("TEMP")) + "\\cpputil-editor.reg";
-    const auto regedit = [](const std::string& arguments)
-    { return std::system(("regedit " + arguments + " 2>NUL").c_str()); };
-    regedit("/e \"" + path + "\" \"" + keyName + "\"");
-    std::ifstream file(path, std::ios::binary);
-    exported.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    file.close();
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << import;
-    regedit("/s \"" + path + "\"");
-    std::remove(path.c_str());
-#else
-    using CppUtil::Platform::CFileRegistry;
-    using CppUtil::Platform::CRegFile;
-    std::string folder;
-    ASSERT_EQ(ERROR_SUCCESS,
-              CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
-                                     std::string(CQLRegistry::GetSectionKeyName(section)), false,
-                                     folder));
-    exported =
-        CRegFile::ToUtf16(CRegFile::Write({{keyName, false, CFileRegistry::ReadValues(folder)}}));
-    std::vector<CppUtil::Platform::SRegSection> sections;
-    ASSERT_TRUE(CRegFile::Parse(import, sections));
-    ASSERT_EQ(1u, sections.size());
-    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::UpdateValues(
-                                 folder, keyName,
-                                 [&sections](std::vector<CppUtil::Platform::SRegValue>& values)
-                                 {
-                                     for (const auto& value : sections[0].m_oValues)
-                                         values.push_back(value);
-                                     return true;
-                                 }));
-#endif
+    ASSERT_TRUE(
+        ExchangeWithEditor(keyName, CQLRegistry::GetSectionKeyName(section), import, exported));
     EXPECT_EQ(expected, exported);
     EXPECT_EQ(CString("\x80\xE4\n"), Load<CString>(HKEY_CURRENT_USER, section, "Back", ""));
     EXPECT_EQ(CString("aqb"), Load<CString>(HKEY_CURRENT_USER, section, "Odd", "none"));
@@ -407,99 +298,11 @@ TEST_F(QLRegistryTest, WriteAccessWalkCoversEveryChildKey)
         0u, LogTexts()[0].find(cannotOpen + "\\Z for write access. RegOpenKeyEx() failed with: "));
 
     CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, walk, true);
-#if defined(_WIN32)
-    // Wine, unlike Windows, does not carry an inheritable entry down to existing sub-keys: the
-    // entry itself must ask for it.
-    bool inherits = false;
-    EXPECT_TRUE(IsOpenToEveryone(walk, &inherits));
-    EXPECT_TRUE(inherits);
-#else
-    EXPECT_TRUE(IsOpenToEveryone(walk));
-    EXPECT_TRUE(IsOpenToEveryone(walk + "\\B\\C"));
-#endif
+    ExpectOpenToEveryoneWithSubKeys(walk);
     CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, m_oSandbox.KeyPath("Nowhere"), false);
     ASSERT_EQ(3u, LogTexts().size());
     EXPECT_EQ("Could not set \"Everyone\" permission for HKEY_LOCAL_MACHINE\\" +
                   std::string(m_oSandbox.KeyPath("Nowhere")) +
                   " because the current user does not have write access to all subkeys.",
               LogTexts()[2]);
-
-#if !defined(_WIN32)
-    // A sub-key this user cannot write; root writes everywhere, so the walk runs in a child that
-    // has given up root.
-    std::string locked;
-    ASSERT_EQ(ERROR_SUCCESS, CppUtil::Platform::CFileRegistry::FindKey(
-                                 CppUtil::Platform::CFileRegistry::HiveFolder(HKEY_LOCAL_MACHINE),
-                                 std::string(walk) + "\\B\\C", false, locked));
-    ASSERT_EQ(0, ::chmod(locked.c_str(), 0555));
-    ASSERT_EQ(0, ::chmod(m_oSandbox.Root().c_str(), 0755));
-    const pid_t child = ::fork();
-    ASSERT_NE(-1, child);
-    if (child == 0)
-    {
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
-            ::_exit(10);
-        int status = CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk) ? 1 : 0;
-        CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, walk, false);
-        const std::vector<std::string> texts = LogTexts();
-        const std::string expected =
-            cannotOpen + "\\B\\C for write access. RegOpenKeyEx() failed with: Access is denied.";
-        if (texts.size() != 6 || texts[3] != expected || texts[4] != expected ||
-            texts[5].find("Could not set \"Everyone\" permission") != 0)
-            status |= 2;
-        for (const std::string& text : texts)
-            std::fprintf(stderr, "child log: %s\n", text.c_str());
-        ::_exit(status);
-    }
-    int status = 0;
-    ASSERT_EQ(child, ::waitpid(child, &status, 0));
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(0, WEXITSTATUS(status)) << "1: the walk passed, 2: wrong log lines, 10: no setuid";
-    struct stat info;
-    ASSERT_EQ(0, ::stat(locked.c_str(), &info));
-    EXPECT_EQ(0555u, info.st_mode & 0777u);
-    ::chmod(locked.c_str(), 0755);
-#endif
 }
-
-#if defined(_WIN32)
-TEST_F(QLRegistryTest, SystemRegToolAgreesWithTheStore)
-{
-    // Wine's (or Windows') own reg.exe, and what it printed.
-    const auto reg = [](const std::string& arguments)
-    {
-        std::string output;
-        if (FILE* pipe = ::_popen(("reg " + arguments + " 2>&1").c_str(), "r"))
-        {
-            char buffer[512];
-            while (std::fgets(buffer, sizeof buffer, pipe))
-                output += buffer;
-            ::_pclose(pipe);
-        }
-        return output;
-    };
-    const CString section = m_oSandbox.Section("Cross");
-    const std::string key =
-        "\"HKCU\\" + std::string(CQLRegistry::GetSectionKeyName(section)) + "\"";
-    Store<unsigned long>(HKEY_CURRENT_USER, section, "Dword", 0x2A);
-    Store<CString>(HKEY_CURRENT_USER, section, "Text", "hello world");
-    Store(HKEY_CURRENT_USER, section, "List", std::vector<CString>{"a", "b"});
-    const std::pair<const char*, std::vector<std::string>> queries[] = {
-        {"Dword", {"REG_DWORD", "0x2a"}},
-        {"Text", {"REG_SZ", "hello world"}},
-        {"List", {"REG_MULTI_SZ"}}};
-    for (const auto& query : queries)
-    {
-        const std::string output = reg("query " + key + " /v " + query.first);
-        for (const std::string& expected : query.second)
-            EXPECT_NE(std::string::npos, output.find(expected)) << output;
-    }
-    reg("add " + key + " /v Added /t REG_DWORD /d 7 /f");
-    reg("add " + key + " /v AddedText /t REG_SZ /d \"from reg\" /f");
-    reg("add " + key + " /v AddedBytes /t REG_BINARY /d 00ff10 /f");
-    EXPECT_EQ(7ul, Load<unsigned long>(HKEY_CURRENT_USER, section, "Added", 0));
-    EXPECT_EQ(CString("from reg"), Load<CString>(HKEY_CURRENT_USER, section, "AddedText", ""));
-    EXPECT_EQ((std::vector<unsigned char>{0, 0xFF, 0x10}),
-              Load(HKEY_CURRENT_USER, section, "AddedBytes", std::vector<unsigned char>()));
-}
-#endif

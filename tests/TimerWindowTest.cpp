@@ -1,8 +1,8 @@
-#include "RecorderWnd.h"
+#include "FreshThreadTest.h"
+#include "Thrown.h"
 #include "TimerProbe.h"
 #include "UiThreadStandIn.h"
 
-#include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/GuiThreadCaller.h>
 #include <cpputil/TimerWindow.h>
 
@@ -10,80 +10,71 @@
 
 #include <thread>
 
-using CppUtil::Exception::CQlException;
 using CppUtil::Thread::CGuiThreadCaller;
 using CppUtil::Thread::CTimerWindow;
 using CppUtil::Thread::PumpMessages;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-TEST(TimerWindowTest, TicksOnlyBetweenStartAndStop)
+TEST_ON_FRESH_THREAD(TimerWindowTest, TicksOnlyBetweenStartAndStop)
 {
     // Nothing hooked: the calling thread stands in for the user-interface thread.
-    OnFreshThread(
-        []
-        {
-            STimerProbe ticks;
-            boost::shared_ptr<CTimerWindow> window = CTimerWindow::Create(ticks.Delegate(), 50);
-            ASSERT_TRUE(window);
-            const HWND hWnd = window->m_hWnd;
-            EXPECT_EQ(GetCurrentThreadId(), GetWindowThreadProcessId(hWnd, nullptr));
-            EXPECT_EQ(hWnd, FindWindow(nullptr, "CppUtil::Thread::CTimerWindow"));
+    STimerProbe ticks;
+    boost::shared_ptr<CTimerWindow> window = CTimerWindow::Create(ticks.Delegate(), 50);
+    ASSERT_TRUE(window);
+    const HWND hWnd = window->m_hWnd;
+    EXPECT_EQ(GetCurrentThreadId(), GetWindowThreadProcessId(hWnd, nullptr));
+    EXPECT_EQ(hWnd, FindWindow(nullptr, "CppUtil::Thread::CTimerWindow"));
 
-            // Made stopped; other timers on the window do not tick the delegate.
-            ASSERT_NE(0u, SetTimer(hWnd, 2, 10, nullptr));
-            PumpMessages(300);
-            EXPECT_TRUE(KillTimer(hWnd, 2));
-            EXPECT_EQ(0, ticks.m_iCount.load());
+    // Made stopped; other timers on the window do not tick the delegate.
+    ASSERT_NE(0u, SetTimer(hWnd, 2, 10, nullptr));
+    PumpMessages(300);
+    EXPECT_TRUE(KillTimer(hWnd, 2));
+    EXPECT_EQ(0, ticks.m_iCount.load());
 
-            window->StartTimer();
-            PumpMessages(1000);
-            EXPECT_GE(ticks.m_iCount.load(), 3);
-            EXPECT_LE(ticks.m_iCount.load(), 30);
-            EXPECT_TRUE(ticks.AllOn(GetCurrentThreadId()));
+    window->StartTimer();
+    PumpMessages(1000);
+    EXPECT_GE(ticks.m_iCount.load(), 3);
+    EXPECT_LE(ticks.m_iCount.load(), 30);
+    EXPECT_TRUE(ticks.AllOn(GetCurrentThreadId()));
 
-            window->StopTimer();
-            window->StopTimer();
-            const int stoppedAt = ticks.m_iCount.load();
-            PumpMessages(300);
-            EXPECT_EQ(stoppedAt, ticks.m_iCount.load());
+    window->StopTimer();
+    window->StopTimer();
+    const int stoppedAt = ticks.m_iCount.load();
+    PumpMessages(300);
+    EXPECT_EQ(stoppedAt, ticks.m_iCount.load());
 
-            window->StartTimer();
-            EXPECT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > stoppedAt; }, 10000));
+    window->StartTimer();
+    EXPECT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > stoppedAt; }, 10000));
 
-            // A tick posted while the thread was busy, before a stop, is not the next timer's.
-            Sleep(150);
-            window->StopTimer();
-            const steady_clock::time_point restarted = steady_clock::now();
-            window->StartTimer();
-            const int restartedAt = ticks.m_iCount.load();
-            ASSERT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > restartedAt; }, 10000));
-            EXPECT_GE(ticks.m_oTimes[restartedAt] - restarted, milliseconds(40));
+    // A tick posted while the thread was busy, before a stop, is not the next timer's.
+    Sleep(150);
+    window->StopTimer();
+    const steady_clock::time_point restarted = steady_clock::now();
+    window->StartTimer();
+    const int restartedAt = ticks.m_iCount.load();
+    ASSERT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > restartedAt; }, 10000));
+    EXPECT_GE(ticks.m_oTimes[restartedAt] - restarted, milliseconds(40));
 
-            window.reset();
-            EXPECT_FALSE(IsWindow(hWnd));
-        });
+    window.reset();
+    EXPECT_FALSE(IsWindow(hWnd));
 }
 
-TEST(TimerWindowTest, StartingAgainKeepsTheRunningTimer)
+TEST_ON_FRESH_THREAD(TimerWindowTest, StartingAgainKeepsTheRunningTimer)
 {
-    OnFreshThread(
-        []
-        {
-            STimerProbe ticks;
-            boost::shared_ptr<CTimerWindow> window = CTimerWindow::Create(ticks.Delegate(), 1000);
-            ASSERT_TRUE(window);
-            window->StartTimer();
-            PumpMessages(500);
-            ASSERT_EQ(0, ticks.m_iCount.load());
-            const steady_clock::time_point again = steady_clock::now();
-            window->StartTimer();
+    STimerProbe ticks;
+    boost::shared_ptr<CTimerWindow> window = CTimerWindow::Create(ticks.Delegate(), 1000);
+    ASSERT_TRUE(window);
+    window->StartTimer();
+    PumpMessages(500);
+    ASSERT_EQ(0, ticks.m_iCount.load());
+    const steady_clock::time_point again = steady_clock::now();
+    window->StartTimer();
 
-            // A restarted timer could not tick before a full period after the second start.
-            EXPECT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > 0; }, 10000));
-            ASSERT_FALSE(ticks.m_oTimes.empty());
-            EXPECT_LT(ticks.m_oTimes[0] - again, milliseconds(900));
-        });
+    // A restarted timer could not tick before a full period after the second start.
+    EXPECT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > 0; }, 10000));
+    ASSERT_FALSE(ticks.m_oTimes.empty());
+    EXPECT_LT(ticks.m_oTimes[0] - again, milliseconds(900));
 }
 
 TEST(TimerWindowTest, LivesOnTheUserInterfaceThread)
@@ -126,39 +117,22 @@ TEST(TimerWindowTest, LivesOnTheUserInterfaceThread)
     EXPECT_TRUE(goneWhenReleased);
 }
 
-TEST(TimerWindowTest, RefusedTimerRaisesWithItsPlace)
+TEST_ON_FRESH_THREAD(TimerWindowTest, RefusedTimerRaisesWithItsPlace)
 {
-    OnFreshThread(
-        []
-        {
-            boost::shared_ptr<CTimerWindow> window =
-                CTimerWindow::Create(boost::function<void()>(), 10);
-            ASSERT_TRUE(window);
-            // A handle whose window is gone, as a window left behind by its thread would hold.
-            const HWND stale = window->m_hWnd;
-            EXPECT_TRUE(window->DestroyWindow());
-            window->m_hWnd = stale;
-            // The refused timer is not remembered, so a second start tries again.
-            for (int attempt = 0; attempt < 2; ++attempt)
-            {
-                try
-                {
-                    window->StartTimer();
-                    ADD_FAILURE() << "StartTimer accepted a dead window";
-                }
-                catch (const CQlException& e)
-                {
-                    // The system's text for the refusal: Windows blames the window handle, Wine the
-                    // handle.
-                    EXPECT_TRUE(CString("Invalid window handle.") == e.what() ||
-                                CString("Invalid handle.") == e.what())
-                        << e.what();
-                    EXPECT_EQ(CString("CppUtil::Thread::CTimerWindow::StartTimer"),
-                              e.GetFunction());
-                    EXPECT_EQ(CString("TimerWindow"), e.GetFile());
-                    EXPECT_EQ(59u, e.GetLine());
-                }
-            }
-            window->m_hWnd = nullptr;
-        });
+    boost::shared_ptr<CTimerWindow> window = CTimerWindow::Create(boost::function<void()>(), 10);
+    ASSERT_TRUE(window);
+    // A handle whose window is gone, as a window left behind by its thread would hold.
+    const HWND stale = window->m_hWnd;
+    EXPECT_TRUE(window->DestroyWindow());
+    window->m_hWnd = stale;
+    // The refused timer is not remembered, so a second start tries again.
+    for (int attempt = 0; attempt < 2; ++attempt)
+    {
+        const std::string text =
+            ThrownAt([&window] { window->StartTimer(); },
+                     "CppUtil::Thread::CTimerWindow::StartTimer", "TimerWindow", 59);
+        // The system's text: Windows blames the window handle, Wine the handle.
+        EXPECT_TRUE(text == "Invalid window handle." || text == "Invalid handle.") << text;
+    }
+    window->m_hWnd = nullptr;
 }

@@ -41,12 +41,7 @@ protected:
         CVerboseLogging::LoadFromRegistry();
     }
 
-    static void RemoveSwitches()
-    {
-#if defined(_WIN32)
-        ::RegDeleteTreeA(HKEY_LOCAL_MACHINE, "Software\\Velmora\\Quillon\\VerboseLogging");
-#endif
-    }
+    void RemoveSwitches() { m_oSandbox.RemoveMachineSection("VerboseLogging"); }
 
     void Switch(const char* name, unsigned long value)
     {

@@ -1,4 +1,4 @@
-#include "RecorderWnd.h"
+#include "FreshThreadTest.h"
 
 #include <cpputil/Platform/Kernel/CEvent.h>
 #include <cpputil/Platform/Kernel/CWinThread.h>
@@ -115,31 +115,26 @@ TEST(WinThreadTest, RunServesTheWindowsOfItsThread)
     delete thread;
 }
 
-TEST(WinThreadTest, MsgWaitSeesTheThreadEndAndTheCallersInput)
+TEST_ON_FRESH_THREAD(WinThreadTest, MsgWaitSeesTheThreadEndAndTheCallersInput)
 {
-    OnFreshThread(
-        []
-        {
-            CProbeThread* thread = new CProbeThread(TRUE);
-            ASSERT_EQ(thread, AfxBeginThread(thread));
-            HANDLE handle = thread->m_hThread;
-            EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT),
-                      MsgWaitForMultipleObjects(1, &handle, FALSE, 100, QS_ALLINPUT));
+    CProbeThread* thread = new CProbeThread(TRUE);
+    ASSERT_EQ(thread, AfxBeginThread(thread));
+    HANDLE handle = thread->m_hThread;
+    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT),
+              MsgWaitForMultipleObjects(1, &handle, FALSE, 100, QS_ALLINPUT));
 
-            EXPECT_TRUE(PostThreadMessage(GetCurrentThreadId(), WM_USER, 0, 0));
-            EXPECT_EQ(WAIT_OBJECT_0 + 1,
-                      MsgWaitForMultipleObjects(1, &handle, FALSE, 10000, QS_ALLINPUT));
-            // Without a wake mask the caller's queue does not end the wait.
-            EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT),
-                      MsgWaitForMultipleObjects(1, &handle, FALSE, 100, 0));
+    EXPECT_TRUE(PostThreadMessage(GetCurrentThreadId(), WM_USER, 0, 0));
+    EXPECT_EQ(WAIT_OBJECT_0 + 1, MsgWaitForMultipleObjects(1, &handle, FALSE, 10000, QS_ALLINPUT));
+    // Without a wake mask the caller's queue does not end the wait.
+    EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT),
+              MsgWaitForMultipleObjects(1, &handle, FALSE, 100, 0));
 
-            EXPECT_TRUE(thread->PostThreadMessage(WM_QUIT, 0, 0));
-            EXPECT_EQ(WAIT_OBJECT_0, MsgWaitForMultipleObjects(1, &handle, FALSE, 10000, 0));
-            // The handle stays signalled.
-            EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(handle, 0));
-            EXPECT_EQ(WAIT_OBJECT_0, MsgWaitForMultipleObjects(1, &handle, FALSE, 0, QS_ALLINPUT));
-            delete thread;
-        });
+    EXPECT_TRUE(thread->PostThreadMessage(WM_QUIT, 0, 0));
+    EXPECT_EQ(WAIT_OBJECT_0, MsgWaitForMultipleObjects(1, &handle, FALSE, 10000, 0));
+    // The handle stays signalled.
+    EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(handle, 0));
+    EXPECT_EQ(WAIT_OBJECT_0, MsgWaitForMultipleObjects(1, &handle, FALSE, 0, QS_ALLINPUT));
+    delete thread;
 }
 
 namespace

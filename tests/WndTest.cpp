@@ -1,4 +1,4 @@
-#include "RecorderWnd.h"
+#include "FreshThreadTest.h"
 
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 
@@ -37,73 +37,65 @@ std::vector<std::pair<UINT, WPARAM>> DrainQueue()
 
 } // namespace
 
-TEST(WndTest, WindowLivesUntilDestroyed)
+TEST_ON_FRESH_THREAD(WndTest, WindowLivesUntilDestroyed)
 {
-    OnFreshThread(
-        []
-        {
-            const char* const name = "CppUtil WndTest lifetime";
-            CRecorderWnd window(name);
-            const HWND hWnd = window.GetSafeHwnd();
-            ASSERT_NE(nullptr, hWnd);
-            EXPECT_TRUE(IsWindow(hWnd));
-            EXPECT_TRUE(Saw(window, WM_CREATE));
-            EXPECT_EQ(hWnd, FindWindow(nullptr, name));
-            EXPECT_EQ(GetCurrentThreadId(), GetWindowThreadProcessId(hWnd, nullptr));
+    const char* const name = "CppUtil WndTest lifetime";
+    CRecorderWnd window(name);
+    const HWND hWnd = window.GetSafeHwnd();
+    ASSERT_NE(nullptr, hWnd);
+    EXPECT_TRUE(IsWindow(hWnd));
+    EXPECT_TRUE(Saw(window, WM_CREATE));
+    EXPECT_EQ(hWnd, FindWindow(nullptr, name));
+    EXPECT_EQ(GetCurrentThreadId(), GetWindowThreadProcessId(hWnd, nullptr));
 
-            // A message still queued when its window dies goes with it.
-            EXPECT_TRUE(window.PostMessage(WM_USER + 1));
-            EXPECT_TRUE(window.DestroyWindow());
-            EXPECT_EQ(nullptr, window.m_hWnd);
-            EXPECT_TRUE(Saw(window, WM_DESTROY));
-            EXPECT_EQ(static_cast<UINT>(WM_NCDESTROY), window.m_oMessages.back());
-            EXPECT_FALSE(Saw(window, WM_USER + 1));
-            EXPECT_TRUE(DrainQueue().empty());
+    // A message still queued when its window dies goes with it.
+    EXPECT_TRUE(window.PostMessage(WM_USER + 1));
+    EXPECT_TRUE(window.DestroyWindow());
+    EXPECT_EQ(nullptr, window.m_hWnd);
+    EXPECT_TRUE(Saw(window, WM_DESTROY));
+    EXPECT_EQ(static_cast<UINT>(WM_NCDESTROY), window.m_oMessages.back());
+    EXPECT_FALSE(Saw(window, WM_USER + 1));
+    EXPECT_TRUE(DrainQueue().empty());
 
-            EXPECT_FALSE(IsWindow(hWnd));
-            EXPECT_EQ(nullptr, FindWindow(nullptr, name));
-            SetLastError(0);
-            EXPECT_FALSE(PostMessage(hWnd, WM_USER, 0, 0));
-            EXPECT_EQ(1400u, GetLastError()); // ERROR_INVALID_WINDOW_HANDLE
-            SetLastError(0);
-            EXPECT_EQ(0, SendMessage(hWnd, WM_USER, 0, 0));
-            EXPECT_EQ(1400u, GetLastError());
+    EXPECT_FALSE(IsWindow(hWnd));
+    EXPECT_EQ(nullptr, FindWindow(nullptr, name));
+    SetLastError(0);
+    EXPECT_FALSE(PostMessage(hWnd, WM_USER, 0, 0));
+    EXPECT_EQ(1400u, GetLastError()); // ERROR_INVALID_WINDOW_HANDLE
+    SetLastError(0);
+    EXPECT_EQ(0, SendMessage(hWnd, WM_USER, 0, 0));
+    EXPECT_EQ(1400u, GetLastError());
 
-            HWND deleted = nullptr;
-            {
-                CRecorderWnd scoped;
-                deleted = scoped.m_hWnd;
-                EXPECT_TRUE(IsWindow(deleted));
-            }
-            EXPECT_FALSE(IsWindow(deleted));
-        });
+    HWND deleted = nullptr;
+    {
+        CRecorderWnd scoped;
+        deleted = scoped.m_hWnd;
+        EXPECT_TRUE(IsWindow(deleted));
+    }
+    EXPECT_FALSE(IsWindow(deleted));
 }
 
-TEST(WndTest, ForeignThreadCannotDestroyButCutsTheWindowLoose)
+TEST_ON_FRESH_THREAD(WndTest, ForeignThreadCannotDestroyButCutsTheWindowLoose)
 {
-    OnFreshThread(
-        []
+    CRecorderWnd* window = new CRecorderWnd;
+    const HWND hWnd = window->m_hWnd;
+    std::thread(
+        [hWnd]
         {
-            CRecorderWnd* window = new CRecorderWnd;
-            const HWND hWnd = window->m_hWnd;
-            std::thread(
-                [hWnd]
-                {
-                    SetLastError(0);
-                    EXPECT_FALSE(DestroyWindow(hWnd));
-                    EXPECT_EQ(5u, GetLastError()); // ERROR_ACCESS_DENIED
-                })
-                .join();
-            EXPECT_TRUE(IsWindow(hWnd));
+            SetLastError(0);
+            EXPECT_FALSE(DestroyWindow(hWnd));
+            EXPECT_EQ(5u, GetLastError()); // ERROR_ACCESS_DENIED
+        })
+        .join();
+    EXPECT_TRUE(IsWindow(hWnd));
 
-            // Deleted elsewhere, the object leaves its window behind, never to be called again.
-            std::thread([window] { delete window; }).join();
-            EXPECT_TRUE(IsWindow(hWnd));
-            EXPECT_TRUE(PostMessage(hWnd, WM_USER, 0, 0));
-            EXPECT_EQ(0, SendMessage(hWnd, WM_USER, 0, 0));
-            PumpMessages(0);
-            EXPECT_TRUE(DestroyWindow(hWnd));
-        });
+    // Deleted elsewhere, the object leaves its window behind, never to be called again.
+    std::thread([window] { delete window; }).join();
+    EXPECT_TRUE(IsWindow(hWnd));
+    EXPECT_TRUE(PostMessage(hWnd, WM_USER, 0, 0));
+    EXPECT_EQ(0, SendMessage(hWnd, WM_USER, 0, 0));
+    PumpMessages(0);
+    EXPECT_TRUE(DestroyWindow(hWnd));
 }
 
 TEST(WndTest, SendsRunOnTheOwnerAndThreadsSendingToEachOtherDoNotDeadlock)
@@ -145,109 +137,97 @@ TEST(WndTest, SendsRunOnTheOwnerAndThreadsSendingToEachOtherDoNotDeadlock)
     second.join();
 }
 
-TEST(WndTest, TimerRepeatsUntilKilledAndSameIdReplacesIt)
+TEST_ON_FRESH_THREAD(WndTest, TimerRepeatsUntilKilledAndSameIdReplacesIt)
 {
-    OnFreshThread(
-        []
-        {
-            CRecorderWnd window;
-            EXPECT_EQ(7u, window.SetTimer(7, 20, nullptr));
-            PumpMessages(500);
-            EXPECT_GE(window.m_oTimers.size(), 3u);
-            EXPECT_TRUE(std::all_of(window.m_oTimers.begin(), window.m_oTimers.end(),
-                                    [](UINT_PTR id) { return id == 7; }));
+    CRecorderWnd window;
+    EXPECT_EQ(7u, window.SetTimer(7, 20, nullptr));
+    PumpMessages(500);
+    EXPECT_GE(window.m_oTimers.size(), 3u);
+    EXPECT_TRUE(std::all_of(window.m_oTimers.begin(), window.m_oTimers.end(),
+                            [](UINT_PTR id) { return id == 7; }));
 
-            // The same id restarts the timer with the new period.
-            window.m_oTimers.clear();
-            window.m_oTimerTimes.clear();
-            const steady_clock::time_point replaced = steady_clock::now();
-            EXPECT_EQ(7u, window.SetTimer(7, 300, nullptr));
-            PumpMessages(700);
-            ASSERT_FALSE(window.m_oTimerTimes.empty());
-            EXPECT_LE(window.m_oTimerTimes.size(), 3u);
-            // Only a WM_TIMER the old timer had already posted, which Win32 leaves queued, comes
-            // sooner.
-            EXPECT_LE(std::count_if(window.m_oTimerTimes.begin(), window.m_oTimerTimes.end(),
-                                    [&](steady_clock::time_point tick)
-                                    { return tick - replaced < milliseconds(200); }),
-                      1);
+    // The same id restarts the timer with the new period.
+    window.m_oTimers.clear();
+    window.m_oTimerTimes.clear();
+    const steady_clock::time_point replaced = steady_clock::now();
+    EXPECT_EQ(7u, window.SetTimer(7, 300, nullptr));
+    PumpMessages(700);
+    ASSERT_FALSE(window.m_oTimerTimes.empty());
+    EXPECT_LE(window.m_oTimerTimes.size(), 3u);
+    // Only a WM_TIMER the old timer had already posted, which Win32 leaves queued, comes
+    // sooner.
+    EXPECT_LE(std::count_if(window.m_oTimerTimes.begin(), window.m_oTimerTimes.end(),
+                            [&](steady_clock::time_point tick)
+                            { return tick - replaced < milliseconds(200); }),
+              1);
 
-            EXPECT_TRUE(window.KillTimer(7));
-            EXPECT_FALSE(window.KillTimer(7));
-            window.m_oTimers.clear();
-            PumpMessages(400);
-            EXPECT_TRUE(window.m_oTimers.empty());
-        });
+    EXPECT_TRUE(window.KillTimer(7));
+    EXPECT_FALSE(window.KillTimer(7));
+    window.m_oTimers.clear();
+    PumpMessages(400);
+    EXPECT_TRUE(window.m_oTimers.empty());
 }
 
-TEST(WndTest, BusyThreadGetsOneTimerMessagePerTimerAfterItsPosts)
+TEST_ON_FRESH_THREAD(WndTest, BusyThreadGetsOneTimerMessagePerTimerAfterItsPosts)
 {
-    OnFreshThread(
-        []
-        {
-            CRecorderWnd window;
-            window.SetTimer(1, 200, nullptr);
-            window.SetTimer(2, 200, nullptr);
-            // Several periods pass while the thread does not look at its queue.
-            Sleep(700);
-            window.PostMessage(WM_USER, 10);
-            window.PostMessage(WM_USER, 11);
-            const std::vector<std::pair<UINT, WPARAM>> messages = DrainQueue();
-            ASSERT_EQ(4u, messages.size());
-            const UINT user = WM_USER, timer = WM_TIMER;
-            EXPECT_EQ(std::make_pair(user, WPARAM(10)), messages[0]);
-            EXPECT_EQ(std::make_pair(user, WPARAM(11)), messages[1]);
-            EXPECT_TRUE(messages[2].first == timer && messages[3].first == timer);
-            EXPECT_EQ(3u, messages[2].second + messages[3].second);
+    CRecorderWnd window;
+    window.SetTimer(1, 200, nullptr);
+    window.SetTimer(2, 200, nullptr);
+    // Several periods pass while the thread does not look at its queue.
+    Sleep(700);
+    window.PostMessage(WM_USER, 10);
+    window.PostMessage(WM_USER, 11);
+    const std::vector<std::pair<UINT, WPARAM>> messages = DrainQueue();
+    ASSERT_EQ(4u, messages.size());
+    const UINT user = WM_USER, timer = WM_TIMER;
+    EXPECT_EQ(std::make_pair(user, WPARAM(10)), messages[0]);
+    EXPECT_EQ(std::make_pair(user, WPARAM(11)), messages[1]);
+    EXPECT_TRUE(messages[2].first == timer && messages[3].first == timer);
+    EXPECT_EQ(3u, messages[2].second + messages[3].second);
 
-            // Killed before it falls due, a timer posts nothing; killed after, it may leave the
-            // one WM_TIMER it had posted, which Win32 leaves queued.
-            window.KillTimer(1);
-            window.KillTimer(2);
-            window.SetTimer(3, 100, nullptr);
-            window.SetTimer(4, 60000, nullptr);
-            Sleep(300);
-            window.KillTimer(3);
-            window.KillTimer(4);
-            std::vector<WPARAM> left;
-            for (const std::pair<UINT, WPARAM>& message : DrainQueue())
-            {
-                EXPECT_EQ(timer, message.first);
-                left.push_back(message.second);
-            }
-            std::sort(left.begin(), left.end());
-            EXPECT_TRUE(std::adjacent_find(left.begin(), left.end()) == left.end());
-            EXPECT_EQ(0, std::count(left.begin(), left.end(), WPARAM(4)));
-        });
+    // Killed before it falls due, a timer posts nothing; killed after, it may leave the
+    // one WM_TIMER it had posted, which Win32 leaves queued.
+    window.KillTimer(1);
+    window.KillTimer(2);
+    window.SetTimer(3, 100, nullptr);
+    window.SetTimer(4, 60000, nullptr);
+    Sleep(300);
+    window.KillTimer(3);
+    window.KillTimer(4);
+    std::vector<WPARAM> left;
+    for (const std::pair<UINT, WPARAM>& message : DrainQueue())
+    {
+        EXPECT_EQ(timer, message.first);
+        left.push_back(message.second);
+    }
+    std::sort(left.begin(), left.end());
+    EXPECT_TRUE(std::adjacent_find(left.begin(), left.end()) == left.end());
+    EXPECT_EQ(0, std::count(left.begin(), left.end(), WPARAM(4)));
 }
 
-TEST(WndTest, TimersAndQuitAnswerAsWin32)
+TEST_ON_FRESH_THREAD(WndTest, TimersAndQuitAnswerAsWin32)
 {
-    OnFreshThread(
-        []
-        {
-            CRecorderWnd window;
-            const HWND hWnd = window.m_hWnd;
-            // Another thread of the process may set and kill the window's timers; the ticks come
-            // to the window's own thread.
-            std::thread([hWnd] { EXPECT_EQ(5u, SetTimer(hWnd, 5, 20, nullptr)); }).join();
-            PumpMessages(300);
-            EXPECT_FALSE(window.m_oTimers.empty());
-            std::thread([hWnd] { EXPECT_TRUE(KillTimer(hWnd, 5)); }).join();
-            window.m_oTimers.clear();
-            PumpMessages(200);
-            EXPECT_TRUE(window.m_oTimers.empty());
+    CRecorderWnd window;
+    const HWND hWnd = window.m_hWnd;
+    // Another thread of the process may set and kill the window's timers; the ticks come
+    // to the window's own thread.
+    std::thread([hWnd] { EXPECT_EQ(5u, SetTimer(hWnd, 5, 20, nullptr)); }).join();
+    PumpMessages(300);
+    EXPECT_FALSE(window.m_oTimers.empty());
+    std::thread([hWnd] { EXPECT_TRUE(KillTimer(hWnd, 5)); }).join();
+    window.m_oTimers.clear();
+    PumpMessages(200);
+    EXPECT_TRUE(window.m_oTimers.empty());
 
-            // The quit PostQuitMessage asks for passes a window filter; a WM_QUIT posted to the
-            // thread is a thread message, which a window filter never takes.
-            MSG message = {};
-            PostThreadMessage(GetCurrentThreadId(), WM_QUIT, 3, 0);
-            EXPECT_FALSE(PeekMessage(&message, hWnd, 0, 0, PM_REMOVE));
-            EXPECT_TRUE(PeekMessage(&message, nullptr, 0, 0, PM_REMOVE));
-            EXPECT_EQ(static_cast<UINT>(WM_QUIT), message.message);
-            PostQuitMessage(4);
-            ASSERT_TRUE(PeekMessage(&message, hWnd, WM_USER, WM_USER, PM_REMOVE));
-            EXPECT_EQ(static_cast<UINT>(WM_QUIT), message.message);
-            EXPECT_EQ(4u, message.wParam);
-        });
+    // The quit PostQuitMessage asks for passes a window filter; a WM_QUIT posted to the
+    // thread is a thread message, which a window filter never takes.
+    MSG message = {};
+    PostThreadMessage(GetCurrentThreadId(), WM_QUIT, 3, 0);
+    EXPECT_FALSE(PeekMessage(&message, hWnd, 0, 0, PM_REMOVE));
+    EXPECT_TRUE(PeekMessage(&message, nullptr, 0, 0, PM_REMOVE));
+    EXPECT_EQ(static_cast<UINT>(WM_QUIT), message.message);
+    PostQuitMessage(4);
+    ASSERT_TRUE(PeekMessage(&message, hWnd, WM_USER, WM_USER, PM_REMOVE));
+    EXPECT_EQ(static_cast<UINT>(WM_QUIT), message.message);
+    EXPECT_EQ(4u, message.wParam);
 }

@@ -6,6 +6,8 @@
 // DIR (default: a folder in the build tree) receives the log files, the chart page, the job report
 // and, on Linux, the file registry unless CPPUTIL_REGISTRY_ROOT is set already. The station's
 // settings come from quillon-host.xml beside the program.
+#include "RegistryHome.h"
+
 #include <cpputil/CppUtil.h>
 
 #include <algorithm>
@@ -19,10 +21,6 @@
 #include <mutex>
 #include <string>
 #include <vector>
-
-#if !defined(_WIN32)
-#include <stdlib.h>
-#endif
 
 using CppUtil::CDateTime;
 using CppUtil::Exception::CQlException;
@@ -362,10 +360,7 @@ int main(int argc, char** argv)
     if (!ParseOptions(argc, argv, options))
         return 2;
     std::filesystem::create_directories(options.m_oDir);
-#if !defined(_WIN32)
-    // The file registry lives in the run's folder unless one was chosen; Windows uses its own.
-    ::setenv("CPPUTIL_REGISTRY_ROOT", (options.m_oDir / "registry").string().c_str(), 0);
-#endif
+    PlaceRegistry(options.m_oDir / "registry");
 
     // Start-up, on the user-interface thread: managers and outputs, then the delegates.
     CMessageManager* manager = new CMessageManager;

@@ -1,5 +1,7 @@
 #include "CWnd.h"
 
+#include "Runtime.h"
+
 #include "../../CppUtil.Exception.QlException.h"
 #include "../../CppUtil.Text.Output.h"
 
@@ -23,24 +25,6 @@ thread_local CWnd::CHandlerCall* t_poHandlerCall = nullptr;
 // procedure, never to the dead object, and it never takes a new object.
 const LONG_PTR k_lDetached = -1;
 
-HINSTANCE LibraryInstance()
-{
-#if defined(_WIN32)
-    // The classes are registered for this library, the module their window procedure lives in.
-    static HINSTANCE s_hInstance = []
-    {
-        HMODULE module = nullptr;
-        ::GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                                 GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                             reinterpret_cast<LPCSTR>(&LibraryInstance), &module);
-        return module;
-    }();
-    return s_hInstance;
-#else
-    return nullptr;
-#endif
-}
-
 } // namespace
 
 // The window procedure of every class AfxRegisterWndClass registers.
@@ -58,7 +42,7 @@ LPCSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor, HBRUSH hbrBackgrou
     static std::mutex s_oMutex;
     static std::set<std::string> s_oNames;
 
-    const HINSTANCE instance = LibraryInstance();
+    const HINSTANCE instance = CppUtil::Platform::LibraryInstance();
     char name[128];
     std::snprintf(name, sizeof name, "CppUtil:%p:%x:%p:%p:%p", static_cast<void*>(instance),
                   nClassStyle, static_cast<void*>(hCursor), static_cast<void*>(hbrBackground),
@@ -112,7 +96,7 @@ BOOL CWnd::CreateEx(DWORD dwExStyle, LPCSTR lpszClassName, LPCSTR lpszWindowName
     t_poCreating = this;
     const HWND hWnd =
         ::CreateWindowEx(dwExStyle, lpszClassName, lpszWindowName, dwStyle, x, y, nWidth, nHeight,
-                         hWndParent, nIDorHMenu, LibraryInstance(), lpParam);
+                         hWndParent, nIDorHMenu, CppUtil::Platform::LibraryInstance(), lpParam);
     t_poCreating = outer;
 
     // A handler that failed during creation fails the creation.

@@ -4,11 +4,7 @@
 
 #include "../../CppUtil.Api.h"
 #include "../Types/CString.h"
-#include "../Types/WinTypes.h"
-
-#if !defined(_WIN32)
-#include "Posix/WinUser.h"
-#endif
+#include "WinUser.h"
 
 namespace CppUtil
 {

@@ -6,6 +6,6 @@
 #include "../Types/WinTypes.h"
 #include "WinSync.h"
 
-#if !defined(_WIN32)
+#if !CPPUTIL_WINDOWS
 #include "Posix/WinMessages.h"
 #endif

@@ -5,6 +5,6 @@
 
 #include "../Types/WinTypes.h"
 
-#if !defined(_WIN32)
+#if !CPPUTIL_WINDOWS
 #include "Posix/WinSync.h"
 #endif

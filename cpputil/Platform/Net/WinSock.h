@@ -4,24 +4,8 @@
 
 #include "../Types/WinTypes.h"
 
-#if defined(_WIN32)
-#include <ws2tcpip.h>
-
-namespace CppUtil
-{
-namespace Platform
-{
-
-/// Winsock records its errors as the thread's last error itself.
-inline void SetLastSocketError() {}
-/// After a failed getaddrinfo.
-inline void SetLastResolveError(int result)
-{
-    ::WSASetLastError(result);
-}
-
-} // namespace Platform
-} // namespace CppUtil
+#if CPPUTIL_WINDOWS
+#include "Win32/WinSock.h"
 #else
 #include "Posix/WinSock.h"
 #endif

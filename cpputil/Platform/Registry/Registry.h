@@ -5,7 +5,7 @@
 
 #include "../Types/WinTypes.h"
 
-#if defined(_WIN32)
+#if CPPUTIL_WINDOWS
 #include <aclapi.h>
 #else
 #include "Posix/Registry.h"

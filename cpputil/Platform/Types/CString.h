@@ -13,21 +13,7 @@
 #include <string>
 #include <utility>
 
-/// The printf archetype must match the runtime vsnprintf actually used, or %lld/%zu checks lie.
-/// Elsewhere than on MinGW the compiler knows only the C library's printf, which rejects the
-/// Microsoft size prefixes (%I64d) that Format reads there too: no check is declared.
-#if defined(__GNUC__) && defined(__MINGW_PRINTF_FORMAT)
-#define CPPUTIL_CSTRING_PRINTF(fmtIndex, firstArg)                                                 \
-    __attribute__((format(__MINGW_PRINTF_FORMAT, fmtIndex, firstArg)))
-#else
-#define CPPUTIL_CSTRING_PRINTF(fmtIndex, firstArg)
-#endif
-
-#if defined(_MSC_VER)
-/// The std::string member is private; clients never touch it across the DLL boundary.
-#pragma warning(push)
-#pragma warning(disable : 4251)
-#endif
+CPPUTIL_EXPORTED_MEMBERS_BEGIN
 
 /// Indexes are int and "not found" is -1, as in ATL. Out-of-range arguments are clamped instead of
 /// asserting, so a stray index degrades to an empty or shortened result rather than a crash.
@@ -178,9 +164,7 @@ private:
     std::string m_sText;
 };
 
-#if defined(_MSC_VER)
-#pragma warning(pop)
-#endif
+CPPUTIL_EXPORTED_MEMBERS_END
 
 inline CString operator+(const CString& a, const CString& b)
 {

@@ -3,7 +3,11 @@
 /// own definitions elsewhere.
 #pragma once
 
-#if defined(_WIN32)
+// This and the layer's other switch headers pick their side by the detection header's macro
+// rather than by an include directory, so the installed headers need no set-up in a host.
+#include "../Detect.h"
+
+#if CPPUTIL_WINDOWS
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif

@@ -79,9 +79,9 @@ const std::shared_ptr<CMessageQueue>& CMessageQueue::Current()
     {
         std::shared_ptr<CMessageQueue> queue =
             std::make_shared<CMessageQueue>(::GetCurrentThreadId());
-        CKernel& kernel = CKernel::Instance();
-        std::lock_guard<std::mutex> lock(kernel.Mutex());
-        kernel.AddQueue(queue->m_dwThreadId, queue);
+        CHandleTable& table = CHandleTable::Instance();
+        std::lock_guard<std::mutex> lock(table.Mutex());
+        table.AddQueue(queue->m_dwThreadId, queue);
         t_oQueue.m_poQueue = queue;
     }
     return t_oQueue.m_poQueue;
@@ -216,7 +216,7 @@ TClock::time_point CMessageQueue::NextTimerDue() const
 bool CMessageQueue::Retrieve(MSG& message, HWND window, UINT first, UINT last, bool remove,
                              bool wait)
 {
-    std::unique_lock<std::mutex> lock(CKernel::Instance().Mutex());
+    std::unique_lock<std::mutex> lock(CHandleTable::Instance().Mutex());
     for (;;)
     {
         DispatchSent(lock);
@@ -239,9 +239,9 @@ bool CMessageQueue::Retrieve(MSG& message, HWND window, UINT first, UINT last, b
 LRESULT CMessageQueue::Send(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 {
     CMessageQueue& self = *Current();
-    CKernel& kernel = CKernel::Instance();
-    std::unique_lock<std::mutex> lock(kernel.Mutex());
-    SWindow* target = kernel.WindowOrFail(window);
+    CHandleTable& table = CHandleTable::Instance();
+    std::unique_lock<std::mutex> lock(table.Mutex());
+    SWindow* target = table.WindowOrFail(window);
     if (!target)
         return 0;
     if (target->m_poQueue.get() == &self)
@@ -283,11 +283,11 @@ LRESULT CMessageQueue::Send(HWND window, UINT message, WPARAM wParam, LPARAM lPa
 
 void CMessageQueue::Close()
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    kernel.RemoveQueue(m_dwThreadId, this);
-    for (HWND window : kernel.WindowsOf(this))
-        kernel.RemoveWindow(window);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    table.RemoveQueue(m_dwThreadId, this);
+    for (HWND window : table.WindowsOf(this))
+        table.RemoveWindow(window);
     for (SSent* sent : m_oSent)
         Complete(*sent, 0);
     m_oSent.clear();
@@ -305,12 +305,12 @@ void CMessageQueue::Complete(SSent& sent, LRESULT result)
 
 void CMessageQueue::DispatchSent(std::unique_lock<std::mutex>& lock)
 {
-    CKernel& kernel = CKernel::Instance();
+    CHandleTable& table = CHandleTable::Instance();
     while (!m_oSent.empty())
     {
         SSent* sent = m_oSent.front();
         m_oSent.pop_front();
-        const SWindow* window = kernel.Window(sent->m_oMessage.hwnd);
+        const SWindow* window = table.Window(sent->m_oMessage.hwnd);
         if (!window)
         {
             Complete(*sent, 0);

@@ -2,7 +2,7 @@
 // threads, the quit flag and the timers of the thread's windows.
 #pragma once
 
-#include "Kernel.h"
+#include "HandleTable.h"
 
 #include <cstdint>
 #include <deque>
@@ -35,7 +35,7 @@ public:
     // The condition the owner sleeps on, kept alive by the queue.
     TWaker Waker() { return TWaker(shared_from_this(), &m_oWake); }
 
-    // The members below expect the kernel's mutex to be held.
+    // The members below expect the handle table's mutex to be held.
 
     void Post(const MSG& message, CDeferredWake& wake);
     void SetQuit(int exitCode);
@@ -48,7 +48,7 @@ public:
     // TClock::time_point::max() when the queue has no timer.
     TClock::time_point NextTimerDue() const;
 
-    // The members below take the kernel's mutex themselves.
+    // The members below take the handle table's mutex themselves.
 
     // Handles the messages sent from other threads first, then looks for a posted message, the
     // quit flag and a ready timer, in that order, as Win32 does. With wait, blocks until one

@@ -1,13 +1,13 @@
 #include "WinMessages.h"
 
-#include "Kernel.h"
+#include "HandleTable.h"
 #include "MessageQueue.h"
 
 #include <cstdint>
 #include <unistd.h>
 
 using CppUtil::Platform::Posix::CDeferredWake;
-using CppUtil::Platform::Posix::CKernel;
+using CppUtil::Platform::Posix::CHandleTable;
 using CppUtil::Platform::Posix::CMessageQueue;
 using CppUtil::Platform::Posix::SWindow;
 
@@ -28,12 +28,12 @@ public:
     explicit CWindowRemoval(HWND window) : m_hWnd(window) {}
     ~CWindowRemoval()
     {
-        CKernel& kernel = CKernel::Instance();
-        std::lock_guard<std::mutex> lock(kernel.Mutex());
-        if (SWindow* window = kernel.Window(m_hWnd))
+        CHandleTable& table = CHandleTable::Instance();
+        std::lock_guard<std::mutex> lock(table.Mutex());
+        if (SWindow* window = table.Window(m_hWnd))
         {
             std::shared_ptr<CMessageQueue> queue = window->m_poQueue;
-            kernel.RemoveWindow(m_hWnd);
+            table.RemoveWindow(m_hWnd);
             queue->ForgetWindow(m_hWnd);
         }
     }
@@ -61,9 +61,9 @@ ATOM RegisterClass(const WNDCLASS* windowClass)
         ::SetLastError(ERROR_INVALID_PARAMETER);
         return 0;
     }
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    if (!kernel.AddClass(windowClass->lpszClassName, windowClass->lpfnWndProc))
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    if (!table.AddClass(windowClass->lpszClassName, windowClass->lpfnWndProc))
     {
         ::SetLastError(ERROR_CLASS_ALREADY_EXISTS);
         return 0;
@@ -77,13 +77,13 @@ HWND CreateWindowEx(DWORD exStyle, LPCSTR className, LPCSTR windowName, DWORD st
                     LPVOID parameter)
 {
     const std::shared_ptr<CMessageQueue>& queue = CMessageQueue::Current();
-    CKernel& kernel = CKernel::Instance();
+    CHandleTable& table = CHandleTable::Instance();
     WNDPROC proc = nullptr;
     HWND window = nullptr;
     {
-        std::lock_guard<std::mutex> lock(kernel.Mutex());
+        std::lock_guard<std::mutex> lock(table.Mutex());
         if (IsName(className))
-            proc = kernel.FindClass(className);
+            proc = table.FindClass(className);
         if (!proc)
         {
             ::SetLastError(ERROR_CANNOT_FIND_WND_CLASS);
@@ -95,7 +95,7 @@ HWND CreateWindowEx(DWORD exStyle, LPCSTR className, LPCSTR windowName, DWORD st
         entry.m_sClass = className;
         entry.m_sName = windowName ? windowName : "";
         entry.m_bMessageOnly = parent == HWND_MESSAGE;
-        window = kernel.AddWindow(std::move(entry));
+        window = table.AddWindow(std::move(entry));
     }
 
     CREATESTRUCT create = {
@@ -123,11 +123,11 @@ HWND CreateWindowEx(DWORD exStyle, LPCSTR className, LPCSTR windowName, DWORD st
 
 BOOL DestroyWindow(HWND window)
 {
-    CKernel& kernel = CKernel::Instance();
+    CHandleTable& table = CHandleTable::Instance();
     WNDPROC proc = nullptr;
     {
-        std::lock_guard<std::mutex> lock(kernel.Mutex());
-        SWindow* entry = kernel.WindowOrFail(window);
+        std::lock_guard<std::mutex> lock(table.Mutex());
+        SWindow* entry = table.WindowOrFail(window);
         if (!entry)
             return FALSE;
         if (entry->m_poQueue.get() != CMessageQueue::CurrentIfAny())
@@ -147,9 +147,9 @@ BOOL DestroyWindow(HWND window)
 
 BOOL IsWindow(HWND window)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    if (kernel.Window(window))
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    if (table.Window(window))
         return TRUE;
     ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
     return FALSE;
@@ -157,16 +157,16 @@ BOOL IsWindow(HWND window)
 
 HWND FindWindow(LPCSTR className, LPCSTR windowName)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    return kernel.FindWindowByName(IsName(className) ? className : nullptr, windowName);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    return table.FindWindowByName(IsName(className) ? className : nullptr, windowName);
 }
 
 DWORD GetWindowThreadProcessId(HWND window, LPDWORD processId)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    const SWindow* entry = kernel.WindowOrFail(window);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    const SWindow* entry = table.WindowOrFail(window);
     if (!entry)
         return 0;
     if (processId)
@@ -176,9 +176,9 @@ DWORD GetWindowThreadProcessId(HWND window, LPDWORD processId)
 
 LONG_PTR GetWindowLongPtr(HWND window, int index)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    const SWindow* entry = kernel.WindowOrFail(window);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    const SWindow* entry = table.WindowOrFail(window);
     if (!entry)
         return 0;
     if (index != GWLP_USERDATA)
@@ -191,9 +191,9 @@ LONG_PTR GetWindowLongPtr(HWND window, int index)
 
 LONG_PTR SetWindowLongPtr(HWND window, int index, LONG_PTR value)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    SWindow* entry = kernel.WindowOrFail(window);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    SWindow* entry = table.WindowOrFail(window);
     if (!entry)
         return 0;
     if (index != GWLP_USERDATA)
@@ -225,10 +225,10 @@ BOOL PostMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
     // A null window makes a thread message for the caller, as on Win32.
     if (!window)
         return ::PostThreadMessage(::GetCurrentThreadId(), message, wParam, lParam);
-    CKernel& kernel = CKernel::Instance();
+    CHandleTable& table = CHandleTable::Instance();
     CDeferredWake wake;
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    const SWindow* entry = kernel.WindowOrFail(window);
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    const SWindow* entry = table.WindowOrFail(window);
     if (!entry)
         return FALSE;
     entry->m_poQueue->Post({window, message, wParam, lParam, CMessageQueue::Now()}, wake);
@@ -239,11 +239,11 @@ BOOL PostThreadMessage(DWORD threadId, UINT message, WPARAM wParam, LPARAM lPara
 {
     if (threadId == ::GetCurrentThreadId())
         CMessageQueue::Current();
-    CKernel& kernel = CKernel::Instance();
+    CHandleTable& table = CHandleTable::Instance();
     CDeferredWake wake;
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
+    std::lock_guard<std::mutex> lock(table.Mutex());
     // Like Win32, a thread that has no queue yet cannot receive.
-    std::shared_ptr<CMessageQueue> queue = kernel.FindQueue(threadId);
+    std::shared_ptr<CMessageQueue> queue = table.FindQueue(threadId);
     if (!queue)
     {
         ::SetLastError(ERROR_INVALID_THREAD_ID);
@@ -261,7 +261,7 @@ LRESULT SendMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam)
 void PostQuitMessage(int exitCode)
 {
     CMessageQueue& queue = *CMessageQueue::Current();
-    std::lock_guard<std::mutex> lock(CKernel::Instance().Mutex());
+    std::lock_guard<std::mutex> lock(CHandleTable::Instance().Mutex());
     queue.SetQuit(exitCode);
 }
 
@@ -273,9 +273,9 @@ bool IsValidFilter(HWND window)
 {
     if (!window || window == reinterpret_cast<HWND>(static_cast<LONG_PTR>(-1)))
         return true;
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    return kernel.Window(window) != nullptr;
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    return table.Window(window) != nullptr;
 }
 
 } // namespace
@@ -332,9 +332,9 @@ LRESULT DispatchMessage(const MSG* message)
     }
     WNDPROC proc = nullptr;
     {
-        CKernel& kernel = CKernel::Instance();
-        std::lock_guard<std::mutex> lock(kernel.Mutex());
-        const SWindow* entry = kernel.WindowOrFail(message->hwnd);
+        CHandleTable& table = CHandleTable::Instance();
+        std::lock_guard<std::mutex> lock(table.Mutex());
+        const SWindow* entry = table.WindowOrFail(message->hwnd);
         if (!entry)
             return 0;
         proc = entry->m_pfnProc;
@@ -344,9 +344,9 @@ LRESULT DispatchMessage(const MSG* message)
 
 UINT_PTR SetTimer(HWND window, UINT_PTR idEvent, UINT elapse, TIMERPROC timerFunc)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    const SWindow* entry = kernel.WindowOrFail(window);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    const SWindow* entry = table.WindowOrFail(window);
     if (!entry)
         return 0;
     // The timer belongs to the window's thread, whichever thread sets it.
@@ -355,9 +355,9 @@ UINT_PTR SetTimer(HWND window, UINT_PTR idEvent, UINT elapse, TIMERPROC timerFun
 
 BOOL KillTimer(HWND window, UINT_PTR idEvent)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    const SWindow* entry = kernel.WindowOrFail(window);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    const SWindow* entry = table.WindowOrFail(window);
     if (!entry)
         return FALSE;
     if (!entry->m_poQueue->KillTimer(window, idEvent))
@@ -379,6 +379,6 @@ DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* handles, DWORD mill
                                   DWORD wakeMask, DWORD flags)
 {
     CMessageQueue* queue = CMessageQueue::Current().get();
-    return CKernel::Instance().Wait(count, handles, (flags & MWMO_WAITALL) != 0, milliseconds,
-                                    queue, wakeMask);
+    return CHandleTable::Instance().Wait(count, handles, (flags & MWMO_WAITALL) != 0, milliseconds,
+                                         queue, wakeMask);
 }

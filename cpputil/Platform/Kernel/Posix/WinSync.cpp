@@ -1,6 +1,6 @@
 #include "WinSync.h"
 
-#include "Kernel.h"
+#include "HandleTable.h"
 #include "MessageQueue.h"
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 using CppUtil::Platform::Posix::CDeferredWake;
-using CppUtil::Platform::Posix::CKernel;
+using CppUtil::Platform::Posix::CHandleTable;
 using CppUtil::Platform::Posix::CMessageQueue;
 using CppUtil::Platform::Posix::SWaitable;
 
@@ -52,17 +52,17 @@ void* RunThread(void* parameter)
     const DWORD exitCode = start->m_pfnStart(start->m_pParameter);
     // The handle is signalled only when the thread's windows are gone, as on Win32.
     CMessageQueue::EndCurrent();
-    CKernel& kernel = CKernel::Instance();
+    CHandleTable& table = CHandleTable::Instance();
     CDeferredWake wake;
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
+    std::lock_guard<std::mutex> lock(table.Mutex());
     start->m_poThread->m_dwExitCode = exitCode;
-    kernel.Signal(*start->m_poThread, wake);
+    table.Signal(*start->m_poThread, wake);
     return nullptr;
 }
 
 std::shared_ptr<SWaitable> FindEvent(HANDLE event)
 {
-    std::shared_ptr<SWaitable> object = CKernel::Instance().FindObject(event);
+    std::shared_ptr<SWaitable> object = CHandleTable::Instance().FindObject(event);
     if (!object || object->m_bThread)
     {
         ::SetLastError(ERROR_INVALID_HANDLE);
@@ -83,27 +83,27 @@ HANDLE CreateEvent(LPSECURITY_ATTRIBUTES, BOOL manualReset, BOOL initialState, L
     std::shared_ptr<SWaitable> event = std::make_shared<SWaitable>();
     event->m_bManualReset = manualReset != FALSE;
     event->m_bSignaled = initialState != FALSE;
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    return kernel.AddObject(event);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    return table.AddObject(event);
 }
 
 BOOL SetEvent(HANDLE event)
 {
-    CKernel& kernel = CKernel::Instance();
+    CHandleTable& table = CHandleTable::Instance();
     CDeferredWake wake;
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
+    std::lock_guard<std::mutex> lock(table.Mutex());
     std::shared_ptr<SWaitable> object = FindEvent(event);
     if (!object)
         return FALSE;
-    kernel.Signal(*object, wake);
+    table.Signal(*object, wake);
     return TRUE;
 }
 
 BOOL ResetEvent(HANDLE event)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
     std::shared_ptr<SWaitable> object = FindEvent(event);
     if (!object)
         return FALSE;
@@ -113,19 +113,20 @@ BOOL ResetEvent(HANDLE event)
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds)
 {
-    return CKernel::Instance().Wait(1, &handle, false, milliseconds, nullptr, 0);
+    return CHandleTable::Instance().Wait(1, &handle, false, milliseconds, nullptr, 0);
 }
 
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds)
 {
-    return CKernel::Instance().Wait(count, handles, waitAll != FALSE, milliseconds, nullptr, 0);
+    return CHandleTable::Instance().Wait(count, handles, waitAll != FALSE, milliseconds, nullptr,
+                                         0);
 }
 
 BOOL CloseHandle(HANDLE handle)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    if (kernel.RemoveObject(handle))
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    if (table.RemoveObject(handle))
         return TRUE;
     ::SetLastError(ERROR_INVALID_HANDLE);
     return FALSE;
@@ -170,16 +171,16 @@ HANDLE CreateThread(LPSECURITY_ATTRIBUTES, SIZE_T stackSize, LPTHREAD_START_ROUT
     const DWORD newThreadId = id.get();
     if (threadId)
         *threadId = newThreadId;
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    return kernel.AddObject(thread);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    return table.AddObject(thread);
 }
 
 BOOL GetExitCodeThread(HANDLE thread, LPDWORD exitCode)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    std::shared_ptr<SWaitable> object = kernel.FindObject(thread);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    std::shared_ptr<SWaitable> object = table.FindObject(thread);
     if (!object || !object->m_bThread || !exitCode)
     {
         ::SetLastError(ERROR_INVALID_HANDLE);
@@ -191,9 +192,9 @@ BOOL GetExitCodeThread(HANDLE thread, LPDWORD exitCode)
 
 BOOL SetThreadPriority(HANDLE thread, int)
 {
-    CKernel& kernel = CKernel::Instance();
-    std::lock_guard<std::mutex> lock(kernel.Mutex());
-    std::shared_ptr<SWaitable> object = kernel.FindObject(thread);
+    CHandleTable& table = CHandleTable::Instance();
+    std::lock_guard<std::mutex> lock(table.Mutex());
+    std::shared_ptr<SWaitable> object = table.FindObject(thread);
     if (!object || !object->m_bThread)
     {
         ::SetLastError(ERROR_INVALID_HANDLE);

@@ -1,6 +1,6 @@
 // GetModuleHandleA, FormatMessageA and LocalFree for POSIX systems.
 #include "MessageFormatter.h"
-#include "MessageTableRegistry.h"
+#include "MessageTableCatalog.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -8,7 +8,7 @@
 #include <iterator>
 
 using CppUtil::Platform::CMessageFormatter;
-using CppUtil::Platform::CMessageTableRegistry;
+using CppUtil::Platform::CMessageTableCatalog;
 
 namespace
 {
@@ -937,7 +937,7 @@ DWORD Fail(DWORD error)
 
 HMODULE GetModuleHandleA(LPCSTR moduleName)
 {
-    HMODULE module = CMessageTableRegistry::Instance().Find(moduleName);
+    HMODULE module = CMessageTableCatalog::Instance().Find(moduleName);
     if (!module)
         SetLastError(ERROR_MOD_NOT_FOUND);
     return module;
@@ -963,7 +963,7 @@ DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD messageId, DWORD languag
     else
     {
         if (flags & FORMAT_MESSAGE_FROM_HMODULE)
-            error = CMessageTableRegistry::Instance().Lookup(
+            error = CMessageTableCatalog::Instance().Lookup(
                 static_cast<HMODULE>(const_cast<void*>(source)), messageId, languageId, text);
         // The system's texts are the fallback when a module does not have the message.
         if ((flags & FORMAT_MESSAGE_FROM_SYSTEM) && error != ERROR_SUCCESS)

@@ -1,8 +1,8 @@
 #include "../MessageTableIds.h"
 
-#include "MessageTableRegistry.h"
+#include "MessageTableCatalog.h"
 
 DWORD CppUtil::Platform::GetMessageTableIds(HMODULE module, std::vector<DWORD>& ids)
 {
-    return CMessageTableRegistry::Instance().GetIds(module, ids);
+    return CMessageTableCatalog::Instance().GetIds(module, ids);
 }

@@ -25,7 +25,7 @@ class CMessageQueue;
 
 typedef std::chrono::steady_clock TClock;
 
-// A sleeping thread's condition. Shared, so that it can be notified after the kernel's lock is
+// A sleeping thread's condition. Shared, so that it can be notified after the table's lock is
 // released even if the sleeper has already woken for another reason and left.
 typedef std::shared_ptr<std::condition_variable> TWaker;
 
@@ -72,10 +72,10 @@ struct SWindow
     bool m_bDestroying = false;
 };
 
-class CKernel
+class CHandleTable
 {
 public:
-    static CKernel& Instance();
+    static CHandleTable& Instance();
 
     std::mutex& Mutex() { return m_oMutex; }
 
@@ -108,7 +108,7 @@ public:
                CMessageQueue* queue, DWORD wakeMask);
 
 private:
-    CKernel() = default;
+    CHandleTable() = default;
 
     std::uintptr_t NextHandle();
 

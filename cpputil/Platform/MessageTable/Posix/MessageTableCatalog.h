@@ -16,7 +16,7 @@ namespace CppUtil
 namespace Platform
 {
 
-class CPPUTIL_API CMessageTableRegistry
+class CPPUTIL_API CMessageTableCatalog
 {
 public:
     // One message in one language. A table is sorted by id, then by language.
@@ -29,7 +29,7 @@ public:
 
     // Never destroyed, so modules can unregister from their own static destructors whatever
     // the order in which the process tears them down.
-    static CMessageTableRegistry& Instance();
+    static CMessageTableCatalog& Instance();
 
     // The messages are not copied: they live in the registering module until it unregisters.
     // An executable's table is the one GetModuleHandleA(NULL) finds.
@@ -45,8 +45,8 @@ public:
     // Windows gives for a module without a table.
     DWORD GetIds(HMODULE module, std::vector<DWORD>& ids) const;
 
-    CMessageTableRegistry(const CMessageTableRegistry&) = delete;
-    CMessageTableRegistry& operator=(const CMessageTableRegistry&) = delete;
+    CMessageTableCatalog(const CMessageTableCatalog&) = delete;
+    CMessageTableCatalog& operator=(const CMessageTableCatalog&) = delete;
 
 private:
     struct STable
@@ -56,7 +56,7 @@ private:
         size_t m_uCount;
     };
 
-    CMessageTableRegistry();
+    CMessageTableCatalog();
     const STable* FindTable(HMODULE module) const;
     // ERROR_SUCCESS with the module's table, or the error for a module without one.
     DWORD FindMessages(HMODULE module, const STable*& table) const;

@@ -1,4 +1,4 @@
-#include "MessageTableRegistry.h"
+#include "MessageTableCatalog.h"
 
 #include <algorithm>
 
@@ -43,16 +43,16 @@ HMODULE ToHandle(const void* table)
 
 } // namespace
 
-CMessageTableRegistry::CMessageTableRegistry() : m_oExecutable{std::string(), nullptr, 0} {}
+CMessageTableCatalog::CMessageTableCatalog() : m_oExecutable{std::string(), nullptr, 0} {}
 
-CMessageTableRegistry& CMessageTableRegistry::Instance()
+CMessageTableCatalog& CMessageTableCatalog::Instance()
 {
-    static CMessageTableRegistry* s_poInstance = new CMessageTableRegistry;
+    static CMessageTableCatalog* s_poInstance = new CMessageTableCatalog;
     return *s_poInstance;
 }
 
-HMODULE CMessageTableRegistry::Register(const char* name, bool executable, const SMessage* messages,
-                                        size_t count)
+HMODULE CMessageTableCatalog::Register(const char* name, bool executable, const SMessage* messages,
+                                       size_t count)
 {
     std::lock_guard<std::mutex> lock(m_oMutex);
     if (executable)
@@ -64,7 +64,7 @@ HMODULE CMessageTableRegistry::Register(const char* name, bool executable, const
     return ToHandle(&m_oTables.back());
 }
 
-void CMessageTableRegistry::Unregister(HMODULE module)
+void CMessageTableCatalog::Unregister(HMODULE module)
 {
     std::lock_guard<std::mutex> lock(m_oMutex);
     if (module == ToHandle(&m_oExecutable))
@@ -75,7 +75,7 @@ void CMessageTableRegistry::Unregister(HMODULE module)
     m_oTables.remove_if([module](const STable& table) { return ToHandle(&table) == module; });
 }
 
-HMODULE CMessageTableRegistry::Find(const char* name) const
+HMODULE CMessageTableCatalog::Find(const char* name) const
 {
     std::lock_guard<std::mutex> lock(m_oMutex);
     if (!name)
@@ -93,7 +93,7 @@ HMODULE CMessageTableRegistry::Find(const char* name) const
     return nullptr;
 }
 
-const CMessageTableRegistry::STable* CMessageTableRegistry::FindTable(HMODULE module) const
+const CMessageTableCatalog::STable* CMessageTableCatalog::FindTable(HMODULE module) const
 {
     if (!module || module == ToHandle(&m_oExecutable))
         return &m_oExecutable;
@@ -105,7 +105,7 @@ const CMessageTableRegistry::STable* CMessageTableRegistry::FindTable(HMODULE mo
     return nullptr;
 }
 
-DWORD CMessageTableRegistry::FindMessages(HMODULE module, const STable*& table) const
+DWORD CMessageTableCatalog::FindMessages(HMODULE module, const STable*& table) const
 {
     table = FindTable(module);
     if (!table)
@@ -115,7 +115,7 @@ DWORD CMessageTableRegistry::FindMessages(HMODULE module, const STable*& table) 
     return ERROR_SUCCESS;
 }
 
-DWORD CMessageTableRegistry::Lookup(HMODULE module, DWORD id, DWORD languageId,
+DWORD CMessageTableCatalog::Lookup(HMODULE module, DWORD id, DWORD languageId,
                                     std::string& text) const
 {
     std::lock_guard<std::mutex> lock(m_oMutex);
@@ -169,7 +169,7 @@ DWORD CMessageTableRegistry::Lookup(HMODULE module, DWORD id, DWORD languageId,
     return ERROR_SUCCESS;
 }
 
-DWORD CMessageTableRegistry::GetIds(HMODULE module, std::vector<DWORD>& ids) const
+DWORD CMessageTableCatalog::GetIds(HMODULE module, std::vector<DWORD>& ids) const
 {
     ids.clear();
     std::lock_guard<std::mutex> lock(m_oMutex);

@@ -1,4 +1,4 @@
-#include "Kernel.h"
+#include "HandleTable.h"
 
 #include "MessageQueue.h"
 
@@ -52,60 +52,60 @@ private:
 
 } // namespace
 
-CKernel& CKernel::Instance()
+CHandleTable& CHandleTable::Instance()
 {
     // Never destroyed: threads may still end, and static objects be destroyed, after exit begins.
-    static CKernel* s_poKernel = new CKernel;
-    return *s_poKernel;
+    static CHandleTable* s_poTable = new CHandleTable;
+    return *s_poTable;
 }
 
-std::uintptr_t CKernel::NextHandle()
+std::uintptr_t CHandleTable::NextHandle()
 {
     // Handles are never reused, so a stale one fails cleanly instead of reaching a newer object.
     m_uLastHandle += 4;
     return 0x10000 + m_uLastHandle;
 }
 
-HANDLE CKernel::AddObject(const std::shared_ptr<SWaitable>& object)
+HANDLE CHandleTable::AddObject(const std::shared_ptr<SWaitable>& object)
 {
     HANDLE handle = reinterpret_cast<HANDLE>(NextHandle());
     m_oObjects.emplace(handle, object);
     return handle;
 }
 
-std::shared_ptr<SWaitable> CKernel::FindObject(HANDLE handle) const
+std::shared_ptr<SWaitable> CHandleTable::FindObject(HANDLE handle) const
 {
     std::unordered_map<HANDLE, std::shared_ptr<SWaitable>>::const_iterator found =
         m_oObjects.find(handle);
     return found == m_oObjects.end() ? std::shared_ptr<SWaitable>() : found->second;
 }
 
-bool CKernel::RemoveObject(HANDLE handle)
+bool CHandleTable::RemoveObject(HANDLE handle)
 {
     return m_oObjects.erase(handle) != 0;
 }
 
-void CKernel::Signal(SWaitable& object, CDeferredWake& wake)
+void CHandleTable::Signal(SWaitable& object, CDeferredWake& wake)
 {
     object.m_bSignaled = true;
     for (const TWaker& waiter : object.m_oWaiters)
         wake.Add(waiter);
 }
 
-HWND CKernel::AddWindow(SWindow&& window)
+HWND CHandleTable::AddWindow(SWindow&& window)
 {
     HWND handle = reinterpret_cast<HWND>(NextHandle());
     m_oWindows.emplace(handle, std::move(window));
     return handle;
 }
 
-SWindow* CKernel::Window(HWND handle)
+SWindow* CHandleTable::Window(HWND handle)
 {
     std::unordered_map<HWND, SWindow>::iterator found = m_oWindows.find(handle);
     return found == m_oWindows.end() ? nullptr : &found->second;
 }
 
-SWindow* CKernel::WindowOrFail(HWND handle)
+SWindow* CHandleTable::WindowOrFail(HWND handle)
 {
     SWindow* window = Window(handle);
     if (!window)
@@ -113,12 +113,12 @@ SWindow* CKernel::WindowOrFail(HWND handle)
     return window;
 }
 
-void CKernel::RemoveWindow(HWND handle)
+void CHandleTable::RemoveWindow(HWND handle)
 {
     m_oWindows.erase(handle);
 }
 
-HWND CKernel::FindWindowByName(const char* className, const char* windowName) const
+HWND CHandleTable::FindWindowByName(const char* className, const char* windowName) const
 {
     HWND result = nullptr;
     for (const std::pair<const HWND, SWindow>& entry : m_oWindows)
@@ -138,7 +138,7 @@ HWND CKernel::FindWindowByName(const char* className, const char* windowName) co
     return result;
 }
 
-std::vector<HWND> CKernel::WindowsOf(const CMessageQueue* queue) const
+std::vector<HWND> CHandleTable::WindowsOf(const CMessageQueue* queue) const
 {
     std::vector<HWND> windows;
     for (const std::pair<const HWND, SWindow>& entry : m_oWindows)
@@ -149,24 +149,24 @@ std::vector<HWND> CKernel::WindowsOf(const CMessageQueue* queue) const
     return windows;
 }
 
-bool CKernel::AddClass(const char* name, WNDPROC proc)
+bool CHandleTable::AddClass(const char* name, WNDPROC proc)
 {
     return m_oClasses.emplace(ClassKey(name), proc).second;
 }
 
-WNDPROC CKernel::FindClass(const char* name) const
+WNDPROC CHandleTable::FindClass(const char* name) const
 {
     std::unordered_map<std::string, WNDPROC>::const_iterator found =
         m_oClasses.find(ClassKey(name));
     return found == m_oClasses.end() ? nullptr : found->second;
 }
 
-void CKernel::AddQueue(DWORD threadId, const std::shared_ptr<CMessageQueue>& queue)
+void CHandleTable::AddQueue(DWORD threadId, const std::shared_ptr<CMessageQueue>& queue)
 {
     m_oQueues[threadId] = queue;
 }
 
-void CKernel::RemoveQueue(DWORD threadId, const CMessageQueue* queue)
+void CHandleTable::RemoveQueue(DWORD threadId, const CMessageQueue* queue)
 {
     std::unordered_map<DWORD, std::shared_ptr<CMessageQueue>>::iterator found =
         m_oQueues.find(threadId);
@@ -174,15 +174,15 @@ void CKernel::RemoveQueue(DWORD threadId, const CMessageQueue* queue)
         m_oQueues.erase(found);
 }
 
-std::shared_ptr<CMessageQueue> CKernel::FindQueue(DWORD threadId) const
+std::shared_ptr<CMessageQueue> CHandleTable::FindQueue(DWORD threadId) const
 {
     std::unordered_map<DWORD, std::shared_ptr<CMessageQueue>>::const_iterator found =
         m_oQueues.find(threadId);
     return found == m_oQueues.end() ? std::shared_ptr<CMessageQueue>() : found->second;
 }
 
-DWORD CKernel::Wait(DWORD count, const HANDLE* handles, bool waitAll, DWORD milliseconds,
-                    CMessageQueue* queue, DWORD wakeMask)
+DWORD CHandleTable::Wait(DWORD count, const HANDLE* handles, bool waitAll, DWORD milliseconds,
+                         CMessageQueue* queue, DWORD wakeMask)
 {
     const DWORD maximum = queue ? MAXIMUM_WAIT_OBJECTS - 1 : MAXIMUM_WAIT_OBJECTS;
     if (count > maximum || (count != 0 && !handles) || (count == 0 && !queue))

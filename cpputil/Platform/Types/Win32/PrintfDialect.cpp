@@ -1,0 +1,7 @@
+#include "../PrintfDialect.h"
+
+// The runtime is Microsoft's own: every directive means what it says.
+const char* CppUtil::Platform::WithStandardSizes(const char*, std::string&)
+{
+    return nullptr;
+}

@@ -1,0 +1,59 @@
+// The settings store's test fixture, shared with the platform's own cases in Win32/ or Posix/.
+#pragma once
+
+#include "LogRecorder.h"
+#include "RegistrySandbox.h"
+
+#include <cpputil/RegistryValue.h>
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+using namespace CppUtil::Settings;
+using CppUtil::Text::CMessageManager;
+using CppUtil::Text::COutput;
+
+class QLRegistryTest : public ::testing::Test
+{
+protected:
+    QLRegistryTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
+    {
+        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
+    }
+
+    template <class T>
+    T Load(HKEY hive, const CString& section, const char* name, const T& defaultValue)
+    {
+        return CRegistryValue<T>(m_oOut, hive, section, name, defaultValue, true, false, true)
+            .GetValue();
+    }
+
+    template <class T>
+    void Store(HKEY hive, const CString& section, const char* name, const T& value)
+    {
+        CRegistryValue<T>(m_oOut, hive, section, name, T(), true, false, false).SetValue(value);
+    }
+
+    std::vector<std::string> LogTexts()
+    {
+        std::vector<std::string> texts;
+        for (const SLogLine& line : m_oRecorder.Lines())
+            texts.push_back(line.m_sText);
+        return texts;
+    }
+
+    CRegistrySandbox m_oSandbox;
+    CLogRecorder m_oRecorder;
+    CMessageManager* m_poManager;
+    COutput m_oOut;
+};
+
+// Whether HKLM\\keyPath is open to every user; inherits tells whether sub-keys are to follow.
+bool IsOpenToEveryone(const CString& keyPath, bool* inherits = nullptr);
+// After walk was opened to everyone with its sub-keys: the platform's way of showing it.
+void ExpectOpenToEveryoneWithSubKeys(const CString& walk);
+// HKEY_CURRENT_USER\\keyPath (full name keyName) as the registry editor exports it, into exported;
+// then the editor file import is imported. False when the key cannot be reached or read.
+bool ExchangeWithEditor(const std::string& keyName, const CString& keyPath,
+                        const std::string& import, std::string& exported);
