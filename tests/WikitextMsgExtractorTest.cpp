@@ -129,6 +129,8 @@ TEST(WikitextMsgExtractorTest, HostileTextsStayTextAndRowsFollowTheIds)
               "a&#124;b&#124;&#124;c &#123;&#123;T&#124;x&#125;&#125; &#91;&#91;L&#93;&#93; "
               "&#39;&#39;i&#39;&#39; &#126;&#126;&#126;&#126; &lt;nowiki&gt;&amp;amp;&lt;/"
               "nowiki&gt;<br />-&#124;next<br />last");
+    EXPECT_EQ(CWikitextTable::Escape("__TOC__ __NOTOC__ MSG_A_B\x01\x1b\t\xfc\x80\x81"),
+              "&#95;&#95;TOC&#95;&#95; &#95;&#95;NOTOC&#95;&#95; MSG_A_B??\t&#252;&#8364;&#129;");
 
     CWikitextTable table;
     table.AddMessage(0xC0000001u, "", "|}\n{|");
