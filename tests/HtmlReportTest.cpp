@@ -98,6 +98,17 @@ TEST(HtmlReportTest, HostileTextStaysTextInThePageAndInTheTextForm)
     EXPECT_EQ(text.rfind("Title " + k_sHostile + "\r\n===", 0), 0u) << text;
     EXPECT_NE(text.find("\r\nWarning: Warning " + k_sHostile + "\r\n"), std::string::npos);
     EXPECT_NE(text.find("\r\nError: Error " + k_sHostile + "\r\n"), std::string::npos);
+
+    // The page's title is one line of text in its head.
+    const std::string twoLines = CHtmlReport("T1\r\n<T2>").ToHtml().Str();
+    const std::size_t title = twoLines.find("<title>T1 &lt;T2&gt;</title>");
+    EXPECT_LT(title, twoLines.find("</head>")) << twoLines;
+    EXPECT_EQ(Count(twoLines, "<title>"), 1u);
+
+    // Control characters show alike in both forms; ANSI bytes as what they mean.
+    CHtmlReport controls("Bell\a\x80");
+    EXPECT_NE(controls.ToHtml().Str().find(">Bell?&#8364;</h1>"), std::string::npos);
+    EXPECT_EQ(controls.ToText().Str().rfind("Bell?\x80\r\n", 0), 0u);
 }
 
 TEST(HtmlReportTest, TablesRightAlignNumbersAndShowAHeaderWithoutRows)
