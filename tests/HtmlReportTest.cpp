@@ -179,7 +179,11 @@ TEST(HtmlReportTest, SavingAndPrintingFailWithClearTexts)
     const std::string restore = oldPath ? oldPath : "";
     const std::filesystem::path bin = folder.m_oPath / "bin";
     std::filesystem::create_directories(bin);
-    ::setenv("PATH", bin.string().c_str(), 1);
+    // A folder named lp earlier on PATH is no command, as for a shell.
+    const std::filesystem::path other = folder.m_oPath / "other";
+    std::filesystem::create_directories(other / "lp");
+    ::chmod((other / "lp").string().c_str(), 0755);
+    ::setenv("PATH", (other.string() + ":" + bin.string()).c_str(), 1);
     EXPECT_EQ(Failure([&] { report.Print(); }),
               "Could not print the report " + saved.string() +
                   ": no print command: \"lp\" was not found on PATH");
