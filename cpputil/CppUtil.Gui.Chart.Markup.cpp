@@ -1,5 +1,7 @@
 #include "CppUtil.Gui.Chart.Markup.h"
 
+#include "CppUtil.Text.AnsiCodePage.h"
+
 namespace CppUtil
 {
 namespace Gui
@@ -34,7 +36,7 @@ CString Escape(const CString& text)
             break;
         default:
             if (ch >= 0x80)
-                escaped.AppendFormat("&#%u;", static_cast<unsigned int>(ch));
+                escaped.AppendFormat("&#%u;", Text::AnsiCodePoint(ch));
             else if (ch < 0x20 && ch != '\t' && ch != '\n' && ch != '\r')
                 escaped += '?';
             else

@@ -14,9 +14,9 @@ namespace Chart
 namespace Markup
 {
 
-/// Text fit for XML content and attribute values. Bytes above 127 are taken as Latin-1, since the
-/// library's narrow texts carry no encoding of their own; control characters XML cannot hold
-/// become '?'.
+/// Text fit for XML content and attribute values. Bytes above 127 become character references
+/// of their meaning in the ANSI code page (Text::AnsiCodePoint), so that the page reads the same
+/// whatever encoding it is opened in; control characters XML cannot hold become '?'.
 CString Escape(const CString& text);
 /// "#rrggbb".
 CString ToHex(const Gdiplus::Color& color);

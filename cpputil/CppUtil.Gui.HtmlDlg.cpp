@@ -1,5 +1,7 @@
 #include "CppUtil.Gui.HtmlDlg.h"
 
+#include "CppUtil.Gui.Chart.Markup.h"
+
 #include <cctype>
 #include <cstdlib>
 #include <string>
@@ -13,8 +15,8 @@ namespace
 
 const char* const k_szPageStart =
     "<html><head><meta http-equiv=\"Content-Type\" content=\"text/html; charset=windows-1252\">"
-    "<style>body { font-family: Segoe UI, Tahoma, sans-serif; font-size: 9pt; }</style>"
-    "</head><body>";
+    "<style>body { font-family: Segoe UI, Tahoma, sans-serif; font-size: 9pt; }</style>";
+const char* const k_szHeadEnd = "</head><body>";
 const char* const k_szPageEnd = "</body></html>";
 
 bool IsSpace(char c)
@@ -153,9 +155,18 @@ std::size_t SkipElement(const std::string& html, std::size_t from, const std::st
 
 } // namespace
 
-CString CHtmlDlg::BaseSystemFormatHtml(const CString& body)
+CString CHtmlDlg::BaseSystemFormatHtml(const CString& body, const CString& title)
 {
-    return k_szPageStart + body + k_szPageEnd;
+    CString head = k_szPageStart;
+    if (!title.IsEmpty())
+    {
+        CString line = title;
+        line.Replace("\r\n", " ");
+        line.Replace("\r", " ");
+        line.Replace("\n", " ");
+        head += "<title>" + Chart::Markup::Escape(line) + "</title>";
+    }
+    return head + k_szHeadEnd + body + k_szPageEnd;
 }
 
 CString CHtmlDlg::ToPlainText(const CString& html)

@@ -13,8 +13,9 @@ namespace Gui
 class CPPUTIL_API CHtmlDlg
 {
 public:
-    /// Wraps an HTML fragment into a whole page in the dialogs' base style.
-    static CString BaseSystemFormatHtml(const CString& body);
+    /// Wraps an HTML fragment into a whole page in the dialogs' base style. A title, given as
+    /// plain text, goes into the page's head on one line (line breaks as blanks), escaped.
+    static CString BaseSystemFormatHtml(const CString& body, const CString& title = CString());
 
     /// The text a reader sees in an HTML page: tags removed (with the contents of head, style
     /// and script), runs of white space as one blank, <br> as a line break (CR LF), character

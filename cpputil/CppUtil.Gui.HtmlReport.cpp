@@ -71,8 +71,21 @@ CString Html(const CString& text)
     return html;
 }
 
+// Control characters other than tab and line breaks as '?', as the page shows them.
+CString Visible(CString text)
+{
+    for (int index = 0; index < text.GetLength(); ++index)
+    {
+        const char ch = text[index];
+        if (static_cast<unsigned char>(ch) < 0x20 && ch != '\t' && ch != '\r' && ch != '\n')
+            text.SetAt(index, '?');
+    }
+    return text;
+}
+
 CString OneLine(CString text)
 {
+    text = Visible(text);
     text.Replace("\r\n", " ");
     text.Replace("\r", " ");
     text.Replace("\n", " ");
@@ -81,6 +94,7 @@ CString OneLine(CString text)
 
 CString WithCrLf(CString text)
 {
+    text = Visible(text);
     text.Replace("\r\n", "\n");
     text.Replace("\r", "\n");
     text.Replace("\n", "\r\n");
@@ -142,8 +156,7 @@ void CHtmlReport::AddRow(const std::vector<CString>& cells)
 CString CHtmlReport::ToHtml() const
 {
     CString body;
-    body.Format("<title>%s</title><h1 style=\"%s\">%s</h1>\r\n", Html(m_sTitle).GetString(),
-                k_szTitleStyle, Html(m_sTitle).GetString());
+    body.Format("<h1 style=\"%s\">%s</h1>\r\n", k_szTitleStyle, Html(m_sTitle).GetString());
     for (const SBlock& block : m_oBlocks)
     {
         switch (block.m_eKind)
@@ -187,7 +200,7 @@ CString CHtmlReport::ToHtml() const
             break;
         }
     }
-    return CHtmlDlg::BaseSystemFormatHtml(body);
+    return CHtmlDlg::BaseSystemFormatHtml(body, m_sTitle);
 }
 
 CString CHtmlReport::ToText() const

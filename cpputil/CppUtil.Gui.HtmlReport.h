@@ -20,12 +20,16 @@ namespace Gui
 /// Decisions:
 /// - A table cell whose whole text is a number ("-12", "1,250.5", "98.5%") is right-aligned, in
 ///   the page and in the text form; every other cell is left-aligned.
-/// - Line breaks in a text are kept (as <br /> in the page).
+/// - Line breaks in a text are kept (as <br /> in the page). Other control characters but tab
+///   show as '?', in the page and in the text form; bytes above 127 are taken in the ANSI code page
+///   windows-1252, which the page declares.
+/// - The page's title is the report's title on one line.
 /// - A row must have as many cells as its table's header, and a row needs a table: misuse raises
 ///   CQlException. A table without rows shows its header row alone.
 /// - Print hands the file saved last to the system (Windows: the shell's "print" verb; elsewhere
 ///   the "lp" command on PATH) and raises CQlException when the report was not saved, or when
-///   there is no way to print or the print command fails.
+///   there is no way to print or the print command fails. On Windows the verb returns once the
+///   printing program has started, so a failure of that program is not reported.
 class CPPUTIL_API CHtmlReport
 {
 public:

@@ -1,5 +1,7 @@
 #include "CppUtil.Text.WikitextTable.h"
 
+#include "CppUtil.Text.AnsiCodePage.h"
+
 namespace CppUtil
 {
 namespace Text
@@ -57,8 +59,23 @@ std::string CWikitextTable::Escape(const std::string& text)
         case '&':
             escaped += "&amp;";
             break;
+        case '_':
+            // A run of two or more would make magic words such as __TOC__ out of a text.
+            if ((i + 1 < end && text[i + 1] == '_') || (i > 0 && text[i - 1] == '_'))
+                escaped += "&#95;";
+            else
+                escaped += ch;
+            break;
         default:
-            escaped += ch;
+        {
+            const unsigned char byte = static_cast<unsigned char>(ch);
+            if (byte >= 0x80)
+                escaped += "&#" + std::to_string(AnsiCodePoint(byte)) + ";";
+            else if (byte < 0x20 && ch != '\t')
+                escaped += '?';
+            else
+                escaped += ch;
+        }
         }
     }
     return escaped;

@@ -25,7 +25,10 @@ public:
     /// A text fit for one table cell: the line breaks at its end dropped, the others as
     /// "<br />", and every character that wiki or HTML markup would act on ('|', '{', '}', '[',
     /// ']', '<', '>', '&', '\'', '~') as a character reference, so that "||", "{{...}}",
-    /// "[[...]]", "''", "~~~~" and tags show as they are.
+    /// "[[...]]", "''", "~~~~" and tags show as they are. Underscores in a run of two or more are
+    /// references too (no magic words such as __TOC__); bytes above 127 are references to their
+    /// meaning in the ANSI code page, as in the library's HTML pages; control characters other
+    /// than tab become '?', as they do there.
     static std::string Escape(const std::string& text);
 
 private:

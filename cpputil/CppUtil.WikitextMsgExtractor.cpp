@@ -6,6 +6,7 @@
 #include "CppUtil.Messages.h"
 #include "CppUtil.Text.WikitextTable.h"
 #include "Platform/Kernel/SystemError.h"
+#include "Platform/Kernel/TempFolder.h"
 #include "Platform/MessageTable/MessageTableIds.h"
 
 #include <cerrno>
@@ -91,17 +92,20 @@ void CWikitextMsgExtractor::WriteToFile(const CString& path, const CString& wiki
 
 CString CWikitextMsgExtractor::WriteLibraryMessages()
 {
-    std::filesystem::path folder(Exception::g_sCurrentJobLogDir.GetString());
-    if (Exception::g_sCurrentJobLogDir.IsEmpty())
+    // The folder stays a narrow path in the ANSI code page, as the file is opened with one.
+    CString folder = Exception::g_sCurrentJobLogDir;
+    if (folder.IsEmpty())
     {
-        std::error_code error;
-        folder = std::filesystem::temp_directory_path(error);
-        if (error)
-            Throw("There is no temporary folder to write the message list to: " +
-                      CString(error.message()),
+        const std::string failure = Platform::GetTempFolder(folder);
+        if (!failure.empty())
+            Throw("There is no temporary folder to write the message list to: " + CString(failure),
                   "WriteLibraryMessages", 103);
     }
-    const CString path((folder / k_sLibraryFileName.GetString()).string());
+    const char separator = static_cast<char>(std::filesystem::path::preferred_separator);
+    const char last = folder.IsEmpty() ? separator : folder[folder.GetLength() - 1];
+    if (last != separator && last != '/')
+        folder += separator;
+    const CString path = folder + k_sLibraryFileName;
     WriteToFile(path, ListLibraryMessages());
     return path;
 }

@@ -27,7 +27,7 @@ const char k_szExtractorSection[] = "WikitextMsgExtractor";
 
 std::atomic<bool> s_bConstructedBefore(false);
 
-// The developer's switch asks for the library's messages as wiki text. A failure is logged: a
+// The developer's switch asks for the library's messages as wiki text. Any failure is logged: a
 // developer aid must not keep the store from working.
 void ExtractCompiledMessages()
 {
@@ -38,7 +38,7 @@ void ExtractCompiledMessages()
             "The library's compiled messages were written as wiki text to %s", 0u) %
             path;
     }
-    catch (const Exception::CQlException& failure)
+    catch (const std::exception& failure)
     {
         Text::DefaultOutput().LogF("The library's compiled messages could not be written as wiki "
                                    "text: %s",

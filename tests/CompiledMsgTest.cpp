@@ -3,6 +3,7 @@
 #include <cpputil/CppUtil.CompiledMsg.h>
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Text.Output.h>
+#include <cpputil/CppUtil.WikitextMsgExtractor.h>
 #include <cpputil/Platform/Types/WinTypes.h>
 
 #include <cstdio>
@@ -24,6 +25,16 @@ CString TableText(DWORD id)
         FormatMessageA(FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_IGNORE_INSERTS,
                        GetModuleHandleA("cpputil"), id, 0, text, sizeof text, nullptr);
     return CString(text, static_cast<int>(length));
+}
+
+std::string SystemText(DWORD error)
+{
+    char text[512];
+    DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+                                  nullptr, error, 0, text, sizeof text, nullptr);
+    while (length > 0 && (text[length - 1] == '\r' || text[length - 1] == '\n'))
+        --length;
+    return std::string(text, length);
 }
 
 std::string LoadFailure(unsigned long id, const char* module)
@@ -76,6 +87,22 @@ TEST(CompiledMsgTest, LoadFailureNamesIdModuleAndSystemReason)
     ASSERT_EQ(head, missingId.substr(0, head.size()));
     EXPECT_GT(missingId.size(), head.size());
     EXPECT_NE('\n', missingId.back());
+    EXPECT_NE(missingId.find(SystemText(ERROR_MR_MID_NOT_FOUND)), std::string::npos) << missingId;
+    // This program has no message table of its own.
+    const std::string noTable = LoadFailure(1, "");
+    EXPECT_NE(noTable.find(SystemText(ERROR_RESOURCE_DATA_NOT_FOUND)), std::string::npos)
+        << noTable;
+    try
+    {
+        CppUtil::CWikitextMsgExtractor::ListMessages("", {});
+        ADD_FAILURE() << "listed a table the program does not have";
+    }
+    catch (const CppUtil::Exception::CQlException& e)
+    {
+        EXPECT_NE(std::string(e.what()).find(SystemText(ERROR_RESOURCE_DATA_NOT_FOUND)),
+                  std::string::npos)
+            << e.what();
+    }
 
     EXPECT_EQ(0u,
               LoadFailure(5, "no-such-module")

@@ -98,6 +98,17 @@ TEST(HtmlReportTest, HostileTextStaysTextInThePageAndInTheTextForm)
     EXPECT_EQ(text.rfind("Title " + k_sHostile + "\r\n===", 0), 0u) << text;
     EXPECT_NE(text.find("\r\nWarning: Warning " + k_sHostile + "\r\n"), std::string::npos);
     EXPECT_NE(text.find("\r\nError: Error " + k_sHostile + "\r\n"), std::string::npos);
+
+    // The page's title is one line of text in its head.
+    const std::string twoLines = CHtmlReport("T1\r\n<T2>").ToHtml().Str();
+    const std::size_t title = twoLines.find("<title>T1 &lt;T2&gt;</title>");
+    EXPECT_LT(title, twoLines.find("</head>")) << twoLines;
+    EXPECT_EQ(Count(twoLines, "<title>"), 1u);
+
+    // Control characters show alike in both forms; ANSI bytes as what they mean.
+    CHtmlReport controls("Bell\a\x80");
+    EXPECT_NE(controls.ToHtml().Str().find(">Bell?&#8364;</h1>"), std::string::npos);
+    EXPECT_EQ(controls.ToText().Str().rfind("Bell?\x80\r\n", 0), 0u);
 }
 
 TEST(HtmlReportTest, TablesRightAlignNumbersAndShowAHeaderWithoutRows)
@@ -168,7 +179,11 @@ TEST(HtmlReportTest, SavingAndPrintingFailWithClearTexts)
     const std::string restore = oldPath ? oldPath : "";
     const std::filesystem::path bin = folder.m_oPath / "bin";
     std::filesystem::create_directories(bin);
-    ::setenv("PATH", bin.string().c_str(), 1);
+    // A folder named lp earlier on PATH is no command, as for a shell.
+    const std::filesystem::path other = folder.m_oPath / "other";
+    std::filesystem::create_directories(other / "lp");
+    ::chmod((other / "lp").string().c_str(), 0755);
+    ::setenv("PATH", (other.string() + ":" + bin.string()).c_str(), 1);
     EXPECT_EQ(Failure([&] { report.Print(); }),
               "Could not print the report " + saved.string() +
                   ": no print command: \"lp\" was not found on PATH");

@@ -17,6 +17,10 @@
 #include <memory>
 #include <random>
 
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
+
 using CppUtil::CWikitextMsgExtractor;
 using CppUtil::Exception::CQlException;
 using CppUtil::Exception::g_sCurrentJobLogDir;
@@ -28,9 +32,10 @@ using CppUtil::Text::CWikitextTable;
 namespace
 {
 
-std::string ReadAll(const std::filesystem::path& path)
+// A char path opens in the ANSI code page, as the library's.
+std::string ReadAll(const std::string& path)
 {
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(path.c_str(), std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
@@ -86,7 +91,7 @@ TEST(WikitextMsgExtractorTest, SwitchOnFirstStoreWritesTheLibraryMessagesOnce)
     }
 
     EXPECT_FALSE(std::filesystem::exists(file));
-    const std::string written = ReadAll(moved);
+    const std::string written = ReadAll(moved.string());
     EXPECT_EQ(written, CWikitextMsgExtractor::ListLibraryMessages().Str());
     EXPECT_NE(written.find("\n| 2 || MSG_VERBOSE_LOGGING_ENABLED || Verbose logging is enabled."),
               std::string::npos)
@@ -103,6 +108,19 @@ TEST(WikitextMsgExtractorTest, SwitchOnFirstStoreWritesTheLibraryMessagesOnce)
               (std::filesystem::temp_directory_path() / file.filename()).string());
     EXPECT_EQ(ReadAll(inTemp.GetString()), written);
     std::remove(inTemp);
+    // A folder name outside ASCII, in the ANSI code page as the library's paths are.
+    const std::string ansiFolder = (folder / "job-").string() + "\xFC";
+#if defined(_WIN32)
+    ASSERT_TRUE(CreateDirectoryA(ansiFolder.c_str(), nullptr));
+#else
+    ASSERT_EQ(::mkdir(ansiFolder.c_str(), 0755), 0);
+#endif
+    g_sCurrentJobLogDir = ansiFolder.c_str();
+    const std::string inAnsi =
+        (ansiFolder + static_cast<char>(folder.preferred_separator) + file.filename().string());
+    EXPECT_EQ(std::string(CWikitextMsgExtractor::WriteLibraryMessages()), inAnsi);
+    EXPECT_EQ(ReadAll(inAnsi), written);
+
     g_sCurrentJobLogDir = (folder / "missing").string().c_str();
     try
     {
@@ -129,6 +147,8 @@ TEST(WikitextMsgExtractorTest, HostileTextsStayTextAndRowsFollowTheIds)
               "a&#124;b&#124;&#124;c &#123;&#123;T&#124;x&#125;&#125; &#91;&#91;L&#93;&#93; "
               "&#39;&#39;i&#39;&#39; &#126;&#126;&#126;&#126; &lt;nowiki&gt;&amp;amp;&lt;/"
               "nowiki&gt;<br />-&#124;next<br />last");
+    EXPECT_EQ(CWikitextTable::Escape("__TOC__ __NOTOC__ MSG_A_B\x01\x1b\t\xfc\x80\x81"),
+              "&#95;&#95;TOC&#95;&#95; &#95;&#95;NOTOC&#95;&#95; MSG_A_B??\t&#252;&#8364;&#129;");
 
     CWikitextTable table;
     table.AddMessage(0xC0000001u, "", "|}\n{|");

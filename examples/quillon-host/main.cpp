@@ -348,8 +348,9 @@ void WriteJobReport(COutput& out, const std::filesystem::path& file, const std::
         report.AddWarning(failure.c_str());
     report.Save(file.string().c_str());
     out.JobLogF("%s", "") % report.ToText();
-    out.LogF("Job report: %d devices and %d warnings written to %s", 0u) %
-        static_cast<int>(rates.size()) % static_cast<int>(failures.size()) % file.string().c_str();
+    out.LogF("Job report: %d devices and %d %s written to %s", 0u) %
+        static_cast<int>(rates.size()) % static_cast<int>(failures.size()) %
+        (failures.size() == 1 ? "warning" : "warnings") % file.string().c_str();
 }
 
 } // namespace

@@ -3,7 +3,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
+#include <memory>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,11 +15,24 @@ extern char** environ;
 namespace
 {
 
-// The first executable "lp" on PATH, as a shell would find it; empty when there is none.
+// The system's default search path, which a shell uses while PATH is unset.
+std::string DefaultPath()
+{
+    const std::size_t size = ::confstr(_CS_PATH, nullptr, 0);
+    if (size == 0)
+        return "/usr/bin:/bin";
+    std::string path(size, '\0');
+    ::confstr(_CS_PATH, &path[0], size);
+    path.resize(size - 1);
+    return path;
+}
+
+// The first "lp" on PATH that is an executable file, as a shell would find it; empty when there
+// is none.
 std::string FindLp()
 {
     const char* path = std::getenv("PATH");
-    std::string folders = path ? path : "";
+    const std::string folders = path ? path : DefaultPath();
     std::size_t start = 0;
     while (start <= folders.size())
     {
@@ -26,7 +42,9 @@ std::string FindLp()
         // An empty entry means the current folder, as for the shell.
         const std::string folder = end == start ? "." : folders.substr(start, end - start);
         const std::string candidate = folder + "/lp";
-        if (::access(candidate.c_str(), X_OK) == 0)
+        struct stat status;
+        if (::stat(candidate.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+            ::access(candidate.c_str(), X_OK) == 0)
             return candidate;
         start = end + 1;
     }
@@ -43,8 +61,14 @@ std::string CppUtil::Platform::PrintFile(const std::string& path)
     // "--" so that a file name starting with '-' is not taken for an option.
     std::string arguments[] = {"lp", "--", path};
     char* argv[] = {&arguments[0][0], &arguments[1][0], &arguments[2][0], nullptr};
+    // lp tells the job's number on its output, which is not ours to show.
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    const std::unique_ptr<posix_spawn_file_actions_t, int (*)(posix_spawn_file_actions_t*)> release(
+        &actions, ::posix_spawn_file_actions_destroy);
+    ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     pid_t child = 0;
-    const int error = ::posix_spawn(&child, lp.c_str(), nullptr, nullptr, argv, environ);
+    const int error = ::posix_spawn(&child, lp.c_str(), &actions, nullptr, argv, environ);
     if (error != 0)
         return lp + " could not be started: " + std::strerror(error);
     int status = 0;

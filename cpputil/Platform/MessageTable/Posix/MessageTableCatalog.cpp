@@ -108,10 +108,9 @@ const CMessageTableCatalog::STable* CMessageTableCatalog::FindTable(HMODULE modu
 DWORD CMessageTableCatalog::FindMessages(HMODULE module, const STable*& table) const
 {
     table = FindTable(module);
-    if (!table)
+    // Windows answers the same for a module without any message table.
+    if (!table || !table->m_poMessages)
         return ERROR_RESOURCE_DATA_NOT_FOUND;
-    if (!table->m_poMessages)
-        return ERROR_RESOURCE_TYPE_NOT_FOUND;
     return ERROR_SUCCESS;
 }
 
