@@ -17,9 +17,7 @@
 #include <memory>
 #include <random>
 
-#if !defined(_WIN32)
-#include <sys/stat.h>
-#endif
+#include "AnsiFolder.h"
 
 using CppUtil::CWikitextMsgExtractor;
 using CppUtil::Exception::CQlException;
@@ -110,11 +108,7 @@ TEST(WikitextMsgExtractorTest, SwitchOnFirstStoreWritesTheLibraryMessagesOnce)
     std::remove(inTemp);
     // A folder name outside ASCII, in the ANSI code page as the library's paths are.
     const std::string ansiFolder = (folder / "job-").string() + "\xFC";
-#if defined(_WIN32)
-    ASSERT_TRUE(CreateDirectoryA(ansiFolder.c_str(), nullptr));
-#else
-    ASSERT_EQ(::mkdir(ansiFolder.c_str(), 0755), 0);
-#endif
+    ASSERT_TRUE(MakeAnsiFolder(ansiFolder));
     g_sCurrentJobLogDir = ansiFolder.c_str();
     const std::string inAnsi =
         (ansiFolder + static_cast<char>(folder.preferred_separator) + file.filename().string());
