@@ -33,9 +33,9 @@ const std::size_t k_uMaxNesting = 100;
 /// A value quoted in an error text is cut here.
 const std::size_t k_uMaxQuoted = 40;
 
-[[noreturn]] void Throw(const CString& message, const char* function)
+[[noreturn]] void Throw(unsigned int line, const CString& message, const char* function)
 {
-    k_oSource.Throw(38, function, message);
+    k_oSource.Throw(line, function, message);
 }
 
 /// The deepest element nesting in text, never less than the XML reader will reach. Comments,
@@ -150,10 +150,11 @@ struct CXmlIArchive::SDocument
         return parent.empty() ? std::string(name) : parent + "/" + name;
     }
 
-    [[noreturn]] void Fail(const std::string& path, const CString& problem,
+    [[noreturn]] void Fail(unsigned int line, const std::string& path, const CString& problem,
                            const char* function) const
     {
-        Throw("The settings file \"" + m_sFileName + "\", element \"" + CString(path) +
+        Throw(line,
+              "The settings file \"" + m_sFileName + "\", element \"" + CString(path) +
                   "\": " + problem,
               function);
     }
@@ -172,7 +173,8 @@ struct CXmlIArchive::SDocument
             }
             ++index;
         }
-        Throw("The settings file \"" + m_sFileName + "\" has no element \"" +
+        Throw(176,
+              "The settings file \"" + m_sFileName + "\" has no element \"" +
                   CString(PathOf(name)) + "\".",
               function);
     }
@@ -182,7 +184,7 @@ struct CXmlIArchive::SDocument
     {
         const ptree& element = Take(name, function);
         if (std::any_of(element.begin(), element.end(), IsElement))
-            Fail(PathOf(name), "it holds elements, not a value.", function);
+            Fail(187, PathOf(name), "it holds elements, not a value.", function);
         return element.data();
     }
 };
@@ -196,10 +198,10 @@ CXmlIArchive::CXmlIArchive(const CString& fileName) : m_poDocument(new SDocument
     std::ifstream file(path, std::ios::binary);
     // POSIX opens a folder as a file; Windows does not.
     if (!file || std::filesystem::is_directory(path))
-        Throw("Cannot open the settings file \"" + fileName + "\".", function);
+        Throw(201, "Cannot open the settings file \"" + fileName + "\".", function);
     const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     if (DeepestNesting(text) > k_uMaxNesting)
-        Throw("The settings file \"" + fileName + "\" nests elements more than 100 deep.",
+        Throw(204, "The settings file \"" + fileName + "\" nests elements more than 100 deep.",
               function);
     try
     {
@@ -210,14 +212,16 @@ CXmlIArchive::CXmlIArchive(const CString& fileName) : m_poDocument(new SDocument
     {
         CString problem;
         problem.Format("%s (line %lu)", error.message().c_str(), error.line());
-        Throw("The settings file \"" + fileName + "\" is not well-formed XML: " + problem + ".",
+        Throw(215,
+              "The settings file \"" + fileName + "\" is not well-formed XML: " + problem + ".",
               function);
     }
     const auto root = document.m_oTree.find(k_szRoot);
     const ptree& tree = document.m_oTree;
     if (std::count_if(tree.begin(), tree.end(), IsElement) != 1 || root == tree.not_found() ||
         root->second.get(std::string(k_szAttributes) + ".signature", "") != k_szSignature)
-        Throw("The settings file \"" + fileName +
+        Throw(223,
+              "The settings file \"" + fileName +
                   "\" is not a serialization archive: its root is "
                   "not a boost_serialization element with signature \"serialization::archive\".",
               function);
@@ -236,9 +240,9 @@ void CXmlIArchive::ThrowError(const CString& problem) const
     const SDocument& document = *m_poDocument;
     const std::string& path = document.m_oLevels.back().m_sPath;
     if (path.empty())
-        Throw("The settings file \"" + document.m_sFileName + "\": " + problem,
+        Throw(243, "The settings file \"" + document.m_sFileName + "\": " + problem,
               "CppUtil::Settings::CXmlIArchive::ThrowError");
-    document.Fail(path, problem, "CppUtil::Settings::CXmlIArchive::ThrowError");
+    document.Fail(245, path, problem, "CppUtil::Settings::CXmlIArchive::ThrowError");
 }
 
 void CXmlIArchive::LoadValue(const char* name, bool& value)
@@ -246,7 +250,7 @@ void CXmlIArchive::LoadValue(const char* name, bool& value)
     const char* const function = "CppUtil::Settings::CXmlIArchive::LoadValue";
     const std::string text = Trimmed(m_poDocument->Text(name, function));
     if (text != "0" && text != "1")
-        m_poDocument->Fail(m_poDocument->PathOf(name),
+        m_poDocument->Fail(253, m_poDocument->PathOf(name),
                            Quoted(text) + " is not a truth value (0 or 1).", function);
     value = text == "1";
 }
@@ -256,7 +260,7 @@ void CXmlIArchive::LoadValue(const char* name, float& value)
     const char* const function = "CppUtil::Settings::CXmlIArchive::LoadValue";
     const std::string text = Trimmed(m_poDocument->Text(name, function));
     if (!Parse(text, value))
-        m_poDocument->Fail(m_poDocument->PathOf(name),
+        m_poDocument->Fail(263, m_poDocument->PathOf(name),
                            Quoted(text) + " is not a number within the range of a float.",
                            function);
 }
@@ -266,7 +270,7 @@ void CXmlIArchive::LoadValue(const char* name, double& value)
     const char* const function = "CppUtil::Settings::CXmlIArchive::LoadValue";
     const std::string text = Trimmed(m_poDocument->Text(name, function));
     if (!Parse(text, value))
-        m_poDocument->Fail(m_poDocument->PathOf(name),
+        m_poDocument->Fail(273, m_poDocument->PathOf(name),
                            Quoted(text) + " is not a number within the range of a double.",
                            function);
 }
@@ -287,7 +291,7 @@ void CXmlIArchive::LoadSigned(const char* name, long long& value, long long min,
     const std::string text = Trimmed(m_poDocument->Text(name, function));
     if (!Parse(text, value) || value < min || value > max)
     {
-        m_poDocument->Fail(m_poDocument->PathOf(name),
+        m_poDocument->Fail(294, m_poDocument->PathOf(name),
                            Quoted(text) + " is not a whole number from " +
                                std::to_string(min).c_str() + " to " + std::to_string(max).c_str() +
                                ".",
@@ -301,7 +305,7 @@ void CXmlIArchive::LoadUnsigned(const char* name, unsigned long long& value, uns
     const std::string text = Trimmed(m_poDocument->Text(name, function));
     if (!Parse(text, value) || value > max)
     {
-        m_poDocument->Fail(m_poDocument->PathOf(name),
+        m_poDocument->Fail(308, m_poDocument->PathOf(name),
                            Quoted(text) + " is not a whole number from 0 to " +
                                std::to_string(max).c_str() + ".",
                            function);
@@ -321,7 +325,7 @@ unsigned int CXmlIArchive::EnterObject(const char* name, const std::type_info& t
             element.get_child_optional(std::string(k_szAttributes) + ".version"))
     {
         if (!Parse(attribute->data(), version))
-            document.Fail(path,
+            document.Fail(328, path,
                           "its class version " + Quoted(attribute->data()) + " is not a number.",
                           function);
         document.m_oClassVersions[type] = version;
@@ -331,7 +335,7 @@ unsigned int CXmlIArchive::EnterObject(const char* name, const std::type_info& t
         CString problem;
         problem.Format("its class version %u is newer than %u, the newest this program reads.",
                        version, newest);
-        document.Fail(path, problem, function);
+        document.Fail(338, path, problem, function);
     }
     document.Push(element, path);
     return version;

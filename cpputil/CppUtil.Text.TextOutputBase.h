@@ -79,8 +79,8 @@ struct TTraceF : STextTraits<ETextRoute::Trace, Log, false, true>
 /// A finished text as the output and the message manager route it, whatever builder made it.
 struct SFinishedText
 {
-    /// Applies the arguments; called by each sink that takes the text, so that a text that goes
-    /// nowhere is never formatted.
+    /// Applies the arguments; called by the manager that takes the text, so that a text with no
+    /// manager alive to take it is never formatted.
     std::function<CString()> m_oText;
     const CString& m_sSecondText;
     unsigned int m_uMessageId;

@@ -31,7 +31,8 @@ const char* const k_szThreadEnded = "the window's thread ended before the call's
 
 [[noreturn]] void ThrowLastError(unsigned int line, const char* function)
 {
-    k_oSource.Throw(line, function, Platform::GetSystemErrorText(::GetLastError()));
+    const DWORD error = ::GetLastError(); // before the function's text is allocated
+    k_oSource.Throw(line, function, Platform::GetSystemErrorText(error));
 }
 
 } // namespace

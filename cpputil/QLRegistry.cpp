@@ -440,7 +440,10 @@ void CQLRegistry::GrantFullControlForEveryoneToKey(Text::COutput& out, const CSt
     SID_IDENTIFIER_AUTHORITY worldAuthority = SECURITY_WORLD_SID_AUTHORITY;
     if (!::AllocateAndInitializeSid(&worldAuthority, 1, SECURITY_WORLD_RID, 0, 0, 0, 0, 0, 0, 0,
                                     &resources.m_poEveryone))
-        ThrowGrantError(429, "Error initializing SID for Everyone Access", ::GetLastError());
+    {
+        const DWORD error = ::GetLastError(); // before the text's allocation can touch it
+        ThrowGrantError(429, "Error initializing SID for Everyone Access", error);
+    }
 
     EXPLICIT_ACCESS_A access = {};
     access.grfAccessPermissions = GENERIC_ALL;

@@ -18,6 +18,7 @@
 #include <random>
 
 #include "AnsiFolder.h"
+#include "McToolListing.h"
 
 using CppUtil::CWikitextMsgExtractor;
 using CppUtil::Exception::CQlException;
@@ -168,17 +169,7 @@ TEST(WikitextMsgExtractorTest, ProgramTableListsAsItsSourceDoes)
     EXPECT_NE(CWikitextMsgExtractor::ListMessages("", {}).Str().find("| 3240296496 ||  || Failed."),
               std::string::npos);
 
-#if defined(CPPUTIL_MC_TOOL)
-    // The message compiler prints the same table from the .mc file.
-    std::unique_ptr<FILE, int (*)(FILE*)> tool(
-        ::popen(CPPUTIL_MC_TOOL " --wiki " CPPUTIL_MC_SOURCE, "r"), ::pclose);
-    ASSERT_TRUE(tool);
-    std::string printed;
-    char buffer[512];
-    for (size_t read; (read = std::fread(buffer, 1, sizeof(buffer), tool.get())) > 0;)
-        printed.append(buffer, read);
-    EXPECT_EQ(printed, listed);
-#endif
+    ExpectTheToolListsTheSame(listed);
 
     try
     {

@@ -14,8 +14,21 @@ inline void CheckPrintingThroughThePlatform(CppUtil::Gui::CHtmlReport& report,
                                             const std::filesystem::path& folder)
 {
     // The print command is whatever "lp" PATH finds; none at all is a clear failure.
-    const char* oldPath = std::getenv("PATH");
-    const std::string restore = oldPath ? oldPath : "";
+    // PATH comes back as it was, however the checks end.
+    struct SPathRestorer
+    {
+        const char* m_szOld = std::getenv("PATH");
+        const bool m_bWasSet = m_szOld != nullptr;
+        const std::string m_sOld = m_bWasSet ? m_szOld : "";
+        ~SPathRestorer()
+        {
+            if (m_bWasSet)
+                ::setenv("PATH", m_sOld.c_str(), 1);
+            else
+                ::unsetenv("PATH");
+            ::unsetenv("LP_EXIT");
+        }
+    } restorer;
     const std::filesystem::path bin = folder / "bin";
     std::filesystem::create_directories(bin);
     // A folder named lp earlier on PATH is no command, as for a shell.
@@ -41,6 +54,4 @@ inline void CheckPrintingThroughThePlatform(CppUtil::Gui::CHtmlReport& report,
     EXPECT_EQ(Failure([&] { report.Print(); }), "Could not print the report " + saved.string() +
                                                     ": " + lp.string() +
                                                     " failed with exit status 3");
-    ::unsetenv("LP_EXIT");
-    ::setenv("PATH", restore.c_str(), 1);
 }
