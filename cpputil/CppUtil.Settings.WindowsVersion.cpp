@@ -2,7 +2,6 @@
 
 #include <cctype>
 #include <climits>
-#include <fstream>
 #include <map>
 #include <string>
 
@@ -14,8 +13,6 @@ namespace Settings
 namespace
 {
 
-// An os-release file is a few hundred bytes; more is not one.
-const std::streamsize k_iMaxOsReleaseSize = 64 * 1024;
 const std::string::size_type k_uMaxNameLength = 100;
 
 bool IsKeyChar(char c, bool first)
@@ -93,7 +90,13 @@ std::string Clean(const std::string& text)
         return std::string();
     clean = clean.substr(first, clean.find_last_not_of(' ') - first + 1);
     if (clean.size() > k_uMaxNameLength)
-        clean.resize(k_uMaxNameLength);
+    {
+        // Cut before a UTF-8 continuation byte, never inside a character.
+        std::string::size_type cut = k_uMaxNameLength;
+        while (cut > 0 && (static_cast<unsigned char>(clean[cut]) & 0xc0) == 0x80)
+            --cut;
+        clean.resize(cut);
+    }
     return clean;
 }
 
@@ -183,18 +186,6 @@ CString CWindowsVersion::ParseOsRelease(const CString& text)
             name = Clean(name + " " + version);
     }
     return CString(name.c_str());
-}
-
-CString CWindowsVersion::ReadOsRelease(const CString& path)
-{
-    std::ifstream file(path.GetString(), std::ios::binary);
-    if (!file)
-        return CString();
-    std::string text(static_cast<std::string::size_type>(k_iMaxOsReleaseSize), '\0');
-    file.read(&text[0], k_iMaxOsReleaseSize);
-    text.resize(static_cast<std::string::size_type>(file.gcount()));
-    // A NUL ends the text a CString can hold; what follows is no os-release content anyway.
-    return ParseOsRelease(CString(text.c_str()));
 }
 
 } // namespace Settings

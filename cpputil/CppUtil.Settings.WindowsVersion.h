@@ -11,8 +11,9 @@ namespace CppUtil
 namespace Settings
 {
 
-/// On Windows the system's own version, as the kernel reports it (RtlGetVersion), not the one that
-/// compatibility shims tell an application; system "Windows" or "Windows Server", release
+/// On Windows the system's own version, as the kernel reports it (RtlGetVersion), not the
+/// manifest-dependent answer of GetVersionEx; a compatibility-mode layer set by the user still
+/// applies. System "Windows" or "Windows Server", release
 /// "major.minor.build", distribution the service pack, if any. On POSIX the kernel from uname
 /// (system "Linux", release "6.8.0-45-generic") and the distribution's PRETTY_NAME from
 /// os-release. The numbers compared are the release's first three dot-separated numbers; what

@@ -47,7 +47,7 @@ COutput::COutput(const COutput& other)
     : m_poMessageManager(other.m_poMessageManager),
       m_oActiveOutputGetter(other.m_oActiveOutputGetter),
       m_oRegisteredMessages(other.m_oRegisteredMessages),
-      m_bDialogsEnabled(other.m_bDialogsEnabled), m_poPublishedThrottler(nullptr)
+      m_bDialogsEnabled(other.m_bDialogsEnabled.load()), m_poPublishedThrottler(nullptr)
 {
     ShareThrottlerOf(other);
 }
@@ -55,7 +55,7 @@ COutput::COutput(const COutput& other)
 COutput::COutput(const COutput& other, SWithoutThrottler)
     : m_poMessageManager(other.m_poMessageManager),
       m_oActiveOutputGetter(other.m_oActiveOutputGetter),
-      m_bDialogsEnabled(other.m_bDialogsEnabled), m_poPublishedThrottler(nullptr)
+      m_bDialogsEnabled(other.m_bDialogsEnabled.load()), m_poPublishedThrottler(nullptr)
 {
 }
 
@@ -69,7 +69,7 @@ COutput& COutput::operator=(const COutput& other)
     m_poMessageManager = other.m_poMessageManager;
     m_oActiveOutputGetter = other.m_oActiveOutputGetter;
     m_oRegisteredMessages = other.m_oRegisteredMessages;
-    m_bDialogsEnabled = other.m_bDialogsEnabled;
+    m_bDialogsEnabled.store(other.m_bDialogsEnabled.load());
     ShareThrottlerOf(other);
     return *this;
 }

@@ -61,8 +61,9 @@ public:
     /// Throws CQlException when name is not registered.
     int GetValue(const CString& name) const;
 
-    bool DialogsEnabled() const { return m_bDialogsEnabled; }
-    void DialogsEnabled(bool enabled) { m_bDialogsEnabled = enabled; }
+    /// May be read and set from any thread: a box can be asked for on a worker.
+    bool DialogsEnabled() const { return m_bDialogsEnabled.load(); }
+    void DialogsEnabled(bool enabled) { m_bDialogsEnabled.store(enabled); }
 
     /// Text builders, all made by Build. The first argument is the format; a text second argument
     /// is the second text; a number is the verbose-logging message id of the log, legacy and HTML
@@ -253,7 +254,7 @@ private:
     std::shared_ptr<CMessageManager> m_poMessageManager;
     TActiveOutputGetter m_oActiveOutputGetter;
     std::map<CString, int> m_oRegisteredMessages;
-    bool m_bDialogsEnabled;
+    std::atomic<bool> m_bDialogsEnabled;
     std::shared_ptr<COutputWndThrottler> m_poOutputWndThrottler;
     /// The same throttler, published once it is made: every AddText reads it, and a lock there
     /// would make producers on several threads queue behind one another.

@@ -138,33 +138,35 @@ void CPatientExecution::SetMaxAttempts(unsigned int attempts)
 
 void CPatientExecution::Begin()
 {
+    boost::shared_ptr<SRun> run(new SRun(m_fnWork, m_uPause, m_uMaxAttempts));
+    boost::shared_ptr<SRun> previous;
     {
+        // Checked and taken in one go, so that of two callers at once exactly one wins.
         std::lock_guard<std::mutex> lock(m_oRunMutex);
         if (m_poRun)
         {
             std::lock_guard<std::mutex> runLock(m_poRun->m_oMutex);
             if (!m_poRun->m_bEnded)
-                k_oSource.Throw(148, k_szFunction, m_sTitle + ": a run is going already.");
+                k_oSource.Throw(150, k_szFunction, m_sTitle + ": a run is going already.");
             // Two attempts at once would surprise work written for one.
             if (m_poRun->m_bAttemptRunning)
                 k_oSource.Throw(153, k_szFunction,
                                 m_sTitle + ": an attempt given up on before is still running.");
         }
-    }
-    Start();
-    CProxyWindow& proxy = Proxy();
-    boost::shared_ptr<SRun> run(new SRun(m_fnWork, m_uPause, m_uMaxAttempts));
-    {
-        std::lock_guard<std::mutex> lock(m_oRunMutex);
+        previous = m_poRun;
         m_poRun = run;
     }
     try
     {
-        proxy.Post([this, run] { RunAttempts(run); });
+        Start();
+        Proxy().Post([this, run] { RunAttempts(run); });
     }
     catch (...)
     {
         run->End(k_eStopped);
+        std::lock_guard<std::mutex> lock(m_oRunMutex);
+        if (m_poRun == run)
+            m_poRun = previous;
         throw;
     }
 }
@@ -272,6 +274,12 @@ void CPatientExecution::RunAttempts(const boost::shared_ptr<SRun>& run)
 {
     for (unsigned int attempt = 1;; ++attempt)
     {
+        {
+            // A run that is no longer the current one cannot be reached by RequestStop.
+            std::lock_guard<std::mutex> lock(m_oRunMutex);
+            if (m_poRun != run)
+                break;
+        }
         if (run->m_uMaxAttempts != 0)
             m_oOutput.LogF("%s: attempt %u of %u", CString()) % m_sTitle % attempt %
                 run->m_uMaxAttempts;

@@ -20,11 +20,12 @@ namespace Thread
 /// The work succeeds by returning true and fails by returning false or by throwing CQlException,
 /// whose text then stands in the question. After each failure the user is asked, through the
 /// output's message boxes (MB_RETRYCANCEL, the title as caption, the failure's text as text),
-/// whether to try again: Retry tries again after the pause, Cancel ends the run. With the output's
-/// dialogs disabled nobody is asked: the question is logged as a box nobody may answer is, and the
-/// box's default button answers it. That button is Retry while attempts are capped and Cancel
-/// otherwise, so that a run nobody watches always comes to an end. Every attempt, failure and
-/// answer is logged through the output.
+/// whether to try again: Retry tries again after the pause, Cancel ends the run. Where the library
+/// holds back only plain OK boxes when the output's dialogs are disabled, patient execution
+/// deliberately holds back its Retry/Cancel question too: the question is logged and answered by
+/// its default, Retry while attempts are capped and Cancel otherwise, because a line that runs
+/// unattended must come to an end rather than wait for an answer nobody gives. Every attempt,
+/// failure and answer is logged through the output.
 ///
 /// Cancel is an answer, not an error: Execute returns k_eCancelled and GetLastFailure keeps the
 /// failure's text; no exception is re-thrown. Any other exception from the work is a defect that
@@ -68,7 +69,8 @@ public:
     void SetMaxAttempts(unsigned int attempts);
 
     /// Starts the worker when needed and a run on it, and returns at once. Throws CQlException
-    /// while a run is going, or while an attempt given up on before is still running.
+    /// while a run is going, or while an attempt given up on before is still running. May be
+    /// called from several threads at once: exactly one call wins, the others throw.
     void Begin();
     /// Waits up to that long (INFINITE for no limit) for the run to end, serving meanwhile the
     /// calls queued for this thread's proxy windows, which a presenter of the box may be waiting

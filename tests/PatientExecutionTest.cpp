@@ -228,3 +228,57 @@ TEST_F(PatientExecutionTest, StopAndDestructionDoNotWaitForBlockedWork)
     EXPECT_EQ(0, Count("Write: answered"));
     EXPECT_EQ(1, Count("Write: stopped"));
 }
+
+TEST_F(PatientExecutionTest, ConcurrentBeginsAndDialogToggles)
+{
+    // Of two Begins at once exactly one wins, and destruction gives up the winner's blocked work.
+    for (int round = 0; round < 50; ++round)
+    {
+        std::promise<void> release;
+        std::shared_future<void> released = release.get_future().share();
+        const auto start = std::chrono::steady_clock::now();
+        {
+            CPatientExecution execution(
+                m_oOut,
+                [released]
+                {
+                    released.wait();
+                    return true;
+                },
+                "Race");
+            std::atomic<int> won{0};
+            std::atomic<bool> go{false};
+            auto begin = [&]
+            {
+                while (!go)
+                    std::this_thread::yield();
+                try
+                {
+                    execution.Begin();
+                    ++won;
+                }
+                catch (const CQlException&)
+                {
+                }
+            };
+            std::thread other(begin);
+            go = true;
+            begin();
+            other.join();
+            EXPECT_EQ(1, won.load());
+        }
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+        release.set_value();
+    }
+
+    // Turning dialogs on and off while the run asks.
+    CPatientExecution asked(m_oOut, Work({}), "Toggle");
+    asked.SetMaxAttempts(200);
+    m_oAnswers.assign(200, IDRETRY);
+    asked.Begin();
+    bool enabled = false;
+    while (!asked.Wait(0))
+        m_oOut.DialogsEnabled(enabled = !enabled);
+    EXPECT_EQ(CPatientExecution::k_eExhausted, asked.GetResult());
+    m_oOut.DialogsEnabled(true);
+}

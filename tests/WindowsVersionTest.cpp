@@ -6,6 +6,10 @@
 #include <fstream>
 #include <string>
 
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
 using CppUtil::Settings::CWindowsVersion;
 
 TEST(WindowsVersionTest, OsReleaseTextsAndFiles)
@@ -30,13 +34,26 @@ TEST(WindowsVersionTest, OsReleaseTextsAndFiles)
     EXPECT_EQ(std::string(100, 'x'),
               CWindowsVersion::ParseOsRelease(("PRETTY_NAME=" + std::string(500, 'x')).c_str())
                   .GetString());
+    // The cut never splits a character: "é" is two bytes, and the 100th would be its first.
+    EXPECT_EQ(std::string(99, 'x'),
+              CWindowsVersion::ParseOsRelease(
+                  ("PRETTY_NAME=" + std::string(99, 'x') + "\xc3\xa9yz").c_str())
+                  .GetString());
 
     const std::filesystem::path file =
         std::filesystem::temp_directory_path() / "cpputil-windows-version-test";
+    // What an interrupted run left there, a FIFO perhaps, must not block the write.
+    std::filesystem::remove(file);
     std::ofstream(file, std::ios::binary) << "ID=quillonos\nPRETTY_NAME=\"Quillon OS 3\"\n";
     EXPECT_STREQ("Quillon OS 3", CWindowsVersion::ReadOsRelease(file.string().c_str()));
     std::filesystem::remove(file);
     EXPECT_STREQ("", CWindowsVersion::ReadOsRelease(file.string().c_str()));
+#ifndef _WIN32
+    // A FIFO nobody writes to would block a plain read for ever; it counts as no file.
+    ASSERT_EQ(0, ::mkfifo(file.string().c_str(), 0600));
+    EXPECT_STREQ("", CWindowsVersion::ReadOsRelease(file.string().c_str()));
+    std::filesystem::remove(file);
+#endif
 }
 
 TEST(WindowsVersionTest, NumbersAndAtLeast)

@@ -1,9 +1,10 @@
-// The kernel's own version: GetVersionEx answers what the application's manifest and any
-// compatibility shim let it see, RtlGetVersion what the system is.
+// The kernel's own version: RtlGetVersion, not the manifest-dependent answer of GetVersionEx; a
+// compatibility-mode layer set by the user still applies.
 #include "../../../CppUtil.Settings.WindowsVersion.h"
 
 #include <windows.h>
 
+#include <fstream>
 #include <string>
 
 namespace CppUtil
@@ -23,6 +24,9 @@ CString Narrow(const wchar_t* text)
     return CString(buffer);
 }
 
+// An os-release file is a few hundred bytes; more is not one.
+const std::streamsize k_iMaxOsReleaseSize = 64 * 1024;
+
 } // namespace
 
 CWindowsVersion CWindowsVersion::GetCurrent()
@@ -39,6 +43,18 @@ CWindowsVersion CWindowsVersion::GetCurrent()
                                 std::to_string(info.dwBuildNumber);
     return CWindowsVersion(info.wProductType == VER_NT_WORKSTATION ? "Windows" : "Windows Server",
                            release.c_str(), Narrow(info.szCSDVersion));
+}
+
+CString CWindowsVersion::ReadOsRelease(const CString& path)
+{
+    std::ifstream file(path.GetString(), std::ios::binary);
+    if (!file)
+        return CString();
+    std::string text(static_cast<std::string::size_type>(k_iMaxOsReleaseSize), '\0');
+    file.read(&text[0], k_iMaxOsReleaseSize);
+    text.resize(static_cast<std::string::size_type>(file.gcount()));
+    // A NUL ends the text a CString can hold; what follows is no os-release content anyway.
+    return ParseOsRelease(CString(text.c_str()));
 }
 
 } // namespace Settings
