@@ -1,4 +1,5 @@
 #include "CppUtil.Text.OutputWndThrottler.h"
+#include "Platform/WinMessages.h"
 
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"

@@ -5,6 +5,7 @@
 
 #include <cpputil/CppUtil.DateTime.h>
 #include <cpputil/Platform/COleDateTime.h>
+#include <cpputil/Platform/WinTypes.h>
 
 #include <chrono>
 #include <cstdint>

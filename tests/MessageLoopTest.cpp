@@ -4,6 +4,7 @@
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/CppUtil.Thread.OneShotTimer.h>
 #include <cpputil/Platform/CWinThread.h>
+#include <cpputil/Platform/WinMessages.h>
 
 #include <gtest/gtest.h>
 

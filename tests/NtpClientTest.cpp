@@ -6,6 +6,7 @@
 #include <cpputil/CppUtil.NtpClient.h>
 #include <cpputil/CppUtil.Text.Output.h>
 #include <cpputil/Platform/CAsyncSocket.h>
+#include <cpputil/Platform/WinSock.h>
 
 #include <chrono>
 #include <cmath>

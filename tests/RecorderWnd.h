@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cpputil/Platform/CWnd.h>
+#include <cpputil/Platform/WinMessages.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 #include <cpputil/Platform/CCriticalSection.h>
 #include <cpputil/Platform/CEvent.h>
 #include <cpputil/Platform/CSingleLock.h>
+#include <cpputil/Platform/WinMessages.h>
 
 #include <gtest/gtest.h>
 

@@ -2,6 +2,7 @@
 
 #include <cpputil/Platform/CEvent.h>
 #include <cpputil/Platform/CWinThread.h>
+#include <cpputil/Platform/WinMessages.h>
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "CWnd.h"
+#include "WinMessages.h"
 
 #include "../CppUtil.Exception.QlException.h"
 #include "../CppUtil.Text.Output.h"

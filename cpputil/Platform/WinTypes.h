@@ -1,16 +1,11 @@
 /// @file
 /// The Win32 names the library is written against: windows.h itself on Windows, the layer's
-/// own definitions elsewhere.
+/// own definitions elsewhere. Internal to the library: its sources and tests use the names
+/// unqualified, as on Windows, while the installed headers name them CppUtil::Platform::.
 #pragma once
 
-#if defined(_WIN32)
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-/// Winsock 2 has to come before windows.h, which would otherwise bring in the old winsock.h.
-#include <winsock2.h>
+#include "Types/ApiTypes.h"
 
-#include <windows.h>
-#else
+#if !defined(_WIN32)
 #include "Posix/WinTypes.h"
 #endif

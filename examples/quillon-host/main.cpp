@@ -22,6 +22,9 @@
 #include <stdlib.h>
 #endif
 
+// HKEY_* and IDOK: windows.h's macros on Windows, the library's constants on POSIX.
+using namespace CppUtil::Platform;
+
 using CppUtil::CDateTime;
 using CppUtil::Exception::CQlException;
 using CppUtil::Settings::CQLRegistry;

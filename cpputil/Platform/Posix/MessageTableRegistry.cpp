@@ -1,4 +1,5 @@
 #include "MessageTableRegistry.h"
+#include "WinTypes.h"
 
 #include <algorithm>
 

@@ -14,6 +14,11 @@ using CppUtil::Platform::Posix::CKernel;
 using CppUtil::Platform::Posix::CMessageQueue;
 using CppUtil::Platform::Posix::SWaitable;
 
+namespace CppUtil
+{
+namespace Platform
+{
+
 namespace
 {
 
@@ -241,3 +246,6 @@ BOOL TryEnterCriticalSection(LPCRITICAL_SECTION section)
 {
     return ::pthread_mutex_trylock(&section->Mutex) == 0 ? TRUE : FALSE;
 }
+
+} // namespace Platform
+} // namespace CppUtil
