@@ -5,7 +5,7 @@
 #pragma once
 
 #include <cpputil/CppUtil.Text.Output.h>
-#include <cpputil/Platform/CRegKey.h>
+#include <cpputil/Platform/Registry/CRegKey.h>
 #include <cpputil/RegistryValue.h>
 
 #include <cstdio>

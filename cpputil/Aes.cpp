@@ -2,7 +2,7 @@
 // the platform's cipher.
 #include "aes.h"
 
-#include "Platform/AesCipher.h"
+#include "Platform/Crypto/AesCipher.h"
 
 #include <atomic>
 #include <cstddef>

@@ -1,8 +1,8 @@
 #include "CppUtil.CompiledMsg.h"
 
 #include "CppUtil.Exception.QlException.h"
-#include "Platform/SystemError.h"
-#include "Platform/WinTypes.h"
+#include "Platform/Kernel/SystemError.h"
+#include "Platform/Types/WinTypes.h"
 
 #include <exception>
 

@@ -1,7 +1,7 @@
 #include "CppUtil.DateTime.h"
 
-#include "Platform/COleDateTime.h"
-#include "Platform/CivilTime.h"
+#include "Platform/Time/COleDateTime.h"
+#include "Platform/Time/CivilTime.h"
 
 #include <atomic>
 #include <boost/spirit/include/classic_actor.hpp>

@@ -5,9 +5,9 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/CString.h"
-#include "Platform/CTime.h"
+#include "Platform/Time/CTime.h"
 #include "Platform/Types/ApiTypes.h"
+#include "Platform/Types/CString.h"
 
 namespace CppUtil
 {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/CString.h"
+#include "Platform/Types/CString.h"
 
 namespace CppUtil
 {

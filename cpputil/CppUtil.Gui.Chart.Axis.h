@@ -3,8 +3,8 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/CString.h"
-#include "Platform/GdiplusTypes.h"
+#include "Platform/Types/CString.h"
+#include "Platform/Types/GdiplusTypes.h"
 
 #include <utility>
 #include <vector>

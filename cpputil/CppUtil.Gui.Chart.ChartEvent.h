@@ -4,8 +4,8 @@
 
 #include "CppUtil.Api.h"
 #include "CppUtil.Gui.Chart.Category.h"
-#include "Platform/CString.h"
-#include "Platform/GdiplusTypes.h"
+#include "Platform/Types/CString.h"
+#include "Platform/Types/GdiplusTypes.h"
 
 #include <memory>
 

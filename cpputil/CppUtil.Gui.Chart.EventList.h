@@ -6,9 +6,9 @@
 #include "CppUtil.Api.h"
 #include "CppUtil.Gui.Chart.Category.h"
 #include "CppUtil.Gui.Chart.ChartEvent.h"
-#include "Platform/CRect.h"
-#include "Platform/CString.h"
-#include "Platform/CWnd.h"
+#include "Platform/Kernel/CWnd.h"
+#include "Platform/Types/CRect.h"
+#include "Platform/Types/CString.h"
 
 #include <memory>
 #include <vector>

@@ -8,9 +8,9 @@
 #include "CppUtil.Gui.Chart.Category.h"
 #include "CppUtil.Gui.Chart.ChartEvent.h"
 #include "CppUtil.Gui.Chart.DataSeries.h"
-#include "Platform/CRect.h"
-#include "Platform/CString.h"
-#include "Platform/CWnd.h"
+#include "Platform/Kernel/CWnd.h"
+#include "Platform/Types/CRect.h"
+#include "Platform/Types/CString.h"
 
 #include <cstddef>
 #include <memory>

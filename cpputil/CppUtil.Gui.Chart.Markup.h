@@ -2,8 +2,8 @@
 /// Text helpers for the chart views' SVG and HTML. Internal to the library.
 #pragma once
 
-#include "Platform/CString.h"
-#include "Platform/GdiplusTypes.h"
+#include "Platform/Types/CString.h"
+#include "Platform/Types/GdiplusTypes.h"
 
 namespace CppUtil
 {

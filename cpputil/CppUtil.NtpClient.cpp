@@ -1,10 +1,10 @@
 #include "CppUtil.NtpClient.h"
-#include "Platform/WinSock.h"
+#include "Platform/Net/WinSock.h"
 
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"
-#include "Platform/CSocket.h"
-#include "Platform/SystemError.h"
+#include "Platform/Kernel/SystemError.h"
+#include "Platform/Net/CSocket.h"
 
 #include <cmath>
 #include <cstdint>

@@ -4,8 +4,8 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/CString.h"
-#include "Platform/CTime.h"
+#include "Platform/Time/CTime.h"
+#include "Platform/Types/CString.h"
 
 class CSocket;
 

@@ -1,5 +1,5 @@
 #include "CppUtil.PerformanceTimer.h"
-#include "Platform/WinTypes.h"
+#include "Platform/Types/WinTypes.h"
 
 namespace CppUtil
 {

@@ -1,7 +1,7 @@
 #include "CppUtil.ProfileTimer.h"
 
 #include "CppUtil.Text.Output.h"
-#include "Platform/ProcessClock.h"
+#include "Platform/Time/ProcessClock.h"
 
 namespace CppUtil
 {

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/CString.h"
+#include "Platform/Types/CString.h"
 
 #include <ctime>
 #include <map>

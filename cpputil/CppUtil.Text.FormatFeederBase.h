@@ -3,7 +3,7 @@
 #pragma once
 
 #include "CppUtil.Text.FormatCache.h"
-#include "Platform/CString.h"
+#include "Platform/Types/CString.h"
 
 #include <boost/format.hpp>
 #include <memory>

@@ -4,7 +4,7 @@
 
 #include "CppUtil.Api.h"
 #include "CppUtil.Text.TextOutputBase.h"
-#include "Platform/CString.h"
+#include "Platform/Types/CString.h"
 
 #include <atomic>
 #include <boost/function.hpp>

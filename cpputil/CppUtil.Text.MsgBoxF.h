@@ -5,7 +5,7 @@
 
 #include "CppUtil.Api.h"
 #include "CppUtil.Text.FormatFeederBase.h"
-#include "Platform/CString.h"
+#include "Platform/Types/CString.h"
 
 namespace CppUtil
 {

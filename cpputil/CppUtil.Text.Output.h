@@ -6,7 +6,7 @@
 #include "CppUtil.Text.MessageManager.h"
 #include "CppUtil.Text.MsgBoxF.h"
 #include "CppUtil.Text.TextOutputBase.h"
-#include "Platform/CString.h"
+#include "Platform/Types/CString.h"
 
 #include <atomic>
 #include <boost/function.hpp>

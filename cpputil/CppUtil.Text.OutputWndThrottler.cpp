@@ -1,10 +1,10 @@
 #include "CppUtil.Text.OutputWndThrottler.h"
-#include "Platform/WinMessages.h"
+#include "Platform/Kernel/WinMessages.h"
 
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"
 #include "GuiThreadCaller.h"
-#include "Platform/CSingleLock.h"
+#include "Platform/Kernel/CSingleLock.h"
 #include "TimerWindow.h"
 
 #include <algorithm>

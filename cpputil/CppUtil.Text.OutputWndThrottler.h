@@ -5,8 +5,8 @@
 #include "CppUtil.Api.h"
 #include "CppUtil.Text.Output.h"
 #include "DaemonThread.h"
-#include "Platform/CCriticalSection.h"
-#include "Platform/CString.h"
+#include "Platform/Kernel/CCriticalSection.h"
+#include "Platform/Types/CString.h"
 
 #include <boost/shared_ptr.hpp>
 #include <cstddef>

@@ -4,7 +4,7 @@
 
 #include "CppUtil.Api.h"
 #include "DaemonThread.h"
-#include "Platform/CString.h"
+#include "Platform/Types/CString.h"
 
 #include <cstddef>
 #include <deque>

@@ -1,7 +1,7 @@
 #include "CppUtil.Thread.MessageLoop.h"
 
-#include "Platform/CWnd.h"
-#include "Platform/WinMessages.h"
+#include "Platform/Kernel/CWnd.h"
+#include "Platform/Kernel/WinMessages.h"
 
 #include <algorithm>
 #include <chrono>

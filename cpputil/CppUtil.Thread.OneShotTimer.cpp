@@ -1,9 +1,9 @@
 #include "CppUtil.Thread.OneShotTimer.h"
-#include "Platform/WinMessages.h"
+#include "Platform/Kernel/WinMessages.h"
 
 #include "CppUtil.Exception.QlException.h"
-#include "Platform/SystemError.h"
-#include "Platform/WinTypes.h"
+#include "Platform/Kernel/SystemError.h"
+#include "Platform/Types/WinTypes.h"
 
 namespace CppUtil
 {

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/CString.h"
-#include "Platform/CWnd.h"
+#include "Platform/Kernel/CWnd.h"
+#include "Platform/Types/CString.h"
 #include "StaleTickFilter.h"
 
 #include <boost/function.hpp>

@@ -2,8 +2,8 @@
 
 #include "CppUtil.Exception.QlException.h"
 #include "DaemonWinThread.h"
-#include "Platform/SystemError.h"
-#include "Platform/WinMessages.h"
+#include "Platform/Kernel/SystemError.h"
+#include "Platform/Kernel/WinMessages.h"
 
 namespace CppUtil
 {

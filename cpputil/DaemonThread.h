@@ -5,8 +5,8 @@
 
 #include "CppUtil.Api.h"
 #include "ExceptionTunnel.h"
-#include "Platform/CEvent.h"
-#include "Platform/CString.h"
+#include "Platform/Kernel/CEvent.h"
+#include "Platform/Types/CString.h"
 #include "ProxyWindow.h"
 
 #include <boost/shared_ptr.hpp>

@@ -2,8 +2,8 @@
 
 #include "CppUtil.Exception.QlException.h"
 #include "DaemonThread.h"
-#include "Platform/ComApartment.h"
-#include "Platform/WinMessages.h"
+#include "Platform/Kernel/ComApartment.h"
+#include "Platform/Kernel/WinMessages.h"
 #include "SeTranslate.h"
 
 #include <chrono>

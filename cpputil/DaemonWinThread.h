@@ -4,7 +4,7 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/CWinThread.h"
+#include "Platform/Kernel/CWinThread.h"
 #include "ProxyWindow.h"
 
 #include <boost/shared_ptr.hpp>

@@ -4,7 +4,7 @@
 
 #include "CppUtil.Api.h"
 #include "CppUtil.Exception.QlException.h"
-#include "Platform/CString.h"
+#include "Platform/Types/CString.h"
 
 #include <boost/shared_ptr.hpp>
 

@@ -1,6 +1,6 @@
 #include "InterThreadCaller.h"
 
-#include "Platform/WinTypes.h"
+#include "Platform/Types/WinTypes.h"
 
 namespace CppUtil
 {

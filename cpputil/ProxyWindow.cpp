@@ -1,9 +1,9 @@
 #include "ProxyWindow.h"
 
 #include "CppUtil.Exception.QlException.h"
-#include "Platform/CEvent.h"
-#include "Platform/SystemError.h"
-#include "Platform/WinMessages.h"
+#include "Platform/Kernel/CEvent.h"
+#include "Platform/Kernel/SystemError.h"
+#include "Platform/Kernel/WinMessages.h"
 
 #include <boost/bind/bind.hpp>
 

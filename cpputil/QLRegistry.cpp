@@ -1,9 +1,9 @@
 #include "QLRegistry.h"
-#include "Platform/Registry.h"
+#include "Platform/Registry/Registry.h"
 
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"
-#include "Platform/SystemError.h"
+#include "Platform/Kernel/SystemError.h"
 #include "RegistryValue.h"
 
 #include <algorithm>

@@ -4,8 +4,8 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/CRegKey.h"
-#include "Platform/CString.h"
+#include "Platform/Registry/CRegKey.h"
+#include "Platform/Types/CString.h"
 
 #include <vector>
 

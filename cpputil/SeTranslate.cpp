@@ -1,7 +1,7 @@
 #include "SeTranslate.h"
 
 #include "CppUtil.Exception.QlException.h"
-#include "Platform/SeTranslator.h"
+#include "Platform/Kernel/SeTranslator.h"
 
 #include <cstdarg>
 

@@ -2,7 +2,7 @@
 /// Tells a WM_TIMER of a window's current timer from one its earlier timer left behind.
 #pragma once
 
-#include "Platform/CWnd.h"
+#include "Platform/Kernel/CWnd.h"
 
 namespace CppUtil
 {

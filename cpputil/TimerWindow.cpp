@@ -1,10 +1,10 @@
 #include "TimerWindow.h"
-#include "Platform/WinMessages.h"
+#include "Platform/Kernel/WinMessages.h"
 
 #include "CppUtil.Exception.QlException.h"
 #include "GuiThreadCaller.h"
-#include "Platform/SystemError.h"
-#include "Platform/WinTypes.h"
+#include "Platform/Kernel/SystemError.h"
+#include "Platform/Types/WinTypes.h"
 
 #include <boost/bind/bind.hpp>
 #include <boost/ref.hpp>

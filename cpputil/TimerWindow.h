@@ -3,7 +3,7 @@
 #pragma once
 
 #include "CppUtil.Api.h"
-#include "Platform/CWnd.h"
+#include "Platform/Kernel/CWnd.h"
 #include "StaleTickFilter.h"
 
 #include <boost/function.hpp>

@@ -2,7 +2,7 @@
 // that, written out in either encoding, read back the same.
 #include "FuzzCheck.h"
 
-#include <cpputil/Platform/Posix/RegFile.h>
+#include <cpputil/Platform/Registry/Posix/RegFile.h>
 
 #include <cstddef>
 #include <cstdint>

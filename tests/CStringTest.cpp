@@ -1,4 +1,4 @@
-#include "../cpputil/Platform/CString.h"
+#include "../cpputil/Platform/Types/CString.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include <cpputil/CppUtil.CompiledMsg.h>
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Text.Output.h>
-#include <cpputil/Platform/WinTypes.h>
+#include <cpputil/Platform/Types/WinTypes.h>
 
 #include <cstdio>
 #include <fstream>

@@ -4,8 +4,8 @@
 #include "CivilDays.h"
 
 #include <cpputil/CppUtil.DateTime.h>
-#include <cpputil/Platform/COleDateTime.h>
-#include <cpputil/Platform/WinTypes.h>
+#include <cpputil/Platform/Time/COleDateTime.h>
+#include <cpputil/Platform/Types/WinTypes.h>
 
 #include <chrono>
 #include <cstdint>

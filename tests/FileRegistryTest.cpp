@@ -3,8 +3,8 @@
 #include "RegistrySandbox.h"
 
 #include <cpputil/CppUtil.Text.Output.h>
-#include <cpputil/Platform/CRegKey.h>
-#include <cpputil/Platform/Posix/FileRegistry.h>
+#include <cpputil/Platform/Registry/CRegKey.h>
+#include <cpputil/Platform/Registry/Posix/FileRegistry.h>
 #include <cpputil/RegistryValue.h>
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/GuiThreadCaller.h>
 #include <cpputil/InterThreadCaller.h>
-#include <cpputil/Platform/WinMessages.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

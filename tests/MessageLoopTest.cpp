@@ -3,8 +3,8 @@
 
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/CppUtil.Thread.OneShotTimer.h>
-#include <cpputil/Platform/CWinThread.h>
-#include <cpputil/Platform/WinMessages.h>
+#include <cpputil/Platform/Kernel/CWinThread.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 // library's own table, and this program's (MessageTableTest.mc).
 #include "MessageTableTest.h"
 
-#include <cpputil/Platform/CString.h>
-#include <cpputil/Platform/WinTypes.h>
+#include <cpputil/Platform/Types/CString.h>
+#include <cpputil/Platform/Types/WinTypes.h>
 
 #include <cctype>
 #include <cstdarg>

@@ -3,7 +3,7 @@
 #include <cpputil/CppUtil.Gui.CheckableMessageBox.h>
 #include <cpputil/CppUtil.Gui.HtmlDlg.h>
 #include <cpputil/CppUtil.Text.Output.h>
-#include <cpputil/Platform/MessageBox.h>
+#include <cpputil/Platform/Kernel/MessageBox.h>
 
 #include <atomic>
 #include <deque>

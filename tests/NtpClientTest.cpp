@@ -5,8 +5,8 @@
 
 #include <cpputil/CppUtil.NtpClient.h>
 #include <cpputil/CppUtil.Text.Output.h>
-#include <cpputil/Platform/CAsyncSocket.h>
-#include <cpputil/Platform/WinSock.h>
+#include <cpputil/Platform/Net/CAsyncSocket.h>
+#include <cpputil/Platform/Net/WinSock.h>
 
 #include <chrono>
 #include <cmath>

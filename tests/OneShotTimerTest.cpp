@@ -3,7 +3,7 @@
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Thread.OneShotTimer.h>
-#include <cpputil/Platform/WinMessages.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

@@ -9,10 +9,10 @@
 // To write the expected file again, run the Win32 program under Wine with TZ set as CTest sets it
 // (see tests/CMakeLists.txt) and without --check, and concatenate the runs.
 #include <cpputil/CppUtil.DateTime.h>
-#include <cpputil/Platform/COleDateTime.h>
-#include <cpputil/Platform/CRegKey.h>
-#include <cpputil/Platform/CString.h>
-#include <cpputil/Platform/CTime.h>
+#include <cpputil/Platform/Registry/CRegKey.h>
+#include <cpputil/Platform/Time/COleDateTime.h>
+#include <cpputil/Platform/Time/CTime.h>
+#include <cpputil/Platform/Types/CString.h>
 
 #include "RegistrySandbox.h"
 

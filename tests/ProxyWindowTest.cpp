@@ -3,8 +3,8 @@
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
-#include <cpputil/Platform/CEvent.h>
-#include <cpputil/Platform/WinMessages.h>
+#include <cpputil/Platform/Kernel/CEvent.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 #include <cpputil/ProxyWindow.h>
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 #include "RegistrySandbox.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
-#include <cpputil/Platform/CRegKey.h>
+#include <cpputil/Platform/Registry/CRegKey.h>
 #include <cpputil/RegistryValue.h>
 
 #include <chrono>
@@ -15,7 +15,7 @@
 #include <vector>
 
 #if !defined(_WIN32)
-#include <cpputil/Platform/Posix/FileRegistry.h>
+#include <cpputil/Platform/Registry/Posix/FileRegistry.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -1,8 +1,8 @@
 // A hidden window that remembers what reached it and lets a test answer its messages.
 #pragma once
 
-#include <cpputil/Platform/CWnd.h>
-#include <cpputil/Platform/WinMessages.h>
+#include <cpputil/Platform/Kernel/CWnd.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

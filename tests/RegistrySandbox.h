@@ -2,7 +2,7 @@
 // on Windows a section tree of its own below the product root, removed again at the end.
 #pragma once
 
-#include <cpputil/Platform/Registry.h>
+#include <cpputil/Platform/Registry/Registry.h>
 #include <cpputil/QLRegistry.h>
 
 #include <cstdlib>

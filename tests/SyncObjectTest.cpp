@@ -1,7 +1,7 @@
-#include <cpputil/Platform/CCriticalSection.h>
-#include <cpputil/Platform/CEvent.h>
-#include <cpputil/Platform/CSingleLock.h>
-#include <cpputil/Platform/WinMessages.h>
+#include <cpputil/Platform/Kernel/CCriticalSection.h>
+#include <cpputil/Platform/Kernel/CEvent.h>
+#include <cpputil/Platform/Kernel/CSingleLock.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

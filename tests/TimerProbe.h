@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
-#include <cpputil/Platform/WinTypes.h>
+#include <cpputil/Platform/Types/WinTypes.h>
 
 #include <boost/function.hpp>
 

@@ -4,7 +4,7 @@
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/GuiThreadCaller.h>
-#include <cpputil/Platform/WinMessages.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 #include <cpputil/TimerWindow.h>
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 #include "RecorderWnd.h"
 
-#include <cpputil/Platform/CEvent.h>
-#include <cpputil/Platform/CWinThread.h>
-#include <cpputil/Platform/WinMessages.h>
+#include <cpputil/Platform/Kernel/CEvent.h>
+#include <cpputil/Platform/Kernel/CWinThread.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

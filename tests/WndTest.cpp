@@ -1,7 +1,7 @@
 #include "RecorderWnd.h"
 
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
-#include <cpputil/Platform/WinMessages.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

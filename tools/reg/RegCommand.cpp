@@ -2,7 +2,7 @@
 
 #include "../ReadFile.h"
 
-#include <cpputil/Platform/Posix/FileRegistry.h>
+#include <cpputil/Platform/Registry/Posix/FileRegistry.h>
 
 #include <cerrno>
 #include <cstdio>
