@@ -4,13 +4,11 @@
 #pragma once
 
 #include "../../CppUtil.Api.h"
-#include "../Types/CString.h"
-#include "../Types/WinTypes.h"
-#include "CTimeSpan.h"
 #include "../Types/ApiTypes.h"
+#include "../Types/CString.h"
+#include "CTimeSpan.h"
 
 #include <cstdint>
-
 #include <ctime>
 
 class CPPUTIL_API CTime
