@@ -2,7 +2,6 @@
 #include <cpputil/CppUtil.Gui.HtmlDlg.h>
 #include <cpputil/CppUtil.Gui.HtmlReport.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -10,10 +9,6 @@
 #include <iterator>
 #include <random>
 #include <string>
-
-#if !defined(_WIN32)
-#include <sys/stat.h>
-#endif
 
 using CppUtil::Exception::CQlException;
 using CppUtil::Gui::CHtmlDlg;
@@ -161,33 +156,4 @@ TEST(HtmlReportTest, SavingAndPrintingFailWithClearTexts)
     report.AddTable({"Device"});
     report.Save(saved.string().c_str());
     EXPECT_EQ(ReadAll(saved), report.ToHtml().Str());
-
-#if !defined(_WIN32)
-    // The print command is whatever "lp" PATH finds; none at all is a clear failure.
-    const char* oldPath = std::getenv("PATH");
-    const std::string restore = oldPath ? oldPath : "";
-    const std::filesystem::path bin = folder.m_oPath / "bin";
-    std::filesystem::create_directories(bin);
-    ::setenv("PATH", bin.string().c_str(), 1);
-    EXPECT_EQ(Failure([&] { report.Print(); }),
-              "Could not print the report " + saved.string() +
-                  ": no print command: \"lp\" was not found on PATH");
-
-    // A stand-in lp keeps its arguments and a copy of the file it was given.
-    const std::filesystem::path lp = bin / "lp";
-    const std::filesystem::path args = folder.m_oPath / "args.txt";
-    std::ofstream(lp) << "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" << args.string()
-                      << "'\n/bin/cp -- \"$2\" '" << args.string()
-                      << ".copy'\nexit ${LP_EXIT:-0}\n";
-    ::chmod(lp.string().c_str(), 0755);
-    report.Print();
-    EXPECT_EQ(ReadAll(args), "--\n" + saved.string() + "\n");
-    EXPECT_EQ(ReadAll(args.string() + ".copy"), report.ToHtml().Str());
-    ::setenv("LP_EXIT", "3", 1);
-    EXPECT_EQ(Failure([&] { report.Print(); }), "Could not print the report " + saved.string() +
-                                                    ": " + lp.string() +
-                                                    " failed with exit status 3");
-    ::unsetenv("LP_EXIT");
-    ::setenv("PATH", restore.c_str(), 1);
-#endif
 }
