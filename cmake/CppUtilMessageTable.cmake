@@ -26,11 +26,12 @@ function(cpputil_add_message_table target source)
         message(FATAL_ERROR "cpputil_add_message_table: unknown arguments ${arg_UNPARSED_ARGUMENTS}")
     endif()
     get_target_property(type ${target} TYPE)
-    if(NOT type MATCHES "^(EXECUTABLE|SHARED_LIBRARY|MODULE_LIBRARY)$")
+    if(NOT type MATCHES "^(EXECUTABLE|SHARED_LIBRARY|MODULE_LIBRARY|OBJECT_LIBRARY)$")
         # A static library's table would belong to whichever module links it, and a linker
-        # drops an object nothing refers to.
-        message(FATAL_ERROR "cpputil_add_message_table: ${target} is a ${type}; only executables "
-                            "and shared libraries have a message table")
+        # drops an object nothing refers to. An object library's table, named by its OUTPUT_NAME,
+        # goes whole into every module built from its objects.
+        message(FATAL_ERROR "cpputil_add_message_table: ${target} is a ${type}; only executables, "
+                            "shared and object libraries have a message table")
     endif()
     get_target_property(existing ${target} CPPUTIL_MESSAGE_TABLE)
     if(existing)

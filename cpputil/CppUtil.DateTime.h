@@ -6,8 +6,8 @@
 
 #include "CppUtil.Api.h"
 #include "Platform/Time/CTime.h"
+#include "Platform/Types/ApiTypes.h"
 #include "Platform/Types/CString.h"
-#include "Platform/Types/WinTypes.h"
 
 namespace CppUtil
 {
@@ -19,13 +19,16 @@ public:
     CDateTime();
     CDateTime(const ATL::CTime& time);
     /// The fields are local clock time; the milliseconds are kept.
-    CDateTime(const SYSTEMTIME& time);
+    CDateTime(const Platform::SYSTEMTIME& time);
     /// Parses with Set after dropping a fractional-seconds part; an unparsable text gives an empty
     /// value.
     CDateTime(const CString& text, bool utc);
 
     ATL::CTime GetTime() const { return m_oTime; }
-    ULONGLONG GetAsSeconds() const { return static_cast<ULONGLONG>(m_oTime.GetTime()); }
+    Platform::ULONGLONG GetAsSeconds() const
+    {
+        return static_cast<Platform::ULONGLONG>(m_oTime.GetTime());
+    }
     bool IsEmpty() const { return m_oTime == ATL::CTime(); }
 
     /// Whole seconds only: values within the same second are equal.

@@ -1,4 +1,5 @@
 #include "CppUtil.NtpClient.h"
+#include "Platform/Net/WinSock.h"
 
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"

@@ -1,4 +1,5 @@
 #include "CppUtil.PerformanceTimer.h"
+#include "Platform/Types/WinTypes.h"
 
 namespace CppUtil
 {

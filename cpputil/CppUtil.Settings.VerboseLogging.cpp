@@ -1,4 +1,5 @@
 #include "CppUtil.Settings.VerboseLogging.h"
+#include "Platform/Registry/Registry.h"
 
 #include "CppUtil.CompiledMsg.h"
 #include "CppUtil.Text.Output.h"

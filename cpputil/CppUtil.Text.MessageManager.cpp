@@ -1,4 +1,5 @@
 #include "CppUtil.Text.MessageManager.h"
+#include "Platform/Kernel/WinMessages.h"
 
 #include "CppUtil.Settings.VerboseLogging.h"
 

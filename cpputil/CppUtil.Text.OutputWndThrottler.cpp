@@ -1,4 +1,5 @@
 #include "CppUtil.Text.OutputWndThrottler.h"
+#include "Platform/Kernel/WinMessages.h"
 
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"

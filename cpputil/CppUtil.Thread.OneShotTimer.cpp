@@ -1,4 +1,5 @@
 #include "CppUtil.Thread.OneShotTimer.h"
+#include "Platform/Kernel/WinMessages.h"
 
 #include "CppUtil.Exception.QlException.h"
 #include "Platform/Kernel/SystemError.h"

@@ -23,7 +23,7 @@ public:
     static constexpr int k_iTimerEventId = 10;
     /// Destruction from another thread travels as this message, since only the owning thread may
     /// destroy the window.
-    static constexpr UINT WM_DESTROY_ONE_SHOT_TIMER = WM_USER + 100;
+    static constexpr Platform::UINT WM_DESTROY_ONE_SHOT_TIMER = Platform::k_uiWmUser + 100;
 
     /// The window is named "COneShotTimer", with " (sName)" when a name is given. Both raise a
     /// CQlException when the window cannot be made.
@@ -44,15 +44,16 @@ protected:
     /// Destroys the window on its own thread, waiting for that thread when called from another.
     void Destroy();
 
-    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
+    Platform::LRESULT WindowProc(Platform::UINT message, Platform::WPARAM wParam,
+                                 Platform::LPARAM lParam) override;
 
 private:
     void CreateTimerWindow(const CString& sName, unsigned int uLine);
-    void OnTimer(UINT_PTR nIDEvent) override;
-    LRESULT OnDestroyOneShot(WPARAM wParam, LPARAM lParam);
+    void OnTimer(Platform::UINT_PTR nIDEvent) override;
+    Platform::LRESULT OnDestroyOneShot(Platform::WPARAM wParam, Platform::LPARAM lParam);
 
     boost::function<void()> m_fnDelegate;
-    UINT_PTR m_uTimerId;
+    Platform::UINT_PTR m_uTimerId;
     CStaleTickFilter m_oStaleTicks;
 };
 

@@ -72,9 +72,10 @@ public:
     /// while a run is going, or while an attempt given up on before is still running. May be
     /// called from several threads at once: exactly one call wins, the others throw.
     void Begin();
-    /// Waits up to that long (INFINITE for no limit) for the run to end, serving meanwhile the
-    /// calls queued for this thread's proxy windows, which a presenter of the box may be waiting
-    /// for. Returns whether the run has ended; then re-throws what ended it, if anything did.
+    /// Waits up to that long (CppUtil::Platform::k_dwInfinite for no limit) for the run to end,
+    /// serving meanwhile the calls queued for this thread's proxy windows, which a presenter of the
+    /// box may be waiting for. Returns whether the run has ended; then re-throws what ended it, if
+    /// anything did.
     bool Wait(unsigned int milliseconds);
     /// Begin, then Wait without a limit; returns the run's result.
     EResult Execute();

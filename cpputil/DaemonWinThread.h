@@ -22,7 +22,7 @@ public:
     CDaemonWinThread();
     ~CDaemonWinThread() override;
 
-    BOOL InitInstance() override;
+    Platform::BOOL InitInstance() override;
     int Run() override;
     int ExitInstance() override;
     void Delete() override;

@@ -36,7 +36,7 @@ private:
     bool IsTargetThread() const;
 
     CProxyWindow m_oProxyWindow;
-    DWORD m_dwThreadId;
+    Platform::DWORD m_dwThreadId;
 };
 
 } // namespace Thread

@@ -51,21 +51,23 @@ public:
     void Release(const char* reason);
 
 protected:
-    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
+    Platform::LRESULT WindowProc(Platform::UINT message, Platform::WPARAM wParam,
+                                 Platform::LPARAM lParam) override;
 
 private:
     struct SCall;
     struct SWaiter;
     struct SPending;
 
-    LRESULT OnExecute(WPARAM wParam, LPARAM lParam);
+    Platform::LRESULT OnExecute(Platform::WPARAM wParam, Platform::LPARAM lParam);
     bool Queue(const TDelegate& call, SWaiter* waiter);
     /// False when the call was dropped; the waiter then says why. Takes the window's handle and
     /// queue from before the call was queued: once the call has run, this object may be gone.
-    static bool Await(SWaiter& waiter, HWND hWnd, const std::shared_ptr<SPending>& pending);
+    static bool Await(SWaiter& waiter, Platform::HWND hWnd,
+                      const std::shared_ptr<SPending>& pending);
     void TearDown();
 
-    DWORD m_dwCreatorThreadId;
+    Platform::DWORD m_dwCreatorThreadId;
     bool m_bExecutePendingOnDestroy;
     /// The queued calls, shared with their waiters, which may outlive this object.
     std::shared_ptr<SPending> m_poPending;

@@ -1,4 +1,5 @@
 #include "QLRegistry.h"
+#include "Platform/Registry/Registry.h"
 
 #include "CppUtil.Exception.QlException.h"
 #include "CppUtil.Text.Output.h"

@@ -31,7 +31,8 @@ public:
 
     /// Opens root\\GetSectionKeyName(section) with access; a key that cannot be opened leaves the
     /// object usable, with no key and no access (reads then give their defaults).
-    CQLRegistry(Text::COutput& out, HKEY root, const CString& section, DWORD access);
+    CQLRegistry(Text::COutput& out, Platform::HKEY root, const CString& section,
+                Platform::DWORD access);
     CQLRegistry(const CQLRegistry& other);
     CQLRegistry& operator=(const CQLRegistry&) = delete;
     /// Opens the key to Everyone when the section asks for it, which may throw; a throw while
@@ -39,7 +40,7 @@ public:
     ~CQLRegistry() noexcept(false);
 
     static CString GetSectionKeyName(const CString& section);
-    void OpenSectionKey(DWORD access);
+    void OpenSectionKey(Platform::DWORD access);
     /// Creates or opens the key for reading and writing; on success the object counts as holding
     /// all access, which is what the write-permission test compares against.
     bool Create();
@@ -58,14 +59,14 @@ public:
     static void GrantFullControlForEveryoneToKey(Text::COutput& out, const CString& keyPath,
                                                  bool inheritToChildren);
 
-    DWORD GetGrantedAccess() const { return m_dwGrantedAccess; }
+    Platform::DWORD GetGrantedAccess() const { return m_dwGrantedAccess; }
     const CString& GetSectionKeyPath() const { return m_sSectionKeyPath; }
 
 private:
     template <class T>
     friend class CRegistryValue;
 
-    DWORD GetDWORDValue(const CString& name, DWORD defaultValue) const;
+    Platform::DWORD GetDWORDValue(const CString& name, Platform::DWORD defaultValue) const;
     unsigned long long GetQWORDValue(const CString& name, unsigned long long defaultValue) const;
     std::vector<unsigned char> GetBinaryValue(const CString& name,
                                               const std::vector<unsigned char>& defaultValue) const;
@@ -73,7 +74,7 @@ private:
     std::vector<CString> GetMultiString(const CString& name) const;
     unsigned int GetMultiStringRequiredSize(const std::vector<CString>& strings) const;
 
-    void SetDWORDValue(const CString& name, DWORD value);
+    void SetDWORDValue(const CString& name, Platform::DWORD value);
     void SetQWORDValue(const CString& name, unsigned long long value);
     void SetBinaryValue(const CString& name, const std::vector<unsigned char>& value);
     void SetStringValue(const CString& name, const CString& value);
@@ -122,12 +123,12 @@ private:
     static const CString k_sQuillonRootSubKey;
     static std::vector<CString> m_oHklmPermissionSectionKeys;
 
-    DWORD m_dwAttempts;
+    Platform::DWORD m_dwAttempts;
     Text::COutput& m_oOut;
-    HKEY m_hRoot;
+    Platform::HKEY m_hRoot;
     Platform::CRegKey m_oKey;
     CString m_sSectionKeyPath;
-    DWORD m_dwGrantedAccess;
+    Platform::DWORD m_dwGrantedAccess;
     int m_iUncaughtAtConstruction;
 };
 

@@ -67,8 +67,9 @@ public:
     /// cacheValue: read the store once; without it every GetValue reads it again, for settings
     /// that other processes change. creatorFlag is kept for the creator; the store does not read
     /// it. loadNow reads at once.
-    CRegistryValue(Text::COutput& out, HKEY root, const CString& section, const CString& name,
-                   const T& defaultValue, bool cacheValue, bool creatorFlag, bool loadNow)
+    CRegistryValue(Text::COutput& out, Platform::HKEY root, const CString& section,
+                   const CString& name, const T& defaultValue, bool cacheValue, bool creatorFlag,
+                   bool loadNow)
         : m_oOut(out), m_hRoot(root), m_sSection(section), m_sName(name), m_oDefault(defaultValue),
           m_oValue(defaultValue), m_bLoaded(false), m_bCacheValue(cacheValue),
           m_bCreatorFlag(creatorFlag), m_bLoadNow(loadNow)
@@ -89,7 +90,7 @@ public:
     /// A missing key or value, or one of another type, gives the default.
     void Load()
     {
-        CQLRegistry registry(m_oOut, m_hRoot, m_sSection, KEY_READ);
+        CQLRegistry registry(m_oOut, m_hRoot, m_sSection, Platform::k_dwKeyRead);
         registry.Load(m_sName, m_oValue, m_oDefault);
         m_bLoaded = true;
     }
@@ -98,7 +99,7 @@ public:
     /// quiet only spares the failure to create it.
     void SetValue(const T& value, bool quiet = false)
     {
-        CQLRegistry registry(m_oOut, m_hRoot, m_sSection, KEY_ALL_ACCESS);
+        CQLRegistry registry(m_oOut, m_hRoot, m_sSection, Platform::k_dwKeyAllAccess);
         if (!registry.Create())
         {
             if (quiet)
@@ -127,7 +128,7 @@ private:
     static constexpr Exception::CSourceFile k_oSource{"RegistryValue"};
 
     Text::COutput& m_oOut;
-    HKEY m_hRoot;
+    Platform::HKEY m_hRoot;
     CString m_sSection;
     CString m_sName;
     T m_oDefault;

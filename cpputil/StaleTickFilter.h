@@ -17,7 +17,7 @@ namespace Thread
 class CStaleTickFilter
 {
 public:
-    static constexpr UINT WM_TIMER_ENDED = WM_USER + 101;
+    static constexpr Platform::UINT WM_TIMER_ENDED = Platform::k_uiWmUser + 101;
 
     /// Call after a KillTimer, or after a SetTimer that replaced a running timer.
     void Ended(CWnd& oWnd)
@@ -27,7 +27,7 @@ public:
             ++m_uMarksAhead;
     }
     /// Takes the window's message when it is a mark.
-    bool TakeMark(UINT uMessage)
+    bool TakeMark(Platform::UINT uMessage)
     {
         if (uMessage != WM_TIMER_ENDED)
             return false;

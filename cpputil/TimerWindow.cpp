@@ -1,4 +1,5 @@
 #include "TimerWindow.h"
+#include "Platform/Kernel/WinMessages.h"
 
 #include "CppUtil.Exception.QlException.h"
 #include "GuiThreadCaller.h"

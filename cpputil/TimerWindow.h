@@ -41,12 +41,13 @@ private:
     CTimerWindow(boost::function<void()> fnDelegate, int iInterval);
     static void OnCreate(boost::shared_ptr<CTimerWindow>& poResult,
                          boost::function<void()> fnDelegate, int iInterval);
-    LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam) override;
-    void OnTimer(UINT_PTR nIDEvent) override;
+    Platform::LRESULT WindowProc(Platform::UINT message, Platform::WPARAM wParam,
+                                 Platform::LPARAM lParam) override;
+    void OnTimer(Platform::UINT_PTR nIDEvent) override;
 
     boost::function<void()> m_fnDelegate;
     int m_iInterval;
-    UINT_PTR m_uTimerId;
+    Platform::UINT_PTR m_uTimerId;
     CStaleTickFilter m_oStaleTicks;
 };
 

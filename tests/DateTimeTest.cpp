@@ -5,6 +5,7 @@
 
 #include <cpputil/CppUtil.DateTime.h>
 #include <cpputil/Platform/Time/COleDateTime.h>
+#include <cpputil/Platform/Types/WinTypes.h>
 
 #include <chrono>
 #include <cstdint>

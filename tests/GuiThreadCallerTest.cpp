@@ -5,6 +5,7 @@
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/GuiThreadCaller.h>
 #include <cpputil/InterThreadCaller.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

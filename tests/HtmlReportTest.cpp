@@ -2,7 +2,6 @@
 #include <cpputil/CppUtil.Gui.HtmlDlg.h>
 #include <cpputil/CppUtil.Gui.HtmlReport.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>

@@ -5,6 +5,7 @@
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/CppUtil.Thread.OneShotTimer.h>
 #include <cpputil/Platform/Kernel/CWinThread.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

@@ -4,6 +4,7 @@
 #include <cpputil/CppUtil.Gui.HtmlDlg.h>
 #include <cpputil/CppUtil.Text.Output.h>
 #include <cpputil/Platform/Kernel/MessageBox.h>
+#include <cpputil/Platform/Types/WinTypes.h>
 
 #include <deque>
 #include <gtest/gtest.h>

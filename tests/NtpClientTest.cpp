@@ -7,6 +7,7 @@
 #include <cpputil/CppUtil.NtpClient.h>
 #include <cpputil/CppUtil.Text.Output.h>
 #include <cpputil/Platform/Net/CAsyncSocket.h>
+#include <cpputil/Platform/Net/WinSock.h>
 
 #include <chrono>
 #include <cmath>

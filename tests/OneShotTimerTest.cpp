@@ -3,6 +3,7 @@
 #include "TimerProbe.h"
 
 #include <cpputil/CppUtil.Thread.OneShotTimer.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

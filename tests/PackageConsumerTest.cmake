@@ -41,12 +41,54 @@ if(NOT RUN_OUTPUT MATCHES "consumer: AES and SHA-256 answer C code")
     message(FATAL_ERROR "The consumer's C code did not get the AES and SHA-256 answers: ${RUN_OUTPUT}")
 endif()
 # Its own table, compiled with the installed cpputil_add_message_table.
-set(table_line "consumer: table message 1 read through FormatMessageA")
+set(table_line "consumer: table message read through the library")
 if(NOT RUN_OUTPUT MATCHES "${table_line}")
     message(FATAL_ERROR "The consumer did not read its message table: ${RUN_OUTPUT}")
 endif()
 
 if(NOT EMULATOR)
+    # A host with Win32 names of its own builds against the installed headers, and the library's
+    # own calls do not land in the host's functions of the same names.
+    run(${WORK_DIR}/build/own-names)
+    if(NOT RUN_OUTPUT MATCHES "own-names: call sent, flag 1, span 90 min, host calls 0")
+        message(FATAL_ERROR "Unexpected output of the host with its own Win32 names: ${RUN_OUTPUT}")
+    endif()
+
+    # The library exports nothing in the global namespace but its C functions and the MFC-like
+    # free functions and operators of its installed classes: no Win32 name a host might define.
+    # Mangled names tell: a global function is _Z<length><name>, a member or a namespace's
+    # function _ZN..., a vtable or type name _ZT...
+    find_program(NM nm REQUIRED)
+    file(GLOB_RECURSE library ${prefix}/libcpputil.so)
+    run(${NM} -D --defined-only ${library})
+    string(REPLACE "\n" ";" symbols "${RUN_OUTPUT}")
+    set(count 0)
+    set(global_names)
+    foreach(line IN LISTS symbols)
+        if(NOT line MATCHES "^[0-9a-f]+ [A-Za-z] ([^ ]+)$")
+            continue()
+        endif()
+        math(EXPR count "${count} + 1")
+        set(name ${CMAKE_MATCH_1})
+        if(name MATCHES "^_Z[0-9]" AND NOT name MATCHES "^_Z[0-9]+Afx")
+            list(APPEND global_names ${name})
+        elseif(NOT name MATCHES "^_Z" AND
+               NOT name MATCHES "^(aes_|sha(224|256|384|512)|_init$|_fini$|_edata$|_end$|__bss_start$)")
+            list(APPEND global_names ${name})
+        endif()
+    endforeach()
+    if(global_names)
+        message(FATAL_ERROR "libcpputil.so exports global names: ${global_names}")
+    endif()
+    # Nor the layer's own versions of them, which live hidden in its namespace.
+    if(RUN_OUTPUT MATCHES "Platform(5Sleep|12CreateThread|11SendMessage|13RegOpenKeyExA|20EnterCriticalSection|19WaitForSingleObject)")
+        message(FATAL_ERROR "libcpputil.so exports the platform layer's ${CMAKE_MATCH_1}")
+    endif()
+    if(count LESS 100)
+        message(FATAL_ERROR "nm listed only ${count} symbols of ${library}")
+    endif()
+    message(STATUS "libcpputil.so: ${count} defined dynamic symbols, no global Win32 name")
+
     # The installed tools run from their prefix with nothing from the environment to find the
     # library by: their own run path has to.
     set(installed ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH

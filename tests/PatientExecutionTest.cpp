@@ -5,6 +5,7 @@
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/CppUtil.Thread.PatientExecution.h>
 #include <cpputil/Platform/Kernel/MessageBox.h>
+#include <cpputil/Platform/Types/WinTypes.h>
 
 #include <gtest/gtest.h>
 

@@ -5,6 +5,7 @@
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/Platform/Kernel/CEvent.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 #include <cpputil/ProxyWindow.h>
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 #include <cpputil/SeTranslate.h>
 
 #include <gtest/gtest.h>

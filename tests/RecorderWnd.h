@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cpputil/Platform/Kernel/CWnd.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 #include <cpputil/Platform/Kernel/CCriticalSection.h>
 #include <cpputil/Platform/Kernel/CEvent.h>
 #include <cpputil/Platform/Kernel/CSingleLock.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

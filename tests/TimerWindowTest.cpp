@@ -4,6 +4,7 @@
 #include "UiThreadStandIn.h"
 
 #include <cpputil/GuiThreadCaller.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 #include <cpputil/TimerWindow.h>
 
 #include <gtest/gtest.h>

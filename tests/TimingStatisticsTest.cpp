@@ -5,6 +5,7 @@
 #include <cpputil/CppUtil.ProfileTimer.h>
 #include <cpputil/CppUtil.RunningStdDeviation.h>
 #include <cpputil/CppUtil.Text.Output.h>
+#include <cpputil/Platform/Types/WinTypes.h>
 
 #include <chrono>
 #include <cmath>

@@ -4,11 +4,10 @@
 
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
 
-#ifndef _WIN32
-#include <sys/stat.h>
-#endif
+#include "SpecialFiles.h"
 
 using CppUtil::Settings::CWindowsVersion;
 
@@ -41,19 +40,21 @@ TEST(WindowsVersionTest, OsReleaseTextsAndFiles)
                   .GetString());
 
     const std::filesystem::path file =
-        std::filesystem::temp_directory_path() / "cpputil-windows-version-test";
+        std::filesystem::temp_directory_path() /
+        ("cpputil-windows-version-test-" + std::to_string(std::random_device()()));
     // What an interrupted run left there, a FIFO perhaps, must not block the write.
     std::filesystem::remove(file);
     std::ofstream(file, std::ios::binary) << "ID=quillonos\nPRETTY_NAME=\"Quillon OS 3\"\n";
     EXPECT_STREQ("Quillon OS 3", CWindowsVersion::ReadOsRelease(file.string().c_str()));
     std::filesystem::remove(file);
     EXPECT_STREQ("", CWindowsVersion::ReadOsRelease(file.string().c_str()));
-#ifndef _WIN32
-    // A FIFO nobody writes to would block a plain read for ever; it counts as no file.
-    ASSERT_EQ(0, ::mkfifo(file.string().c_str(), 0600));
-    EXPECT_STREQ("", CWindowsVersion::ReadOsRelease(file.string().c_str()));
-    std::filesystem::remove(file);
-#endif
+    // A FIFO nobody writes to would block a plain read for ever; it counts as no file. Windows
+    // has no such file to make.
+    if (MakeFifo(file.string()))
+    {
+        EXPECT_STREQ("", CWindowsVersion::ReadOsRelease(file.string().c_str()));
+        std::filesystem::remove(file);
+    }
 }
 
 TEST(WindowsVersionTest, NumbersAndAtLeast)

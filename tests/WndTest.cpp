@@ -1,6 +1,7 @@
 #include "FreshThreadTest.h"
 
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
+#include <cpputil/Platform/Kernel/WinMessages.h>
 
 #include <gtest/gtest.h>
 

@@ -9,6 +9,7 @@
 #include "RegistryHome.h"
 
 #include <cpputil/CppUtil.h>
+#include <cpputil/Platform/Kernel/MessageBox.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -21,6 +22,9 @@
 #include <mutex>
 #include <string>
 #include <vector>
+
+// HKEY_* and IDOK: windows.h's macros on Windows, the library's constants on POSIX.
+using namespace CppUtil::Platform;
 
 using CppUtil::CDateTime;
 using CppUtil::Exception::CQlException;

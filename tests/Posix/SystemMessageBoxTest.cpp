@@ -2,6 +2,7 @@
 // button the answer.
 #include <cpputil/CppUtil.Gui.CheckableMessageBox.h>
 #include <cpputil/Platform/Kernel/MessageBox.h>
+#include <cpputil/Platform/Types/WinTypes.h>
 
 #include <gtest/gtest.h>
 

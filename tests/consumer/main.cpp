@@ -18,14 +18,11 @@ int main()
                                     { std::cout << "consumer: " << text << std::endl; });
     out.LogF("Lot %s logged through %s", 0u) % "A-17" % "CppUtil";
 
-    const DWORD_PTR inserts[] = {MSG_CONSUMER_TABLE, reinterpret_cast<DWORD_PTR>("FormatMessageA")};
-    char text[256];
-    const DWORD length =
-        FormatMessageA(FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_ARGUMENT_ARRAY,
-                       GetModuleHandleA(nullptr), MSG_CONSUMER_TABLE, 0, text, sizeof text,
-                       reinterpret_cast<va_list*>(const_cast<DWORD_PTR*>(inserts)));
-    std::cout << std::string(text, length);
+    // The empty module name is the program itself.
+    const CString text =
+        CppUtil::CCompiledMsgBase(MSG_CONSUMER_TABLE, "", "MSG_CONSUMER_TABLE").LoadCStr();
+    std::cout << text.GetString();
     if (consumer_crypto_check() == 0)
         std::cout << "consumer: AES and SHA-256 answer C code" << std::endl;
-    return length != 0 ? 0 : 1;
+    return 0;
 }

@@ -651,7 +651,7 @@ std::string CMcFile::MakeSource(const std::string& sourceName, const std::string
            "    CRegistration(const CRegistration&) = delete;\n"
            "    CRegistration& operator=(const CRegistration&) = delete;\n\n"
            "private:\n"
-           "    HMODULE m_hModule;\n"
+           "    CppUtil::Platform::HMODULE m_hModule;\n"
            "};\n\n"
            "const CRegistration s_oRegistration;\n\n"
            "} // namespace\n";

@@ -1,4 +1,5 @@
 #include "CCriticalSection.h"
+#include "WinSync.h"
 
 #include <chrono>
 

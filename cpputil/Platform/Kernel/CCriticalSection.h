@@ -12,13 +12,13 @@ public:
     CCriticalSection();
     ~CCriticalSection() override;
 
-    operator CRITICAL_SECTION*() { return &m_sect; }
+    operator CppUtil::Platform::CRITICAL_SECTION*() { return &m_sect; }
 
-    BOOL Lock();
+    CppUtil::Platform::BOOL Lock();
     /// A critical section cannot wait with a time limit: other than 0 and INFINITE, the time is
     /// spent retrying, a millisecond apart.
-    BOOL Lock(DWORD dwTimeout) override;
-    BOOL Unlock() override;
+    CppUtil::Platform::BOOL Lock(CppUtil::Platform::DWORD dwTimeout) override;
+    CppUtil::Platform::BOOL Unlock() override;
 
-    CRITICAL_SECTION m_sect;
+    CppUtil::Platform::CRITICAL_SECTION m_sect;
 };

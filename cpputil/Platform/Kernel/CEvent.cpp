@@ -1,4 +1,5 @@
 #include "CEvent.h"
+#include "WinSync.h"
 
 #include <system_error>
 

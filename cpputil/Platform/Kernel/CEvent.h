@@ -11,11 +11,13 @@ class CPPUTIL_API CEvent : public CSyncObject
 public:
     /// Throws std::system_error when the system has no event left to give (or, on POSIX, when
     /// a name is given: named events are not supported there).
-    explicit CEvent(BOOL bInitiallyOwn = FALSE, BOOL bManualReset = FALSE,
-                    LPCSTR lpszName = nullptr, LPSECURITY_ATTRIBUTES lpsaAttribute = nullptr);
+    explicit CEvent(CppUtil::Platform::BOOL bInitiallyOwn = 0,
+                    CppUtil::Platform::BOOL bManualReset = 0,
+                    CppUtil::Platform::LPCSTR lpszName = nullptr,
+                    CppUtil::Platform::LPSECURITY_ATTRIBUTES lpsaAttribute = nullptr);
 
-    BOOL SetEvent();
-    BOOL ResetEvent();
+    CppUtil::Platform::BOOL SetEvent();
+    CppUtil::Platform::BOOL ResetEvent();
     /// An event has nothing to give back.
-    BOOL Unlock() override;
+    CppUtil::Platform::BOOL Unlock() override;
 };

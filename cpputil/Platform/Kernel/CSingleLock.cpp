@@ -1,4 +1,5 @@
 #include "CSingleLock.h"
+#include "WinSync.h"
 
 CSingleLock::CSingleLock(CSyncObject* pObject, BOOL bInitialLock)
     : m_poObject(pObject), m_bAcquired(FALSE)

@@ -8,17 +8,18 @@
 class CPPUTIL_API CSingleLock
 {
 public:
-    explicit CSingleLock(CSyncObject* pObject, BOOL bInitialLock = FALSE);
+    explicit CSingleLock(CSyncObject* pObject, CppUtil::Platform::BOOL bInitialLock = 0);
     /// Unlocks the object when this lock holds it.
     ~CSingleLock();
     CSingleLock(const CSingleLock&) = delete;
     CSingleLock& operator=(const CSingleLock&) = delete;
 
-    BOOL Lock(DWORD dwTimeOut = INFINITE);
-    BOOL Unlock();
-    BOOL IsLocked() const { return m_bAcquired; }
+    CppUtil::Platform::BOOL
+    Lock(CppUtil::Platform::DWORD dwTimeOut = CppUtil::Platform::k_dwInfinite);
+    CppUtil::Platform::BOOL Unlock();
+    CppUtil::Platform::BOOL IsLocked() const { return m_bAcquired; }
 
 private:
     CSyncObject* m_poObject;
-    BOOL m_bAcquired;
+    CppUtil::Platform::BOOL m_bAcquired;
 };

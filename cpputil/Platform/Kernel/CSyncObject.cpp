@@ -1,4 +1,5 @@
 #include "CSyncObject.h"
+#include "WinSync.h"
 
 CSyncObject::CSyncObject(LPCSTR) : m_hObject(nullptr) {}
 

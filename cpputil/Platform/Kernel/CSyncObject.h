@@ -4,24 +4,25 @@
 #pragma once
 
 #include "../../CppUtil.Api.h"
-#include "WinSync.h"
+#include "../Types/ApiTypes.h"
 
 class CPPUTIL_API CSyncObject
 {
 public:
     /// The name is kept for MFC's signature only; objects are unnamed.
-    explicit CSyncObject(LPCSTR pstrName);
+    explicit CSyncObject(CppUtil::Platform::LPCSTR pstrName);
     /// Closes m_hObject.
     virtual ~CSyncObject();
     CSyncObject(const CSyncObject&) = delete;
     CSyncObject& operator=(const CSyncObject&) = delete;
 
-    operator HANDLE() const { return m_hObject; }
+    operator CppUtil::Platform::HANDLE() const { return m_hObject; }
 
     /// Waits for m_hObject; TRUE when it was acquired within the time.
-    virtual BOOL Lock(DWORD dwTimeout = INFINITE);
-    virtual BOOL Unlock() = 0;
+    virtual CppUtil::Platform::BOOL
+    Lock(CppUtil::Platform::DWORD dwTimeout = CppUtil::Platform::k_dwInfinite);
+    virtual CppUtil::Platform::BOOL Unlock() = 0;
 
     /// Null for objects that are not kernel handles (CCriticalSection).
-    HANDLE m_hObject;
+    CppUtil::Platform::HANDLE m_hObject;
 };

@@ -1,4 +1,5 @@
 #include "CWinThread.h"
+#include "WinMessages.h"
 
 #include "CWnd.h"
 
@@ -113,7 +114,7 @@ void CWinThread::Delete()
         delete this;
 }
 
-DWORD WINAPI CWinThread::ThreadEntry(LPVOID pParam)
+DWORD CWinThread::ThreadEntry(LPVOID pParam)
 {
     CWinThread* const thread = static_cast<CWinThread*>(pParam);
     // Peeking makes the thread's message queue, so that messages posted to the thread as soon

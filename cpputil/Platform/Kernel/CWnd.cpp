@@ -1,4 +1,5 @@
 #include "CWnd.h"
+#include "WinMessages.h"
 
 #include "Runtime.h"
 

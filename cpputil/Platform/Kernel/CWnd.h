@@ -4,14 +4,15 @@
 #pragma once
 
 #include "../../CppUtil.Api.h"
-#include "WinMessages.h"
+#include "../Types/ApiTypes.h"
 
 #include <exception>
 
 /// Registers (once) a window class whose windows are CWnd objects and returns its name, which
 /// stays valid for the life of the process.
-CPPUTIL_API LPCSTR AfxRegisterWndClass(UINT nClassStyle, HCURSOR hCursor = nullptr,
-                                       HBRUSH hbrBackground = nullptr, HICON hIcon = nullptr);
+CPPUTIL_API CppUtil::Platform::LPCSTR AfxRegisterWndClass(
+    CppUtil::Platform::UINT nClassStyle, CppUtil::Platform::HCURSOR hCursor = nullptr,
+    CppUtil::Platform::HBRUSH hbrBackground = nullptr, CppUtil::Platform::HICON hIcon = nullptr);
 
 class CPPUTIL_API CWnd
 {
@@ -24,23 +25,31 @@ public:
     CWnd(const CWnd&) = delete;
     CWnd& operator=(const CWnd&) = delete;
 
-    HWND GetSafeHwnd() const { return m_hWnd; }
-    operator HWND() const { return m_hWnd; }
+    CppUtil::Platform::HWND GetSafeHwnd() const { return m_hWnd; }
+    operator CppUtil::Platform::HWND() const { return m_hWnd; }
 
     /// The class must come from AfxRegisterWndClass, whose window procedure routes the window's
     /// messages to WindowProc. The window belongs to the calling thread.
-    virtual BOOL CreateEx(DWORD dwExStyle, LPCSTR lpszClassName, LPCSTR lpszWindowName,
-                          DWORD dwStyle, int x, int y, int nWidth, int nHeight, HWND hWndParent,
-                          HMENU nIDorHMenu, LPVOID lpParam = nullptr);
-    virtual BOOL DestroyWindow();
+    virtual CppUtil::Platform::BOOL
+    CreateEx(CppUtil::Platform::DWORD dwExStyle, CppUtil::Platform::LPCSTR lpszClassName,
+             CppUtil::Platform::LPCSTR lpszWindowName, CppUtil::Platform::DWORD dwStyle, int x,
+             int y, int nWidth, int nHeight, CppUtil::Platform::HWND hWndParent,
+             CppUtil::Platform::HMENU nIDorHMenu, CppUtil::Platform::LPVOID lpParam = nullptr);
+    virtual CppUtil::Platform::BOOL DestroyWindow();
 
-    BOOL PostMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
+    CppUtil::Platform::BOOL PostMessage(CppUtil::Platform::UINT message,
+                                        CppUtil::Platform::WPARAM wParam = 0,
+                                        CppUtil::Platform::LPARAM lParam = 0);
     /// On the window's own thread, rethrows here what the handler threw, since it cannot travel
     /// through the system's own frames. Sent from another thread, the handler's exception stays
     /// on the window's thread and leaves its message loop.
-    LRESULT SendMessage(UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
-    UINT_PTR SetTimer(UINT_PTR nIDEvent, UINT nElapse, TIMERPROC lpfnTimer);
-    BOOL KillTimer(UINT_PTR nIDEvent);
+    CppUtil::Platform::LRESULT SendMessage(CppUtil::Platform::UINT message,
+                                           CppUtil::Platform::WPARAM wParam = 0,
+                                           CppUtil::Platform::LPARAM lParam = 0);
+    CppUtil::Platform::UINT_PTR SetTimer(CppUtil::Platform::UINT_PTR nIDEvent,
+                                         CppUtil::Platform::UINT nElapse,
+                                         CppUtil::Platform::TIMERPROC lpfnTimer);
+    CppUtil::Platform::BOOL KillTimer(CppUtil::Platform::UINT_PTR nIDEvent);
 
     /// One call on this thread through which window handlers may run (a send, a destruction, one
     /// turn of a message loop). An exception a handler throws cannot cross the system's frames;
@@ -72,17 +81,21 @@ public:
         bool m_bWakesLoop;
     };
 
-    HWND m_hWnd;
+    CppUtil::Platform::HWND m_hWnd;
 
 protected:
     /// Every message of the window. The default sends WM_TIMER to OnTimer and the rest to
     /// DefWindowProc.
-    virtual LRESULT WindowProc(UINT message, WPARAM wParam, LPARAM lParam);
-    virtual void OnTimer(UINT_PTR nIDEvent);
+    virtual CppUtil::Platform::LRESULT WindowProc(CppUtil::Platform::UINT message,
+                                                  CppUtil::Platform::WPARAM wParam,
+                                                  CppUtil::Platform::LPARAM lParam);
+    virtual void OnTimer(CppUtil::Platform::UINT_PTR nIDEvent);
     /// Runs after the window's last message, when m_hWnd is already null; the object may delete
     /// itself here.
     virtual void PostNcDestroy();
-    LRESULT DefWindowProc(UINT message, WPARAM wParam, LPARAM lParam);
+    CppUtil::Platform::LRESULT DefWindowProc(CppUtil::Platform::UINT message,
+                                             CppUtil::Platform::WPARAM wParam,
+                                             CppUtil::Platform::LPARAM lParam);
 
 private:
     /// Routes the system's window procedure to the objects; lives in the implementation.

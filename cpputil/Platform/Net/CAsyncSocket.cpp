@@ -1,4 +1,5 @@
 #include "CAsyncSocket.h"
+#include "WinSock.h"
 
 #include <cstring>
 

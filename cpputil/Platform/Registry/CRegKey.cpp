@@ -1,4 +1,5 @@
 #include "CRegKey.h"
+#include "Registry.h"
 
 #include <cstring>
 #include <vector>

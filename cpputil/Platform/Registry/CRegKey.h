@@ -4,7 +4,7 @@
 #pragma once
 
 #include "../../CppUtil.Api.h"
-#include "Registry.h"
+#include "../Types/ApiTypes.h"
 
 namespace CppUtil
 {

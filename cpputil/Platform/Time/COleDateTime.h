@@ -4,7 +4,9 @@
 #pragma once
 
 #include "../../CppUtil.Api.h"
-#include "../Types/WinTypes.h"
+#include "../Types/ApiTypes.h"
+
+#include <cstdint>
 
 class CPPUTIL_API COleDateTime
 {
@@ -18,16 +20,17 @@ public:
     };
 
     COleDateTime() : m_dt(0), m_status(valid) {}
-    explicit COleDateTime(DATE dtSrc) : m_dt(dtSrc), m_status(valid) {}
+    explicit COleDateTime(CppUtil::Platform::DATE dtSrc) : m_dt(dtSrc), m_status(valid) {}
 
     /// Windows: the system's OLE parser. Elsewhere: the forms the OLE parser accepts in US
     /// English, whatever the locale asked for. A failure leaves the value invalid.
-    bool ParseDateTime(LPCSTR lpszDate, DWORD dwFlags = 0, LCID lcid = LANG_USER_DEFAULT);
+    bool ParseDateTime(CppUtil::Platform::LPCSTR lpszDate, CppUtil::Platform::DWORD dwFlags = 0,
+                       CppUtil::Platform::LCID lcid = CppUtil::Platform::k_lcidUserDefault);
 
     DateTimeStatus GetStatus() const { return m_status; }
     /// Rounded to the second; false for an invalid value or one outside the years 100 to 9999.
-    bool GetAsSystemTime(SYSTEMTIME& sysTime) const;
+    bool GetAsSystemTime(CppUtil::Platform::SYSTEMTIME& sysTime) const;
 
-    DATE m_dt;
+    CppUtil::Platform::DATE m_dt;
     DateTimeStatus m_status;
 };

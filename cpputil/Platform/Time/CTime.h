@@ -4,10 +4,11 @@
 #pragma once
 
 #include "../../CppUtil.Api.h"
+#include "../Types/ApiTypes.h"
 #include "../Types/CString.h"
-#include "../Types/WinTypes.h"
 #include "CTimeSpan.h"
 
+#include <cstdint>
 #include <ctime>
 
 class CPPUTIL_API CTime
@@ -16,13 +17,13 @@ public:
     static CTime GetCurrentTime();
 
     CTime() : m_time(0) {}
-    CTime(__int64 time) : m_time(time) {}
+    CTime(std::int64_t time) : m_time(time) {}
     /// Fields out of their range carry over (minute 60 is the next hour). A moment the system
     /// cannot represent gives -1, as mktime does.
     CTime(int nYear, int nMonth, int nDay, int nHour, int nMin, int nSec, int nDST = -1);
-    CTime(const SYSTEMTIME& st, int nDST = -1);
+    CTime(const CppUtil::Platform::SYSTEMTIME& st, int nDST = -1);
 
-    __int64 GetTime() const { return m_time; }
+    std::int64_t GetTime() const { return m_time; }
     /// Null when the moment has no calendar fields on this system.
     std::tm* GetGmtTm(std::tm* ptm) const;
     std::tm* GetLocalTm(std::tm* ptm) const;
@@ -63,7 +64,7 @@ public:
 private:
     int LocalField(int std::tm::*field) const;
 
-    __int64 m_time;
+    std::int64_t m_time;
 };
 
 namespace ATL

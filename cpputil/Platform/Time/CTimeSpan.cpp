@@ -1,4 +1,5 @@
 #include "CTimeSpan.h"
+#include "../Types/WinTypes.h"
 
 CTimeSpan::CTimeSpan(LONG lDays, int nHours, int nMins, int nSecs)
     : m_timeSpan(static_cast<__int64>(lDays) * 86400 + static_cast<__int64>(nHours) * 3600 +

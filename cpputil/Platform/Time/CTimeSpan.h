@@ -3,28 +3,36 @@
 #pragma once
 
 #include "../../CppUtil.Api.h"
+#include "../Types/ApiTypes.h"
 #include "../Types/CString.h"
-#include "../Types/WinTypes.h"
+
+#include <cstdint>
 
 class CPPUTIL_API CTimeSpan
 {
 public:
     CTimeSpan() : m_timeSpan(0) {}
-    CTimeSpan(__int64 time) : m_timeSpan(time) {}
-    CTimeSpan(LONG lDays, int nHours, int nMins, int nSecs);
+    CTimeSpan(std::int64_t time) : m_timeSpan(time) {}
+    CTimeSpan(CppUtil::Platform::LONG lDays, int nHours, int nMins, int nSecs);
 
     /// The components carry the span's sign: -1:30:00 has GetHours() -1 and GetMinutes() -30.
-    LONGLONG GetDays() const { return m_timeSpan / (24 * 3600); }
-    LONGLONG GetTotalHours() const { return m_timeSpan / 3600; }
-    LONG GetHours() const { return static_cast<LONG>(GetTotalHours() - GetDays() * 24); }
-    LONGLONG GetTotalMinutes() const { return m_timeSpan / 60; }
-    LONG GetMinutes() const { return static_cast<LONG>(GetTotalMinutes() - GetTotalHours() * 60); }
-    LONGLONG GetTotalSeconds() const { return m_timeSpan; }
-    LONG GetSeconds() const
+    CppUtil::Platform::LONGLONG GetDays() const { return m_timeSpan / (24 * 3600); }
+    CppUtil::Platform::LONGLONG GetTotalHours() const { return m_timeSpan / 3600; }
+    CppUtil::Platform::LONG GetHours() const
     {
-        return static_cast<LONG>(GetTotalSeconds() - GetTotalMinutes() * 60);
+        return static_cast<CppUtil::Platform::LONG>(GetTotalHours() - GetDays() * 24);
     }
-    __int64 GetTimeSpan() const { return m_timeSpan; }
+    CppUtil::Platform::LONGLONG GetTotalMinutes() const { return m_timeSpan / 60; }
+    CppUtil::Platform::LONG GetMinutes() const
+    {
+        return static_cast<CppUtil::Platform::LONG>(GetTotalMinutes() - GetTotalHours() * 60);
+    }
+    CppUtil::Platform::LONGLONG GetTotalSeconds() const { return m_timeSpan; }
+    CppUtil::Platform::LONG GetSeconds() const
+    {
+        return static_cast<CppUtil::Platform::LONG>(GetTotalSeconds() - GetTotalMinutes() * 60);
+    }
+    std::int64_t GetTimeSpan() const { return m_timeSpan; }
 
     /// %D days, %H hours, %M minutes, %S seconds (each component two digits), %% a percent sign.
     CString Format(const char* pFormat) const;
@@ -49,5 +57,5 @@ public:
     bool operator>=(CTimeSpan span) const { return m_timeSpan >= span.m_timeSpan; }
 
 private:
-    __int64 m_timeSpan;
+    std::int64_t m_timeSpan;
 };

@@ -5,6 +5,11 @@
 #include <thread>
 #include <unistd.h>
 
+namespace CppUtil
+{
+namespace Platform
+{
+
 namespace
 {
 thread_local DWORD t_dwLastError = 0;
@@ -30,3 +35,6 @@ void Sleep(DWORD milliseconds)
 {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
+
+} // namespace Platform
+} // namespace CppUtil

@@ -11,6 +11,11 @@ using CppUtil::Platform::Posix::CHandleTable;
 using CppUtil::Platform::Posix::CMessageQueue;
 using CppUtil::Platform::Posix::SWindow;
 
+namespace CppUtil
+{
+namespace Platform
+{
+
 namespace
 {
 
@@ -382,3 +387,6 @@ DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* handles, DWORD mill
     return CHandleTable::Instance().Wait(count, handles, (flags & MWMO_WAITALL) != 0, milliseconds,
                                          queue, wakeMask);
 }
+
+} // namespace Platform
+} // namespace CppUtil

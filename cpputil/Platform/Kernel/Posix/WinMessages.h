@@ -4,43 +4,20 @@
 // are process-local; the narrow (A) functions are the only ones and carry the neutral names.
 #pragma once
 
-#include "../../../CppUtil.Api.h"
 #include "../../Types/Posix/WinTypes.h"
 #include "WinSync.h"
-
-// Incomplete types keep the handle kinds apart, as STRICT windows.h does.
-struct HWND__;
-typedef HWND__* HWND;
-struct HMENU__;
-typedef HMENU__* HMENU;
-struct HINSTANCE__;
-typedef HINSTANCE__* HINSTANCE;
-struct HICON__;
-typedef HICON__* HICON;
-typedef HICON HCURSOR;
-struct HBRUSH__;
-typedef HBRUSH__* HBRUSH;
-typedef WORD ATOM;
 
 #ifndef CALLBACK
 #define CALLBACK
 #endif
 
-typedef LRESULT(CALLBACK* WNDPROC)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-typedef void(CALLBACK* TIMERPROC)(HWND window, UINT message, UINT_PTR idEvent, DWORD time);
-
-// No cursor position: there is no pointer to report.
-struct tagMSG
+namespace CppUtil
 {
-    HWND hwnd;
-    UINT message;
-    WPARAM wParam;
-    LPARAM lParam;
-    DWORD time;
-};
-typedef tagMSG MSG;
-typedef tagMSG* PMSG;
-typedef tagMSG* LPMSG;
+namespace Platform
+{
+
+typedef WORD ATOM;
+typedef LRESULT(CALLBACK* WNDPROC)(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
 struct tagWNDCLASSA
 {
@@ -73,6 +50,9 @@ struct tagCREATESTRUCTA
     DWORD dwExStyle;
 };
 typedef tagCREATESTRUCTA CREATESTRUCT;
+
+} // namespace Platform
+} // namespace CppUtil
 
 #define WM_NULL 0x0000
 #define WM_CREATE 0x0001
@@ -114,42 +94,49 @@ typedef tagCREATESTRUCTA CREATESTRUCT;
 #define USER_TIMER_MAXIMUM 0x7FFFFFFF
 
 // Class names match without regard to case; classes are never unregistered.
-CPPUTIL_API ATOM RegisterClass(const WNDCLASS* windowClass);
+namespace CppUtil
+{
+namespace Platform
+{
+
+ATOM RegisterClass(const WNDCLASS* windowClass);
 // Sends WM_NCCREATE and WM_CREATE, then returns the window, owned by the calling thread. Every
 // window is hidden; a parent other than HWND_MESSAGE is ignored, and HWND_MESSAGE only hides the
 // window from FindWindow.
-CPPUTIL_API HWND CreateWindowEx(DWORD exStyle, LPCSTR className, LPCSTR windowName, DWORD style,
-                                int x, int y, int width, int height, HWND parent, HMENU menu,
-                                HINSTANCE instance, LPVOID parameter);
+HWND CreateWindowEx(DWORD exStyle, LPCSTR className, LPCSTR windowName, DWORD style, int x, int y,
+                    int width, int height, HWND parent, HMENU menu, HINSTANCE instance,
+                    LPVOID parameter);
 // Only the owning thread may destroy a window; it receives WM_DESTROY and WM_NCDESTROY, and its
 // timers and queued messages go with it. A thread's windows die with the thread, unannounced.
-CPPUTIL_API BOOL DestroyWindow(HWND window);
-CPPUTIL_API BOOL IsWindow(HWND window);
+BOOL DestroyWindow(HWND window);
+BOOL IsWindow(HWND window);
 // Searches this process's windows only.
-CPPUTIL_API HWND FindWindow(LPCSTR className, LPCSTR windowName);
-CPPUTIL_API DWORD GetWindowThreadProcessId(HWND window, LPDWORD processId);
+HWND FindWindow(LPCSTR className, LPCSTR windowName);
+DWORD GetWindowThreadProcessId(HWND window, LPDWORD processId);
 // Only GWLP_USERDATA is kept.
-CPPUTIL_API LONG_PTR GetWindowLongPtr(HWND window, int index);
-CPPUTIL_API LONG_PTR SetWindowLongPtr(HWND window, int index, LONG_PTR value);
-CPPUTIL_API LRESULT DefWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+LONG_PTR GetWindowLongPtr(HWND window, int index);
+LONG_PTR SetWindowLongPtr(HWND window, int index, LONG_PTR value);
+LRESULT DefWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-CPPUTIL_API BOOL PostMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-CPPUTIL_API BOOL PostThreadMessage(DWORD threadId, UINT message, WPARAM wParam, LPARAM lParam);
-CPPUTIL_API LRESULT SendMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-CPPUTIL_API void PostQuitMessage(int exitCode);
-CPPUTIL_API BOOL GetMessage(LPMSG message, HWND window, UINT filterMin, UINT filterMax);
-CPPUTIL_API BOOL PeekMessage(LPMSG message, HWND window, UINT filterMin, UINT filterMax,
-                             UINT removeMessage);
-CPPUTIL_API BOOL TranslateMessage(const MSG* message);
-CPPUTIL_API LRESULT DispatchMessage(const MSG* message);
+BOOL PostMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+BOOL PostThreadMessage(DWORD threadId, UINT message, WPARAM wParam, LPARAM lParam);
+LRESULT SendMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+void PostQuitMessage(int exitCode);
+BOOL GetMessage(LPMSG message, HWND window, UINT filterMin, UINT filterMax);
+BOOL PeekMessage(LPMSG message, HWND window, UINT filterMin, UINT filterMax, UINT removeMessage);
+BOOL TranslateMessage(const MSG* message);
+LRESULT DispatchMessage(const MSG* message);
 
 // Window timers only: a null window fails with ERROR_INVALID_WINDOW_HANDLE.
-CPPUTIL_API UINT_PTR SetTimer(HWND window, UINT_PTR idEvent, UINT elapse, TIMERPROC timerFunc);
-CPPUTIL_API BOOL KillTimer(HWND window, UINT_PTR idEvent);
+UINT_PTR SetTimer(HWND window, UINT_PTR idEvent, UINT elapse, TIMERPROC timerFunc);
+BOOL KillTimer(HWND window, UINT_PTR idEvent);
 
 // Any input in the queue counts, as with MWMO_INPUTAVAILABLE on Win32 (which without that flag
 // wakes only for input that arrived since the thread last looked at its queue).
-CPPUTIL_API DWORD MsgWaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll,
-                                            DWORD milliseconds, DWORD wakeMask);
-CPPUTIL_API DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* handles,
-                                              DWORD milliseconds, DWORD wakeMask, DWORD flags);
+DWORD MsgWaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll,
+                                DWORD milliseconds, DWORD wakeMask);
+DWORD MsgWaitForMultipleObjectsEx(DWORD count, const HANDLE* handles, DWORD milliseconds,
+                                  DWORD wakeMask, DWORD flags);
+
+} // namespace Platform
+} // namespace CppUtil

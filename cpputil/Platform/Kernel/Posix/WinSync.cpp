@@ -14,6 +14,11 @@ using CppUtil::Platform::Posix::CHandleTable;
 using CppUtil::Platform::Posix::CMessageQueue;
 using CppUtil::Platform::Posix::SWaitable;
 
+namespace CppUtil
+{
+namespace Platform
+{
+
 namespace
 {
 
@@ -242,3 +247,6 @@ BOOL TryEnterCriticalSection(LPCRITICAL_SECTION section)
 {
     return ::pthread_mutex_trylock(&section->Mutex) == 0 ? TRUE : FALSE;
 }
+
+} // namespace Platform
+} // namespace CppUtil

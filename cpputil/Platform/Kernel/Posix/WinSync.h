@@ -2,38 +2,13 @@
 // are process-local: names, inheritance and security attributes have no meaning here.
 #pragma once
 
-#include "../../../CppUtil.Api.h"
 #include "../../Types/Posix/WinTypes.h"
 
 #include <cstddef>
-#include <pthread.h>
-
-typedef void* LPVOID;
-typedef DWORD* LPDWORD;
-typedef std::size_t SIZE_T;
 
 #ifndef WINAPI
 #define WINAPI
 #endif
-
-struct _SECURITY_ATTRIBUTES
-{
-    DWORD nLength;
-    LPVOID lpSecurityDescriptor;
-    BOOL bInheritHandle;
-};
-typedef _SECURITY_ATTRIBUTES SECURITY_ATTRIBUTES;
-typedef _SECURITY_ATTRIBUTES* LPSECURITY_ATTRIBUTES;
-
-typedef DWORD(WINAPI* LPTHREAD_START_ROUTINE)(LPVOID parameter);
-
-// The layer's own lock; only the functions below may touch it.
-struct _RTL_CRITICAL_SECTION
-{
-    pthread_mutex_t Mutex;
-};
-typedef _RTL_CRITICAL_SECTION CRITICAL_SECTION;
-typedef _RTL_CRITICAL_SECTION* LPCRITICAL_SECTION;
 
 #define INFINITE 0xFFFFFFFF
 #define WAIT_OBJECT_0 0x00000000L
@@ -55,30 +30,40 @@ typedef _RTL_CRITICAL_SECTION* LPCRITICAL_SECTION;
 #define THREAD_PRIORITY_HIGHEST 2
 #define THREAD_PRIORITY_TIME_CRITICAL 15
 
-// Named events are not supported: a name fails with ERROR_NOT_SUPPORTED.
-CPPUTIL_API HANDLE CreateEvent(LPSECURITY_ATTRIBUTES attributes, BOOL manualReset,
-                               BOOL initialState, LPCSTR name);
-CPPUTIL_API BOOL SetEvent(HANDLE event);
-CPPUTIL_API BOOL ResetEvent(HANDLE event);
+namespace CppUtil
+{
+namespace Platform
+{
 
-CPPUTIL_API DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
-CPPUTIL_API DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll,
-                                         DWORD milliseconds);
-CPPUTIL_API BOOL CloseHandle(HANDLE handle);
+typedef std::size_t SIZE_T;
+typedef DWORD(WINAPI* LPTHREAD_START_ROUTINE)(LPVOID parameter);
+
+// Named events are not supported: a name fails with ERROR_NOT_SUPPORTED.
+HANDLE CreateEvent(LPSECURITY_ATTRIBUTES attributes, BOOL manualReset, BOOL initialState,
+                   LPCSTR name);
+BOOL SetEvent(HANDLE event);
+BOOL ResetEvent(HANDLE event);
+
+DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds);
+DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD milliseconds);
+BOOL CloseHandle(HANDLE handle);
 
 // The handle is signalled when the thread has ended. CREATE_SUSPENDED is not supported: a
 // running thread cannot be stopped from outside on POSIX.
-CPPUTIL_API HANDLE CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stackSize,
-                                LPTHREAD_START_ROUTINE startAddress, LPVOID parameter,
-                                DWORD creationFlags, LPDWORD threadId);
-CPPUTIL_API BOOL GetExitCodeThread(HANDLE thread, LPDWORD exitCode);
+HANDLE CreateThread(LPSECURITY_ATTRIBUTES attributes, SIZE_T stackSize,
+                    LPTHREAD_START_ROUTINE startAddress, LPVOID parameter, DWORD creationFlags,
+                    LPDWORD threadId);
+BOOL GetExitCodeThread(HANDLE thread, LPDWORD exitCode);
 // Accepted and ignored: ordinary users cannot raise a thread's priority on Linux, and the
 // library's threads all run at normal priority.
-CPPUTIL_API BOOL SetThreadPriority(HANDLE thread, int priority);
+BOOL SetThreadPriority(HANDLE thread, int priority);
 
 // Recursive, like Win32's.
-CPPUTIL_API void InitializeCriticalSection(LPCRITICAL_SECTION section);
-CPPUTIL_API void DeleteCriticalSection(LPCRITICAL_SECTION section);
-CPPUTIL_API void EnterCriticalSection(LPCRITICAL_SECTION section);
-CPPUTIL_API void LeaveCriticalSection(LPCRITICAL_SECTION section);
-CPPUTIL_API BOOL TryEnterCriticalSection(LPCRITICAL_SECTION section);
+void InitializeCriticalSection(LPCRITICAL_SECTION section);
+void DeleteCriticalSection(LPCRITICAL_SECTION section);
+void EnterCriticalSection(LPCRITICAL_SECTION section);
+void LeaveCriticalSection(LPCRITICAL_SECTION section);
+BOOL TryEnterCriticalSection(LPCRITICAL_SECTION section);
+
+} // namespace Platform
+} // namespace CppUtil

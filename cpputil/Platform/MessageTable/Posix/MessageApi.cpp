@@ -10,6 +10,11 @@
 using CppUtil::Platform::CMessageFormatter;
 using CppUtil::Platform::CMessageTableCatalog;
 
+namespace CppUtil
+{
+namespace Platform
+{
+
 namespace
 {
 
@@ -1004,3 +1009,6 @@ HLOCAL LocalFree(HLOCAL memory)
     std::free(memory);
     return nullptr;
 }
+
+} // namespace Platform
+} // namespace CppUtil

@@ -1,4 +1,5 @@
 #include "MessageTableCatalog.h"
+#include "../../Types/Posix/WinTypes.h"
 
 #include <algorithm>
 
@@ -115,7 +116,7 @@ DWORD CMessageTableCatalog::FindMessages(HMODULE module, const STable*& table) c
 }
 
 DWORD CMessageTableCatalog::Lookup(HMODULE module, DWORD id, DWORD languageId,
-                                    std::string& text) const
+                                   std::string& text) const
 {
     std::lock_guard<std::mutex> lock(m_oMutex);
     const STable* table = nullptr;

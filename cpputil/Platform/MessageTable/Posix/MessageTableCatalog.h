@@ -3,7 +3,8 @@
 // with cpputil_add_message_table registers its table here while it is loaded.
 #pragma once
 
-#include "../../Types/Posix/WinTypes.h"
+#include "../../../CppUtil.Api.h"
+#include "../../Types/ApiTypes.h"
 
 #include <cstddef>
 #include <list>

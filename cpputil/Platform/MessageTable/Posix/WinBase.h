@@ -3,16 +3,7 @@
 // cpputil_add_message_table registered when its executable or shared library was loaded.
 #pragma once
 
-#include "../../../CppUtil.Api.h"
-
 #include <cstdarg>
-
-struct HINSTANCE__;
-typedef HINSTANCE__* HINSTANCE;
-typedef HINSTANCE HMODULE;
-typedef void* HLOCAL;
-typedef const void* LPCVOID;
-typedef ULONG_PTR DWORD_PTR;
 
 #define FORMAT_MESSAGE_MAX_WIDTH_MASK 0x000000FF
 #define FORMAT_MESSAGE_ALLOCATE_BUFFER 0x00000100
@@ -31,15 +22,27 @@ typedef ULONG_PTR DWORD_PTR;
 #define MAKELANGID(primary, sub) ((((WORD)(sub)) << 10) | (WORD)(primary))
 #define PRIMARYLANGID(language) ((WORD)(language)&0x3FF)
 
+namespace CppUtil
+{
+namespace Platform
+{
+
+typedef void* HLOCAL;
+typedef const void* LPCVOID;
+typedef ULONG_PTR DWORD_PTR;
+
 // NULL is the executable. A name matches without regard to case, with or without ".dll" or
 // ".exe"; an unknown one gives NULL and ERROR_MOD_NOT_FOUND.
-CPPUTIL_API HMODULE GetModuleHandleA(LPCSTR moduleName);
+HMODULE GetModuleHandleA(LPCSTR moduleName);
 
 // Win32's insert rules apply unless FORMAT_MESSAGE_IGNORE_INSERTS is given, and its line layout:
 // FORMAT_MESSAGE_MAX_WIDTH_MASK joins the lines, a width of 1 to 254 wraps them.
 // Floating-point inserts are not supported, as on Windows.
-CPPUTIL_API DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD messageId, DWORD languageId,
-                                 LPSTR buffer, DWORD size, va_list* arguments);
+DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD messageId, DWORD languageId, LPSTR buffer,
+                     DWORD size, va_list* arguments);
 
 // Frees what FORMAT_MESSAGE_ALLOCATE_BUFFER allocated; returns NULL.
-CPPUTIL_API HLOCAL LocalFree(HLOCAL memory);
+HLOCAL LocalFree(HLOCAL memory);
+
+} // namespace Platform
+} // namespace CppUtil

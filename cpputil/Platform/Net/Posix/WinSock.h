@@ -11,7 +11,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-typedef int SOCKET;
 #define INVALID_SOCKET (-1)
 #define SOCKET_ERROR (-1)
 
@@ -27,15 +26,15 @@ typedef int SOCKET;
 #define WSAHOST_NOT_FOUND 11001L
 #define WSATRY_AGAIN 11002L
 
-inline int closesocket(SOCKET s)
-{
-    return ::close(s);
-}
-
 namespace CppUtil
 {
 namespace Platform
 {
+
+inline int closesocket(SOCKET s)
+{
+    return ::close(s);
+}
 
 // Winsock's code for an errno value: its codes are 10000 plus the BSD numbers, which Linux's
 // numbers do not follow. A value without a socket meaning keeps the general failure's code.

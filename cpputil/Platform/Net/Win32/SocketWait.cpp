@@ -1,4 +1,5 @@
 #include "../CAsyncSocket.h"
+#include "../WinSock.h"
 
 int CppUtil::Platform::WaitReadable(SOCKET socket, unsigned long timeoutMs)
 {

@@ -11,7 +11,6 @@
 // (and the value file's identity, size and times), reading only what was appended since.
 #pragma once
 
-#include "../../../CppUtil.Api.h"
 #include "RegFile.h"
 #include "Registry.h"
 
@@ -25,7 +24,7 @@ namespace CppUtil
 namespace Platform
 {
 
-class CPPUTIL_API CFileRegistry
+class CFileRegistry
 {
 public:
     // HKEY_LOCAL_MACHINE or HKEY_CURRENT_USER from their names or the short forms HKLM and HKCU,

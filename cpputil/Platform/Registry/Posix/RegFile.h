@@ -3,7 +3,6 @@
 // such file; cpputil-reg imports and exports whole trees in it.
 #pragma once
 
-#include "../../../CppUtil.Api.h"
 #include "../../Types/WinTypes.h"
 
 #include <string>
@@ -32,7 +31,7 @@ struct SRegSection
     std::vector<SRegValue> m_oValues;
 };
 
-class CPPUTIL_API CRegFile
+class CRegFile
 {
 public:
     // Reads 8-bit text (in the ANSI code page, Windows-1252, or UTF-8 with its mark) or UTF-16LE

@@ -3,20 +3,8 @@
 // tools use is provided.
 #pragma once
 
-#include "../../../CppUtil.Api.h"
 #include "../../Kernel/Posix/WinSync.h"
 #include "../../Types/Posix/WinTypes.h"
-
-struct HKEY__;
-typedef HKEY__* HKEY;
-typedef HKEY* PHKEY;
-typedef DWORD* LPDWORD;
-typedef BYTE* LPBYTE;
-typedef DWORD REGSAM;
-typedef LONG LSTATUS;
-
-#define HKEY_CURRENT_USER ((HKEY)(ULONG_PTR)((LONG)0x80000001))
-#define HKEY_LOCAL_MACHINE ((HKEY)(ULONG_PTR)((LONG)0x80000002))
 
 #define DELETE 0x00010000L
 #define READ_CONTROL 0x00020000L
@@ -44,6 +32,15 @@ typedef LONG LSTATUS;
 #define REG_CREATED_NEW_KEY 0x00000001L
 #define REG_OPENED_EXISTING_KEY 0x00000002L
 
+namespace CppUtil
+{
+namespace Platform
+{
+
+typedef HKEY* PHKEY;
+typedef BYTE* LPBYTE;
+typedef LONG LSTATUS;
+
 struct FILETIME
 {
     DWORD dwLowDateTime;
@@ -53,25 +50,22 @@ typedef FILETIME* PFILETIME;
 
 // A key below a predefined key or an open one; names match without regard to case. Opening for
 // any kind of writing needs write permission on the key's folder (ERROR_ACCESS_DENIED).
-CPPUTIL_API LSTATUS RegOpenKeyExA(HKEY key, LPCSTR subKey, DWORD options, REGSAM access,
-                                  PHKEY result);
-CPPUTIL_API LSTATUS RegCreateKeyExA(HKEY key, LPCSTR subKey, DWORD reserved, LPSTR keyClass,
-                                    DWORD options, REGSAM access,
-                                    const SECURITY_ATTRIBUTES* attributes, PHKEY result,
-                                    LPDWORD disposition);
-CPPUTIL_API LSTATUS RegCloseKey(HKEY key);
-CPPUTIL_API LSTATUS RegQueryValueExA(HKEY key, LPCSTR valueName, LPDWORD reserved, LPDWORD type,
-                                     LPBYTE data, LPDWORD size);
-CPPUTIL_API LSTATUS RegSetValueExA(HKEY key, LPCSTR valueName, DWORD reserved, DWORD type,
-                                   const BYTE* data, DWORD size);
-CPPUTIL_API LSTATUS RegDeleteValueA(HKEY key, LPCSTR valueName);
+LSTATUS RegOpenKeyExA(HKEY key, LPCSTR subKey, DWORD options, REGSAM access, PHKEY result);
+LSTATUS RegCreateKeyExA(HKEY key, LPCSTR subKey, DWORD reserved, LPSTR keyClass, DWORD options,
+                        REGSAM access, const SECURITY_ATTRIBUTES* attributes, PHKEY result,
+                        LPDWORD disposition);
+LSTATUS RegCloseKey(HKEY key);
+LSTATUS RegQueryValueExA(HKEY key, LPCSTR valueName, LPDWORD reserved, LPDWORD type, LPBYTE data,
+                         LPDWORD size);
+LSTATUS RegSetValueExA(HKEY key, LPCSTR valueName, DWORD reserved, DWORD type, const BYTE* data,
+                       DWORD size);
+LSTATUS RegDeleteValueA(HKEY key, LPCSTR valueName);
 // A write is seen by every process once its call returns and survives the crash of the process
 // that made it; it survives a crash of the system once RegFlushKey on its key has returned.
-CPPUTIL_API LSTATUS RegFlushKey(HKEY key);
+LSTATUS RegFlushKey(HKEY key);
 // Sub-keys in the order of their names, letter case ignored.
-CPPUTIL_API LSTATUS RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD nameLength,
-                                  LPDWORD reserved, LPSTR keyClass, LPDWORD classLength,
-                                  PFILETIME lastWriteTime);
+LSTATUS RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD nameLength, LPDWORD reserved,
+                      LPSTR keyClass, LPDWORD classLength, PFILETIME lastWriteTime);
 
 // Security: a key's access is its folder's permission bits. The only grant that changes anything
 // is one for Everyone, which opens the key to all users; GENERIC_ALL gives read and write.
@@ -156,16 +150,17 @@ struct EXPLICIT_ACCESS_A
 typedef EXPLICIT_ACCESS_A* PEXPLICIT_ACCESS_A;
 
 // Object names are "MACHINE\..." or "CURRENT_USER\...".
-CPPUTIL_API DWORD GetNamedSecurityInfoA(LPCSTR objectName, SE_OBJECT_TYPE objectType,
-                                        SECURITY_INFORMATION information, PSID* owner, PSID* group,
-                                        PACL* dacl, PACL* sacl, PSECURITY_DESCRIPTOR* descriptor);
-CPPUTIL_API DWORD SetNamedSecurityInfoA(LPSTR objectName, SE_OBJECT_TYPE objectType,
-                                        SECURITY_INFORMATION information, PSID owner, PSID group,
-                                        PACL dacl, PACL sacl);
-CPPUTIL_API BOOL AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE count,
-                                          DWORD sub0, DWORD sub1, DWORD sub2, DWORD sub3,
-                                          DWORD sub4, DWORD sub5, DWORD sub6, DWORD sub7,
-                                          PSID* sid);
-CPPUTIL_API PVOID FreeSid(PSID sid);
-CPPUTIL_API DWORD SetEntriesInAclA(ULONG count, PEXPLICIT_ACCESS_A entries, PACL oldAcl,
-                                   PACL* newAcl);
+DWORD GetNamedSecurityInfoA(LPCSTR objectName, SE_OBJECT_TYPE objectType,
+                            SECURITY_INFORMATION information, PSID* owner, PSID* group, PACL* dacl,
+                            PACL* sacl, PSECURITY_DESCRIPTOR* descriptor);
+DWORD SetNamedSecurityInfoA(LPSTR objectName, SE_OBJECT_TYPE objectType,
+                            SECURITY_INFORMATION information, PSID owner, PSID group, PACL dacl,
+                            PACL sacl);
+BOOL AllocateAndInitializeSid(PSID_IDENTIFIER_AUTHORITY authority, BYTE count, DWORD sub0,
+                              DWORD sub1, DWORD sub2, DWORD sub3, DWORD sub4, DWORD sub5,
+                              DWORD sub6, DWORD sub7, PSID* sid);
+PVOID FreeSid(PSID sid);
+DWORD SetEntriesInAclA(ULONG count, PEXPLICIT_ACCESS_A entries, PACL oldAcl, PACL* newAcl);
+
+} // namespace Platform
+} // namespace CppUtil

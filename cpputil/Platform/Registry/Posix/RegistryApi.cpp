@@ -11,6 +11,11 @@
 using CppUtil::Platform::CFileRegistry;
 using CppUtil::Platform::SRegValue;
 
+namespace CppUtil
+{
+namespace Platform
+{
+
 struct HKEY__
 {
     std::string m_sFolder;
@@ -370,3 +375,6 @@ DWORD SetEntriesInAclA(ULONG count, PEXPLICIT_ACCESS_A entries, PACL oldAcl, PAC
     *newAcl = acl;
     return ERROR_SUCCESS;
 }
+
+} // namespace Platform
+} // namespace CppUtil

@@ -3,6 +3,11 @@
 
 #include <ctime>
 
+namespace CppUtil
+{
+namespace Platform
+{
+
 namespace
 {
 
@@ -42,3 +47,6 @@ BOOL QueryPerformanceFrequency(LARGE_INTEGER* frequency)
     frequency->QuadPart = 10000000;
     return TRUE;
 }
+
+} // namespace Platform
+} // namespace CppUtil
