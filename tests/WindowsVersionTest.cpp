@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-#include "SpecialFiles.h"
+#include "Fifo.h"
 
 using CppUtil::Settings::CWindowsVersion;
 
