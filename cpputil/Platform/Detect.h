@@ -29,7 +29,7 @@
 /// The printf archetype must match the runtime vsnprintf actually used, or %lld/%zu checks lie.
 /// Elsewhere than on MinGW the compiler knows only the C library's printf, which rejects the
 /// Microsoft size prefixes (%I64d) that CString::Format reads there too: no check is declared.
-/// MinGW's <cstdio> names the archetype, by the time the macro is used.
+/// MinGW's C standard I/O header names the archetype, by the time the macro is used.
 #if defined(__GNUC__) && defined(__MINGW32__)
 #define CPPUTIL_CSTRING_PRINTF(fmtIndex, firstArg)                                                 \
     __attribute__((format(__MINGW_PRINTF_FORMAT, fmtIndex, firstArg)))
