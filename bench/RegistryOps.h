@@ -8,6 +8,7 @@
 
 #include <cpputil/CppUtil.Text.Output.h>
 #include <cpputil/Platform/Registry/CRegKey.h>
+#include <cpputil/Platform/Registry/Registry.h> // the registry calls and names, as inside the library
 #include <cpputil/RegistryValue.h>
 
 #include <cstdio>
