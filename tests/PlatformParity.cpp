@@ -6,6 +6,7 @@
 //   ... --check EXPECTED [DIFFERENCES]
 // checks the lines against PlatformParity.expected, written by the Win32 backend; on POSIX the
 // DIFFERENCES file (PlatformParity.posix) names the lines that must differ here, with a reason.
+// The hand-picked inputs are read from PlatformParity.inputs beside this file.
 // To write the expected file again, run the Win32 program under Wine with TZ set as CTest sets it
 // (see tests/CMakeLists.txt) and without --check, and concatenate the runs.
 #include <cpputil/CppUtil.DateTime.h>
@@ -55,6 +56,43 @@ std::string Escape(const std::string& text)
             out += static_cast<char>(c);
     }
     return out;
+}
+
+// The reverse of Escape.
+std::string Unescape(const std::string& text)
+{
+    std::string out;
+    for (size_t i = 0; i < text.size(); ++i)
+    {
+        if (text[i] != '\\' || i + 1 == text.size())
+            out += text[i];
+        else if (text[++i] == 'x')
+        {
+            out += static_cast<char>(std::stoi(text.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        }
+        else
+            out += text[i] == 'n' ? '\n' : text[i] == 'r' ? '\r' : text[i] == 't' ? '\t' : text[i];
+    }
+    return out;
+}
+
+// The hand-picked inputs by kind: one a line, escaped as in the output, below a "[kind]" line.
+using TInputs = std::map<std::string, std::vector<std::string>>;
+
+TInputs ReadInputs()
+{
+    TInputs inputs;
+    std::ifstream file(CPPUTIL_PARITY_INPUTS);
+    std::vector<std::string>* kind = nullptr;
+    for (std::string line; std::getline(file, line);)
+    {
+        if (!line.empty() && line[0] == '[' && line.back() == ']')
+            kind = &inputs[line.substr(1, line.size() - 2)];
+        else if (kind && (line.empty() || line[0] != '#'))
+            kind->push_back(Unescape(line));
+    }
+    return inputs;
 }
 
 class CLines
@@ -284,39 +322,11 @@ std::string ParsedDate(const std::string& text)
     return result;
 }
 
-// Texts whose answers Windows is known for, and the families where the two parsers parted.
-const char* const k_aszDateTexts[] = {
-    // Stray separators.
-    "-3/4/2021", "3//4/2021", "3/4/2021 - 5:06 PM", "3/4/2021-", "3/4/2021,", "3/4/2021 ,",
-    ",3/4/2021", "3/4/2021 5:06 PM -", "3/4/2021 5:06:07 PM,", "3-4-2021 5:06", "3 / 4 / 2021",
-    "3/4/-2021", "3/4/2021 5:-06",
-    // Times with points and doubled colons.
-    "5.06 PM", "3/4/2021 5.06 PM", "3/4/2021 5.06.07", "5::06", "3/4/2021 5::06 PM", "0.1", "2.5",
-    "1.5.2", "1.2 3 4", "1 2 3 4.5", "1.2.3 4 5 6", "12.30", "12.30.45", "5:06.07", "5.06:07",
-    "17.06", "25.06", "5.60", "3.4.2021",
-    // AM and PM, spelled out and placed oddly.
-    "5:06 PM", "5:06 pm", "5:06PM", "5 PM", "5PM", "12 AM", "12 PM", "0 AM", "13 PM", "13:00 AM",
-    "3/4/2021 5 PM", "PM 5:06", "3/4/2021 PM", "1 2 am 3", "1 2 3 am", "am 1 2 3", "5:06 AMPM",
-    "5:06 A.M.", "5:06 a m",
-    // Day and month orders and years.
-    "30 2", "2 30", "30 2 1", "1 30 2", "13 13", "2021 3", "3 2021", "2021 13", "31 12", "12 31",
-    "4-Mar-21", "4-Mar-2021", "Mar-4-21", "21-Mar-4", "2021-Mar-4", "4 Mar 21", "Mar 4 21",
-    "March 4, 2021", "4 March 2021", "Thursday, March 4, 2021", "Thu Mar  4 17:06:07 2021",
-    "Thu, 04 Mar 2021 17:06:07", "Thu, 04 Mar 2021 17:06:07 GMT", "2021-03-04T17:06:07",
-    "2021-03-04 17:06:07", "20210304", "1 1 100", "12/31/9999", "12/31/9999 23:59:59", "1/1/10000",
-    "1/1/99", "1/1/100", "1/1/100 3:00 AM", "1 1 100 11:59:59 PM", "12/31/1899", "12/30/1899",
-    "2/29/2021", "2/29/2000", "2/29/1900", "Sept 3 2021", "Sep 3 2021", "Septe 3 2021",
-    "Mar. 4 2021", "Ma 4 2021", "M 4 2021", "Marc 4 2021", "4 3", "4", "2021", "Mar", "Mar 2021",
-    "2021 Mar", "Mar 40", "Mar 4 5 6", "Thursday", "Thu 3/4/2021", "3/4/2021 Thu",
-    "Thu, 3/4/2021 Fri",
-    // Empty texts, blanks and characters no form uses.
-    "", " ", "  3/4/2021  ", "\t3/4/2021", "3/4/2021#", "3/4/2021 5:06 #", "hello", "3/4/2021 z",
-    "5:06:07:08", "5:", ":06", "24:00", "23:59:60", "0:00", "00:00:00", "123:00", "1:2:3",
-    "3/4/2021 17:06 PM", "3/4/2021 12:00 AM", "3/4/2021 12:00 PM", "3/4/2021 0:30 AM"};
-
-void AddDates(CLines& lines)
+// The hand-picked texts are those whose answers Windows is known for, and the families where the
+// two parsers parted.
+void AddDates(CLines& lines, const TInputs& inputs)
 {
-    for (const char* text : k_aszDateTexts)
+    for (const std::string& text : inputs.at("date"))
         lines.Add("date", text, ParsedDate(text));
 
     struct SDate
@@ -395,7 +405,7 @@ std::string Message(const char* text, DWORD flags, const DWORD_PTR* arguments)
     return result;
 }
 
-void AddMessages(CLines& lines)
+void AddMessages(CLines& lines, const TInputs& inputs)
 {
     const DWORD_PTR arguments[] = {reinterpret_cast<DWORD_PTR>("alpha beta  gamma"),
                                    42,
@@ -403,40 +413,16 @@ void AddMessages(CLines& lines)
                                    7,
                                    3,
                                    reinterpret_cast<DWORD_PTR>("delta")};
-    const char* const texts[] = {
-        "The quick brown fox jumps over the lazy dog and keeps running far beyond the fence.",
-        "Insert %1 and %2!d! then %3!-8s!|end of the text goes on",
-        "Line one\r\nLine two is a bit longer than the first\nthird\rfourth",
-        "Supercalifragilisticexpialidocious is a long word, antidisestablishmentarianism too",
-        "Tabs\tand  double  spaces   here\t\tand there",
-        "%n hard break %n and%r%t escapes %% %. %! and %0 the end",
-        "Trailing blanks    ",
-        "    Leading blanks and words",
-        "ab cd ef gh ij kl mn op qr st uv wx yz",
-        "Exactly ten and more",
-        "%1%1%1%1 %1",
-        "a%rb c%td e%r%tf",
-        "gh %r ij %t kl",
-        "",
-        "ab\tcd\tef gh\t\tij klm\tnopq",
-        " %1%0%0%",
-        "word %1%0",
-        "words and more %0",
-    };
     const unsigned int widths[] = {0,  1,  2,  3,  4,  5,  6,  7,   9,   10,
                                    11, 16, 20, 33, 40, 79, 80, 253, 254, 255};
-    for (const char* text : texts)
+    for (const std::string& text : inputs.at("message"))
         for (unsigned int width : widths)
             for (DWORD ignore : {DWORD(0), DWORD(FORMAT_MESSAGE_IGNORE_INSERTS)})
                 lines.Add("message", std::to_string(width) + (ignore ? " ignore " : " ") + text,
-                          Message(text, width | ignore, arguments));
+                          Message(text.c_str(), width | ignore, arguments));
 
-    const char* const inserts[] = {"%2!5d!",   "%2!-5d!|", "%2!05x!", "%2!#x!",  "%2!I64d!",
-                                   "%2!u!",    "%2!c!",    "%1!.3s!", "%1!10s!", "%4!*.*s!",
-                                   "%4!*d!",   "%2!ld!",   "%2!hd!",  "%2!s",    "%6!-7s!|",
-                                   "%2!X! %1", "%5!o!",    "100%",    "%2!lu!",  "%2!+d!"};
-    for (const char* text : inserts)
-        lines.Add("message", std::string("0 ") + text, Message(text, 0, arguments));
+    for (const std::string& text : inputs.at("message insert"))
+        lines.Add("message", "0 " + text, Message(text.c_str(), 0, arguments));
 }
 
 // --- FormatMessageA from the system's table: every Win32 code the library sets or meets, and
@@ -603,7 +589,7 @@ private:
     std::string m_sLog;
 };
 
-void AddRegistry(CLines& lines)
+void AddRegistry(CLines& lines, const TInputs& inputs)
 {
     const std::string section = "registry";
     const CRegistrySandbox sandbox;
@@ -617,18 +603,13 @@ void AddRegistry(CLines& lines)
     CRegistryProbe probe(key);
 
     // Names and texts in the upper half of the ANSI code page, looked up in the other letter case.
-    const std::pair<const char*, const char*> cases[] = {
-        {"\x80", "\x80"},   {"a\x8A", "A\x9A"},     {"b\x9A", "B\x8A"},
-        {"\xC4", "\xE4"},   {"\xE4x", "\xC4X"},     {"\xFF", "\x9F"},
-        {"\x9Fz", "\xFFZ"}, {"caf\xE9", "CAF\xC9"}, {"\x81\x8D\x8F", "\x81\x8D\x8F"},
-        {"\xDF", "SS"},     {"\xB5", "\xCC"},       {"Mixed", "mIXED"}};
-    for (const auto& pair : cases)
+    for (const std::string& pair : inputs.at("value name and its other case"))
     {
-        probe.Set(pair.first, REG_SZ,
-                  std::string("v\x80\x8A\x9A\xC4\xE4\xFF ") + pair.first + '\0');
-        probe.Query(pair.first);
-        probe.Query(pair.second);
-        lines.Add(section, std::string("name ") + pair.first, probe.Take());
+        const std::string name = pair.substr(0, pair.find(' '));
+        probe.Set(name.c_str(), REG_SZ, "v\x80\x8A\x9A\xC4\xE4\xFF " + name + '\0');
+        probe.Query(name.c_str());
+        probe.Query(pair.substr(name.size() + 1).c_str());
+        lines.Add(section, "name " + name, probe.Take());
     }
     // A second write in the other case replaces the value.
     probe.Set("A\x9A", REG_DWORD, std::string("\x01\x02\x03\x04", 4));
@@ -648,15 +629,14 @@ void AddRegistry(CLines& lines)
     probe.Delete("");
     lines.Add(section, "default value", probe.Take());
 
-    for (const char* name :
-         {"a\\b", "\\", "\\lead", "trail\\", "a\\\\b", "/", "a/b", ".", "..", "%41", " ", "  two  ",
-          "tab\there", "=", "\"q\"", "@", "line\nbreak", "cr\rhere"})
+    for (const std::string& text : inputs.at("value name"))
     {
+        const char* const name = text.c_str();
         probe.Set(name, REG_SZ, std::string("x\0", 2));
         probe.Query(name);
         probe.Delete(name);
         probe.Query(name);
-        lines.Add(section, std::string("name ") + name, probe.Take());
+        lines.Add(section, "name " + text, probe.Take());
     }
 
     // Value names at and beyond the limit.
@@ -680,36 +660,18 @@ void AddRegistry(CLines& lines)
     }
 
     // Key paths of odd shapes, and key names in both cases of the upper half.
-    for (const char* sub : {"K\x8A\xC4\xFF", "k\x9A\xE4\x9F", "plain\\", "\\lead", "a\\\\b", "",
-                            "K\x80", "k\x80", "dot\\.", "missing\\deeper"})
+    for (const std::string& sub : inputs.at("key name"))
     {
-        probe.Open(sub);
-        probe.CreateAndOpen(sub);
-        lines.Add(section, std::string("key ") + sub, probe.Take());
+        probe.Open(sub.c_str());
+        probe.CreateAndOpen(sub.c_str());
+        lines.Add(section, "key " + sub, probe.Take());
     }
     probe.Open(nullptr);
     lines.Add(section, "key null", probe.Take());
 
     // Texts with and without their NULs, and with NULs inside; then through CRegKey.
-    const std::string texts[] = {std::string(),
-                                 std::string("\0", 1),
-                                 std::string("\0\0", 2),
-                                 "abc",
-                                 std::string("abc\0", 4),
-                                 std::string("abc\0\0", 5),
-                                 std::string("ab\0cd", 5),
-                                 std::string("ab\0cd\0", 6),
-                                 std::string("\0ab\0", 4),
-                                 "\x80\x8A\x9A\xC4\xE4\xFF",
-                                 std::string("\x80\x8A\x9A\xC4\xE4\xFF\0", 7),
-                                 std::string("a\0b\0\0", 5),
-                                 std::string("a\0b\0", 4),
-                                 std::string("a\0b", 3),
-                                 std::string("\0\0a\0\0", 5),
-                                 std::string("a\0\0b\0\0", 6),
-                                 std::string("\xFF\0\x80\0\0", 5)};
     for (DWORD type : {DWORD(REG_SZ), DWORD(REG_EXPAND_SZ), DWORD(REG_MULTI_SZ), DWORD(REG_BINARY)})
-        for (const std::string& text : texts)
+        for (const std::string& text : inputs.at("value data"))
         {
             probe.Set("text", type, text);
             probe.Query("text");
@@ -747,20 +709,13 @@ void AddRegistry(CLines& lines)
     }
 
     // Buffers too small, exact, and one byte larger, for each kind of data.
-    const std::pair<DWORD, std::string> values[] = {{REG_SZ, std::string("hello\0", 6)},
-                                                    {REG_SZ, "hello"},
-                                                    {REG_SZ, std::string("h\x80ll\xFF\0", 6)},
-                                                    {REG_EXPAND_SZ, std::string("%PATH%\0", 7)},
-                                                    {REG_MULTI_SZ, std::string("ab\0cd\0\0", 7)},
-                                                    {REG_BINARY, "12345"},
-                                                    {REG_DWORD, "1234"}};
-    for (const auto& value : values)
+    for (const std::string& value : inputs.at("value type and data"))
     {
-        probe.Set("small", value.first, value.second);
-        for (DWORD capacity = 0; capacity <= value.second.size() + 1; ++capacity)
+        const std::string data = value.substr(value.find(' ') + 1);
+        probe.Set("small", static_cast<DWORD>(std::stoul(value)), data);
+        for (DWORD capacity = 0; capacity <= data.size() + 1; ++capacity)
             probe.Query("small", capacity);
-        lines.Add(section, "buffer for type " + std::to_string(value.first) + " " + value.second,
-                  probe.Take());
+        lines.Add(section, "buffer for type " + value, probe.Take());
     }
     DWORD size = 4;
     DWORD type = 0;
@@ -812,7 +767,7 @@ std::string ZoneName()
     return tz && *tz ? tz + (tz[0] == ':') : "UTC";
 }
 
-void AddLocalTimes(CLines& lines)
+void AddLocalTimes(CLines& lines, const TInputs& inputs)
 {
     const std::string section = "local time " + ZoneName();
     // The first, second and last Sundays of the months where the zones change (the rules of
@@ -848,15 +803,13 @@ void AddLocalTimes(CLines& lines)
             }
 
     // The legacy reader at the ends of the range, and before the zones' modern rules.
-    for (const char* text : {"1/1/100 3:00 AM", "12/31/1600 23:00", "1/1/1601", "1/1/1601 12:00",
-                             "1/2/1601", "1/1/1850", "7/1/1850 12:00", "1/1/1900", "1/1/1970",
-                             "12/31/9999 23:59:59", "12/31/9999 12:00", "12/31/3000"})
+    for (const std::string& text : inputs.at("legacy date"))
     {
         CppUtil::CDateTime legacy;
-        lines.Add(section, std::string("legacy ") + text,
-                  legacy.SetLegacy(text) ? std::string(legacy.ToString(true).GetString()) + " = " +
-                                               legacy.ToString(false).GetString()
-                                         : std::string("refused"));
+        lines.Add(section, "legacy " + text,
+                  legacy.SetLegacy(text.c_str()) ? std::string(legacy.ToString(true).GetString()) +
+                                                       " = " + legacy.ToString(false).GetString()
+                                                 : std::string("refused"));
     }
     for (std::int64_t t :
          {std::int64_t(32535215999), std::int64_t(32535244799), std::int64_t(910692730085)})
@@ -876,35 +829,35 @@ void AddLocalTimes(CLines& lines)
                                                                   : "another moment");
     }
     CppUtil::CDateTime value;
-    for (const char* text :
-         {"2021-01-15 12:00:00 -03-30", "2021-01-15 12:00:00 +10-30", "2021-01-15 12:00:00 +00-30",
-          "2021-01-15 12:00:00 -03-5", "2021-01-15 12:00:00 -03-60", "2021-01-15 12:00:00 -03-00",
-          "2021-01-15 12:00:00 -03-300", "2021-01-15 12:00:00 -0330"})
-        lines.Add(section, std::string("set ") + text,
-                  value.Set(text, false) ? std::string(value.ToString(true).GetString())
-                                         : std::string("refused"));
+    for (const std::string& text : inputs.at("stamp"))
+        lines.Add(section, "set " + text,
+                  value.Set(text.c_str(), false) ? std::string(value.ToString(true).GetString())
+                                                 : std::string("refused"));
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    const TInputs inputs = ReadInputs();
+    if (inputs.empty())
+    {
+        std::printf("cannot read %s\n", CPPUTIL_PARITY_INPUTS);
+        return 1;
+    }
     CLines lines;
     int next = 1;
     if (next < argc && std::strcmp(argv[next], "zone") == 0)
-    {
-        AddLocalTimes(lines);
         ++next;
-    }
     else
     {
         AddFormats(lines);
-        AddDates(lines);
-        AddMessages(lines);
+        AddDates(lines, inputs);
+        AddMessages(lines, inputs);
         AddSystemErrors(lines);
-        AddRegistry(lines);
-        AddLocalTimes(lines);
+        AddRegistry(lines, inputs);
     }
+    AddLocalTimes(lines, inputs);
     if (next + 1 < argc && std::strcmp(argv[next], "--check") == 0)
         return lines.Check(argv[next + 1], next + 2 < argc ? argv[next + 2] : nullptr) ? 1 : 0;
     lines.Print();
