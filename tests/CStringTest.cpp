@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <unordered_set>
+#include <utility>
 
 TEST(CString, ConstructionAndElementAccess)
 {
@@ -66,33 +68,22 @@ TEST(CString, Format)
 
 TEST(CString, SubstringsAndSearchingClamp)
 {
-    const CString s("abcdef");
-    EXPECT_EQ(s.Left(-1), "");
-    EXPECT_EQ(s.Left(99), "abcdef");
-    EXPECT_EQ(s.Right(2), "ef");
-    EXPECT_EQ(s.Right(-3), "");
-    EXPECT_EQ(s.Mid(-2), "abcdef");
-    EXPECT_EQ(s.Mid(9), "");
-    EXPECT_EQ(s.Mid(2, 2), "cd");
-    EXPECT_EQ(s.Mid(4, 99), "ef");
-    EXPECT_EQ(s.Mid(-2, 3), "abc");
-    EXPECT_EQ(s.Mid(1, -1), "");
-
-    const CString t("abcabc");
-    EXPECT_EQ(t.Find('b', 2), 4);
-    EXPECT_EQ(t.Find('b', -1), -1);
-    EXPECT_EQ(t.Find('b', 6), -1);
-    EXPECT_EQ(t.Find("bc", 3), 4);
-    EXPECT_EQ(t.Find("", 6), 6);
-    EXPECT_EQ(t.Find("", 7), -1);
-    EXPECT_EQ(t.Find("zz"), -1);
-    EXPECT_EQ(t.ReverseFind('a'), 3);
-    EXPECT_EQ(t.ReverseFind('z'), -1);
-    EXPECT_EQ(t.FindOneOf("xc"), 2);
-    EXPECT_EQ(t.FindOneOf(""), -1);
-    EXPECT_EQ(t.SpanIncluding("ba"), "ab");
-    EXPECT_EQ(t.SpanExcluding("c"), "ab");
-    EXPECT_EQ(t.SpanExcluding(""), "abcabc");
+    const CString s("abcdef"), t("abcabc");
+    const std::pair<CString, const char*> parts[] = {
+        {s.Left(-1), ""},      {s.Left(99), "abcdef"}, {s.Right(2), "ef"},  {s.Right(-3), ""},
+        {s.Mid(-2), "abcdef"}, {s.Mid(9), ""},         {s.Mid(2, 2), "cd"}, {s.Mid(4, 99), "ef"},
+        {s.Mid(-2, 3), "abc"}, {s.Mid(1, -1), ""}};
+    for (size_t i = 0; i < std::size(parts); ++i)
+        EXPECT_EQ(parts[i].first, parts[i].second) << i;
+    EXPECT_EQ(t.SpanIncluding("ba") + t.SpanExcluding("c") + "|" + t.SpanExcluding(""),
+              "abab|abcabc");
+    const std::pair<int, int> found[] = {
+        {t.Find('b', 2), 4},    {t.Find('b', -1), -1},   {t.Find('b', 6), -1},
+        {t.Find("bc", 3), 4},   {t.Find("", 6), 6},      {t.Find("", 7), -1},
+        {t.Find("zz"), -1},     {t.ReverseFind('a'), 3}, {t.ReverseFind('z'), -1},
+        {t.FindOneOf("xc"), 2}, {t.FindOneOf(""), -1}};
+    for (size_t i = 0; i < std::size(found); ++i)
+        EXPECT_EQ(found[i].first, found[i].second) << i;
 }
 
 TEST(CString, EditingCaseAndTrim)

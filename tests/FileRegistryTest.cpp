@@ -66,16 +66,27 @@ LONG CreateKey(CRegKey& key, const std::string& path)
                       nullptr);
 }
 
-// Runs body in a child process; its exit status, or -1 when it did not exit by itself.
-int InChild(const std::function<int()>& body)
+// Starts body in a child process, which exits with what it returns.
+pid_t Spawn(const std::function<int()>& body)
 {
     const pid_t child = ::fork();
     if (child == 0)
         ::_exit(body());
+    return child;
+}
+
+// The child's exit status, or -1 when it did not exit by itself.
+int Reap(pid_t child)
+{
     int status = 0;
     if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status))
         return -1;
     return WEXITSTATUS(status);
+}
+
+int InChild(const std::function<int()>& body)
+{
+    return Reap(Spawn(body));
 }
 
 std::string JournalFile(const CString& section)
@@ -266,17 +277,17 @@ TEST(FileRegistryTest, KilledWriterLeavesEveryValueOldOrNew)
         return true;
     };
     ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::UpdateValues(folder, key, seed));
-    const pid_t child = ::fork();
+    const pid_t child = Spawn(
+        [&]
+        {
+            for (int round = 0;; ++round)
+                WriteValues(key, "new" + std::to_string(round) + "-", 0, count);
+            return 0;
+        });
     ASSERT_NE(-1, child);
-    if (child == 0)
-    {
-        for (int round = 0;; ++round)
-            WriteValues(key, "new" + std::to_string(round) + "-", 0, count);
-    }
     ::usleep(300 * 1000);
     ::kill(child, SIGKILL);
-    int status = 0;
-    ASSERT_EQ(child, ::waitpid(child, &status, 0));
+    ASSERT_EQ(-1, Reap(child));
 
     std::vector<SRegValue> values = CFileRegistry::ReadValues(folder);
     ASSERT_EQ(static_cast<std::size_t>(count), values.size());
@@ -309,24 +320,16 @@ TEST(FileRegistryTest, ConcurrentWritersLoseNoValue)
     const int perThread = 60;
     std::vector<pid_t> children;
     for (int process = 0; process < 2; ++process)
-    {
-        const pid_t child = ::fork();
-        ASSERT_NE(-1, child);
-        if (child == 0)
-        {
-            std::thread other(WriteValues, key, "v", (process * 2 + 1) * perThread, perThread);
-            WriteValues(key, "v", process * 2 * perThread, perThread);
-            other.join();
-            ::_exit(0);
-        }
-        children.push_back(child);
-    }
+        children.push_back(Spawn(
+            [&]
+            {
+                std::thread other(WriteValues, key, "v", (process * 2 + 1) * perThread, perThread);
+                WriteValues(key, "v", process * 2 * perThread, perThread);
+                other.join();
+                return 0;
+            }));
     for (pid_t child : children)
-    {
-        int status = 0;
-        ASSERT_EQ(child, ::waitpid(child, &status, 0));
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    }
+        EXPECT_EQ(0, Reap(child));
     std::vector<SRegValue> values = CFileRegistry::ReadValues(KeyFolder(key));
     EXPECT_EQ(4u * perThread, values.size());
     for (int i = 0; i < 4 * perThread; ++i)
@@ -404,29 +407,29 @@ TEST(FileRegistryTest, ReaderInAnotherProcessSeesEachWriteOnReturn)
     ASSERT_EQ(0, ::pipe(toChild));
     ASSERT_EQ(0, ::pipe(toParent));
     const int rounds = 40;
-    const pid_t child = ::fork();
-    ASSERT_NE(-1, child);
-    if (child == 0)
-    {
-        // Each round rewrites a share of the key before the probe, and every third one folds the
-        // journal into the value file, so that the reader meets both between two reads.
-        for (int round = 0; round < rounds; ++round)
+    const pid_t child = Spawn(
+        [&]
         {
-            char token = 0;
-            if (::read(toChild[0], &token, 1) != 1)
-                ::_exit(5);
-            WriteValues(key, "r" + std::to_string(round) + "-", round * 100 % count, 100);
-            CRegKey writer;
-            if (round % 3 == 2 &&
-                (writer.Open(HKEY_CURRENT_USER, key.c_str(), KEY_WRITE) != ERROR_SUCCESS ||
-                 writer.Flush() != ERROR_SUCCESS))
-                ::_exit(7);
-            WriteValues(key, "probe" + std::to_string(round) + "-", count, 1);
-            if (::write(toParent[1], &token, 1) != 1)
-                ::_exit(6);
-        }
-        ::_exit(0);
-    }
+            // Each round rewrites a share of the key before the probe, and every third one folds
+            // the journal into the value file, so that the reader meets both between two reads.
+            for (int round = 0; round < rounds; ++round)
+            {
+                char token = 0;
+                if (::read(toChild[0], &token, 1) != 1)
+                    ::_exit(5);
+                WriteValues(key, "r" + std::to_string(round) + "-", round * 100 % count, 100);
+                CRegKey writer;
+                if (round % 3 == 2 &&
+                    (writer.Open(HKEY_CURRENT_USER, key.c_str(), KEY_WRITE) != ERROR_SUCCESS ||
+                     writer.Flush() != ERROR_SUCCESS))
+                    ::_exit(7);
+                WriteValues(key, "probe" + std::to_string(round) + "-", count, 1);
+                if (::write(toParent[1], &token, 1) != 1)
+                    ::_exit(6);
+            }
+            return 0;
+        });
+    ASSERT_NE(-1, child);
     for (int round = 0; round < rounds; ++round)
     {
         char token = 'x';
@@ -443,9 +446,7 @@ TEST(FileRegistryTest, ReaderInAnotherProcessSeesEachWriteOnReturn)
                                                          text, &chars));
         EXPECT_EQ(Stored("r" + std::to_string(round) + "-", changed).c_str(), std::string(text));
     }
-    int status = 0;
-    ASSERT_EQ(child, ::waitpid(child, &status, 0));
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(0, Reap(child));
     EXPECT_EQ(
         static_cast<std::size_t>(count + 1),
         CFileRegistry::ReadValues(sandbox.Root() + "/HKEY_CURRENT_USER/Software/Large").size());
@@ -582,17 +583,12 @@ TEST(FileRegistryTest, ChildForkedDuringAWriteWritesAndLocksNothing)
         if (InChild(writes) != 0)
             hung = i;
     // A child that lives on does not keep the key locked.
-    const pid_t sleeper = ::fork();
+    const pid_t sleeper = Spawn([] { return static_cast<int>(::sleep(30)); });
     EXPECT_NE(-1, sleeper);
-    if (sleeper == 0)
-    {
-        ::sleep(30);
-        ::_exit(0);
-    }
     stop = true;
     writer.join();
     EXPECT_EQ(-1, hung) << "a child forked during a write hung";
     EXPECT_EQ(0, InChild(writes)) << "the key stayed locked";
     if (sleeper > 0 && ::kill(sleeper, SIGKILL) == 0)
-        ::waitpid(sleeper, nullptr, 0);
+        Reap(sleeper);
 }

@@ -122,16 +122,8 @@ TEST_F(QLRegistryTest, AnsiLettersFoldAndTextsWithoutTheirNulReadWithOne)
     EXPECT_EQ(5u, chars);
 
     // Sub-keys come in the order of their names' UTF-16 characters in lower case.
-    const char* const names[] = {"\x80",
-                                 "\x9F"
-                                 "3",
-                                 "z",
-                                 "\xFF",
-                                 "\xC9"
-                                 "2",
-                                 "\xB5",
-                                 "\xE9",
-                                 "\xDF"};
+    // A name whose lower case another name has already is marked with a trailing '_'.
+    const char* const names[] = {"\x80", "\x9F_", "z", "\xFF", "\xC9_", "\xB5", "\xE9", "\xDF"};
     for (const char* name : names)
     {
         CppUtil::Platform::CRegKey sub;
@@ -145,10 +137,7 @@ TEST_F(QLRegistryTest, AnsiLettersFoldAndTextsWithoutTheirNulReadWithOne)
          ERROR_SUCCESS;
          ++index, length = sizeof name)
         order += std::string(name, length) + " ";
-    EXPECT_EQ("z \xB5 \xDF \xE9 \xC9"
-              "2 \xFF \x9F"
-              "3 \x80 ",
-              order);
+    EXPECT_EQ("z \xB5 \xDF \xE9 \xC9_ \xFF \x9F_ \x80 ", order);
 }
 
 // A key's file as the registry editor writes it (UTF-16LE with its mark, CR LF line ends), and

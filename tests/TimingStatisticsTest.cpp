@@ -57,10 +57,9 @@ TEST(MetricsTest, DeviationMatchesTheTwoPassFiguresAndTheCountIsOffsetByOne)
     for (double x : samples)
         metrics.UpdateDelta(static_cast<__int64>(x));
     TwoPass(samples, mean, deviation);
-    EXPECT_EQ(4, metrics.GetDelta());
-    EXPECT_EQ(-3, metrics.GetMinDelta());
-    EXPECT_EQ(10, metrics.GetMaxDelta());
-    EXPECT_EQ(16, metrics.GetTotalDelta());
+    EXPECT_EQ((std::vector<__int64>{4, -3, 10, 16}),
+              (std::vector<__int64>{metrics.GetDelta(), metrics.GetMinDelta(),
+                                    metrics.GetMaxDelta(), metrics.GetTotalDelta()}));
     EXPECT_DOUBLE_EQ(mean, metrics.GetMeanDelta());
     EXPECT_DOUBLE_EQ(deviation, metrics.GetStandardDeviation());
     EXPECT_EQ(5u, metrics.GetIterationCount());
@@ -69,10 +68,9 @@ TEST(MetricsTest, DeviationMatchesTheTwoPassFiguresAndTheCountIsOffsetByOne)
     metrics.ResetStats();
     EXPECT_EQ(1u, metrics.GetIterationCount());
     metrics.UpdateDelta(8);
-    EXPECT_EQ(8, metrics.GetMinDelta());
-    EXPECT_EQ(8, metrics.GetMaxDelta());
-    EXPECT_EQ(8, metrics.GetMeanDelta());
-    EXPECT_EQ(0, metrics.GetStandardDeviation());
+    EXPECT_EQ((std::vector<double>{8, 8, 8, 0}),
+              (std::vector<double>{double(metrics.GetMinDelta()), double(metrics.GetMaxDelta()),
+                                   metrics.GetMeanDelta(), metrics.GetStandardDeviation()}));
 }
 
 TEST(PerformanceTimerTest, MeasuresMicroseconds)

@@ -6,7 +6,6 @@
 
 #include <cstdio>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 bool IsOpenToEveryone(const CString& keyPath, bool* inherits)
@@ -68,29 +67,26 @@ TEST_F(QLRegistryTest, WriteAccessWalkStopsAtAKeyThisUserCannotWrite)
     ASSERT_EQ(0, ::chmod(locked.c_str(), 0555));
     ASSERT_EQ(0, ::chmod(m_oSandbox.Root().c_str(), 0755));
     const std::size_t before = LogTexts().size();
-    const pid_t child = ::fork();
-    ASSERT_NE(-1, child);
-    if (child == 0)
-    {
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
-            ::_exit(10);
-        int status = CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk) ? 1 : 0;
-        CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, walk, false);
-        const std::vector<std::string> texts = LogTexts();
-        const std::string expected =
-            cannotOpen + "\\B\\C for write access. RegOpenKeyEx() failed with: Access is denied.";
-        if (texts.size() != before + 3 || texts[before] != expected ||
-            texts[before + 1] != expected ||
-            texts[before + 2].find("Could not set \"Everyone\" permission") != 0)
-            status |= 2;
-        for (const std::string& text : texts)
-            std::fprintf(stderr, "child log: %s\n", text.c_str());
-        ::_exit(status);
-    }
-    int status = 0;
-    ASSERT_EQ(child, ::waitpid(child, &status, 0));
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(0, WEXITSTATUS(status)) << "1: the walk passed, 2: wrong log lines, 10: no setuid";
+    // The child exits with 1 when the walk passed, 2 on wrong log lines, 10 without setuid.
+    EXPECT_EXIT(
+        {
+            if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0))
+                ::_exit(10);
+            int status = CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk) ? 1 : 0;
+            CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, walk, false);
+            const std::vector<std::string> texts = LogTexts();
+            const std::string expected =
+                cannotOpen +
+                "\\B\\C for write access. RegOpenKeyEx() failed with: Access is denied.";
+            if (texts.size() != before + 3 || texts[before] != expected ||
+                texts[before + 1] != expected ||
+                texts[before + 2].find("Could not set \"Everyone\" permission") != 0)
+                status |= 2;
+            for (const std::string& text : texts)
+                std::fprintf(stderr, "child log: %s\n", text.c_str());
+            ::_exit(status);
+        },
+        ::testing::ExitedWithCode(0), "");
     struct stat info;
     ASSERT_EQ(0, ::stat(locked.c_str(), &info));
     EXPECT_EQ(0555u, info.st_mode & 0777u);
