@@ -3,7 +3,6 @@
 #include <cpputil/aes.h>
 
 #include <algorithm>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <thread>

@@ -176,17 +176,15 @@ private:
                 line.pop_back();
             if (line.empty() || line[0] == '#')
                 continue;
-            const size_t first = line.find('|');
-            const size_t second = line.find('|', first + 1);
-            size_t end = reasons ? line.find('|', second + 1) : std::string::npos;
-            if (first == std::string::npos || second == std::string::npos ||
-                (reasons && end == std::string::npos))
+            const size_t second = line.find('|', line.find('|') + 1);
+            const size_t end = reasons ? line.find('|', second + 1) : line.size();
+            if (second == std::string::npos || end == std::string::npos)
             {
                 std::printf("bad line in %s: %s\n", path, line.c_str());
                 return false;
             }
             const std::string key = line.substr(0, second);
-            lines[key] = line.substr(second + 1, end == std::string::npos ? end : end - second - 1);
+            lines[key] = line.substr(second + 1, end - second - 1);
             if (reasons)
                 (*reasons)[key] = line.substr(end + 1);
         }

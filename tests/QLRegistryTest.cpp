@@ -5,12 +5,7 @@
 #include <cpputil/RegistryValue.h>
 
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
-#include <utility>
 #include <vector>
 
 namespace
