@@ -57,14 +57,11 @@ TEST(WindowsVersionTest, OsReleaseTextsAndFiles)
 TEST(WindowsVersionTest, NumbersAndAtLeast)
 {
     const CWindowsVersion kernel("Linux", "6.8.0-45-generic", "Ubuntu 24.04.1 LTS");
-    EXPECT_TRUE(kernel.IsAtLeast(6, 8));
-    EXPECT_TRUE(kernel.IsAtLeast(5, 99, 99));
-    EXPECT_FALSE(kernel.IsAtLeast(6, 9));
-    EXPECT_FALSE(kernel.IsAtLeast(6, 8, 1));
+    EXPECT_TRUE(kernel.IsAtLeast(6, 8) && kernel.IsAtLeast(5, 99, 99));
+    EXPECT_FALSE(kernel.IsAtLeast(6, 9) || kernel.IsAtLeast(6, 8, 1));
     EXPECT_STREQ("Linux 6.8.0-45-generic (Ubuntu 24.04.1 LTS)", kernel.ToString());
     const CWindowsVersion windows("Windows", "10.0.19045", "");
-    EXPECT_TRUE(windows.IsAtLeast(10, 0, 19045));
-    EXPECT_FALSE(windows.IsAtLeast(10, 0, 19046));
+    EXPECT_TRUE(windows.IsAtLeast(10, 0, 19045) && !windows.IsAtLeast(10, 0, 19046));
     EXPECT_STREQ("Windows 10.0.19045", windows.ToString());
     EXPECT_STREQ("Unknown system", CWindowsVersion("", "", "").ToString());
 
