@@ -58,8 +58,8 @@ TEST(HtmlReportTest, HostileTextStaysTextInThePageAndInTheTextForm)
     report.AddError("Error " + hostile);
 
     const std::string html = report.ToHtml().Str();
-    // Only the report's own markup: no tag or entity from the texts got through.
-    // Of the hostile text, eight times escaped: the title is shown twice.
+    // Only the report's own markup: no tag or entity from the texts got through, and the hostile
+    // text is escaped eight times, the title being shown twice.
     EXPECT_EQ((std::vector<std::size_t>{0, 1, 1, 2, 8}),
               (std::vector<std::size_t>{Count(html, "<script"), Count(html, "<table"),
                                         Count(html, "</table>"), Count(html, "</div>"),
@@ -131,11 +131,10 @@ TEST(HtmlReportTest, SavingAndPrintingFailWithClearTexts)
               "The report \"Lot 7\" cannot be printed before it is saved.");
 
     const std::filesystem::path unwritable = folder / "missing" / "report.html";
-    const std::string failure = Failure([&] { report.Save(unwritable.string().c_str()); });
-    EXPECT_EQ(
-        failure.rfind("Could not save the report \"Lot 7\" to " + unwritable.string() + ": ", 0),
-        0u)
-        << failure;
+    const std::string unsaved =
+        "Could not save the report \"Lot 7\" to " + unwritable.string() + ": ";
+    EXPECT_EQ(unsaved,
+              Failure([&] { report.Save(unwritable.string().c_str()); }).substr(0, unsaved.size()));
     // A failed save leaves nothing to print.
     EXPECT_NE(Failure([&] { report.Print(); }).find("cannot be printed before it is saved"),
               std::string::npos);

@@ -18,6 +18,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 using CppUtil::Exception::CQlException;
 using CppUtil::Gui::CCheckableMessageBox;
@@ -81,17 +82,13 @@ protected:
 
     // One step an attempt: "" succeeds, "false" returns false, "std" throws std::runtime_error,
     // any other text is thrown as CQlException; past the script, attempts return false.
-    CPatientExecution::TWork Work(std::deque<std::string> script)
+    CPatientExecution::TWork Work(const std::vector<std::string>& script)
     {
-        auto steps = std::make_shared<std::deque<std::string>>(std::move(script));
-        m_poAttempts = std::make_shared<int>(0);
-        auto attempts = m_poAttempts;
-        return [steps, attempts]
+        auto attempts = m_poAttempts = std::make_shared<int>(0);
+        return [script, attempts]
         {
-            ++*attempts;
-            const std::string step = steps->empty() ? "false" : steps->front();
-            if (!steps->empty())
-                steps->pop_front();
+            const std::size_t at = static_cast<std::size_t>((*attempts)++);
+            const std::string step = at < script.size() ? script[at] : "false";
             if (step == "std")
                 throw std::runtime_error("Socket table corrupt.");
             if (!step.empty() && step != "false")
