@@ -1,14 +1,16 @@
+#include "Thrown.h"
+
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Gui.HtmlDlg.h>
 #include <cpputil/CppUtil.Gui.HtmlReport.h>
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <random>
 #include <string>
+#include <vector>
 
 using CppUtil::Exception::CQlException;
 using CppUtil::Gui::CHtmlDlg;
@@ -27,17 +29,10 @@ std::size_t Count(const std::string& text, const std::string& part)
     return count;
 }
 
-std::string Failure(const std::function<void()>& call)
+template <class TCall>
+std::string Failure(const TCall& call)
 {
-    try
-    {
-        call();
-    }
-    catch (const CQlException& e)
-    {
-        return e.what();
-    }
-    return "";
+    return Thrown<CQlException>(call);
 }
 
 std::string ReadAll(const std::filesystem::path& path)
@@ -45,23 +40,6 @@ std::string ReadAll(const std::filesystem::path& path)
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
-
-struct SFolder
-{
-    SFolder()
-        : m_oPath(std::filesystem::temp_directory_path() /
-                  ("cpputil-html-report-" + std::to_string(std::random_device()())))
-    {
-        std::filesystem::remove_all(m_oPath);
-        std::filesystem::create_directories(m_oPath);
-    }
-    ~SFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_oPath, ignored);
-    }
-    std::filesystem::path m_oPath;
-};
 
 } // namespace
 
@@ -80,12 +58,12 @@ TEST(HtmlReportTest, HostileTextStaysTextInThePageAndInTheTextForm)
     report.AddError("Error " + hostile);
 
     const std::string html = report.ToHtml().Str();
-    // Only the report's own markup: no tag or entity from the texts got through.
-    EXPECT_EQ(Count(html, "<script"), 0u);
-    EXPECT_EQ(Count(html, "<table"), 1u);
-    EXPECT_EQ(Count(html, "</table>"), 1u);
-    EXPECT_EQ(Count(html, "</div>"), 2u);
-    EXPECT_EQ(Count(html, "&lt;A&amp;B&gt; &quot;q&quot;"), 8u); // the title twice
+    // Only the report's own markup: no tag or entity from the texts got through, and the hostile
+    // text is escaped eight times, the title being shown twice.
+    EXPECT_EQ((std::vector<std::size_t>{0, 1, 1, 2, 8}),
+              (std::vector<std::size_t>{Count(html, "<script"), Count(html, "<table"),
+                                        Count(html, "</table>"), Count(html, "</div>"),
+                                        Count(html, "&lt;A&amp;B&gt; &quot;q&quot;")}));
     // What a reader sees is each text as given.
     const std::string seen = CHtmlDlg::ToPlainText(report.ToHtml()).Str();
     for (const char* label :
@@ -94,13 +72,12 @@ TEST(HtmlReportTest, HostileTextStaysTextInThePageAndInTheTextForm)
 
     const std::string text = report.ToText().Str();
     EXPECT_EQ(text.rfind("Title " + k_sHostile + "\r\n===", 0), 0u) << text;
-    EXPECT_NE(text.find("\r\nWarning: Warning " + k_sHostile + "\r\n"), std::string::npos);
-    EXPECT_NE(text.find("\r\nError: Error " + k_sHostile + "\r\n"), std::string::npos);
+    for (const char* line : {"\r\nWarning: Warning ", "\r\nError: Error "})
+        EXPECT_NE(text.find(line + k_sHostile + "\r\n"), std::string::npos) << line;
 
     // The page's title is one line of text in its head.
     const std::string twoLines = CHtmlReport("T1\r\n<T2>").ToHtml().Str();
-    const std::size_t title = twoLines.find("<title>T1 &lt;T2&gt;</title>");
-    EXPECT_LT(title, twoLines.find("</head>")) << twoLines;
+    EXPECT_LT(twoLines.find("<title>T1 &lt;T2&gt;</title>"), twoLines.find("</head>")) << twoLines;
     EXPECT_EQ(Count(twoLines, "<title>"), 1u);
 
     // Control characters show alike in both forms; ANSI bytes as what they mean.
@@ -123,9 +100,7 @@ TEST(HtmlReportTest, TablesRightAlignNumbersAndShowAHeaderWithoutRows)
     for (const char* cell : {"1,250.5", "98.5%", "-7"})
         EXPECT_NE(html.find(std::string("text-align:right\">") + cell + "</td>"), std::string::npos)
             << cell;
-    EXPECT_NE(html.find("<th style=\"border:1px solid #999;padding:3px 8px;background:#e8e8e8;"
-                        "text-align:left\">Empty</th>"),
-              std::string::npos);
+    EXPECT_NE(html.find(">Empty</th>"), std::string::npos);
 
     EXPECT_NE(report.ToText().Str().find("Device    Rate     Yield\r\n"
                                          "--------  -------  -----\r\n"
@@ -141,35 +116,34 @@ TEST(HtmlReportTest, TablesRightAlignNumbersAndShowAHeaderWithoutRows)
                   .find("A report row has 1 cells where its table has 2 columns."),
               std::string::npos);
     report.AddParagraph("After the tables");
-    EXPECT_NE(Failure(
-                  [&] {
-                      report.AddRow({"a", "b"});
-                  })
-                  .find("no table was started"),
-              std::string::npos);
+    const auto addRow = [&] { report.AddRow({"a", "b"}); };
+    EXPECT_NE(Failure(addRow).find("no table was started"), std::string::npos);
 }
 
 TEST(HtmlReportTest, SavingAndPrintingFailWithClearTexts)
 {
-    SFolder folder;
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() /
+        ("cpputil-html-report-" + std::to_string(std::random_device()()));
+    std::filesystem::create_directories(folder);
     CHtmlReport report("Lot 7");
     EXPECT_EQ(Failure([&] { report.Print(); }),
               "The report \"Lot 7\" cannot be printed before it is saved.");
 
-    const std::filesystem::path unwritable = folder.m_oPath / "missing" / "report.html";
-    const std::string failure = Failure([&] { report.Save(unwritable.string().c_str()); });
-    EXPECT_EQ(
-        failure.rfind("Could not save the report \"Lot 7\" to " + unwritable.string() + ": ", 0),
-        0u)
-        << failure;
+    const std::filesystem::path unwritable = folder / "missing" / "report.html";
+    const std::string unsaved =
+        "Could not save the report \"Lot 7\" to " + unwritable.string() + ": ";
+    EXPECT_EQ(unsaved,
+              Failure([&] { report.Save(unwritable.string().c_str()); }).substr(0, unsaved.size()));
     // A failed save leaves nothing to print.
     EXPECT_NE(Failure([&] { report.Print(); }).find("cannot be printed before it is saved"),
               std::string::npos);
 
-    const std::filesystem::path saved = folder.m_oPath / "-report.html";
+    const std::filesystem::path saved = folder / "-report.html";
     report.AddTable({"Device"});
     report.Save(saved.string().c_str());
     EXPECT_EQ(ReadAll(saved), report.ToHtml().Str());
 
-    CheckPrintingThroughThePlatform(report, saved, folder.m_oPath);
+    CheckPrintingThroughThePlatform(report, saved, folder);
+    std::filesystem::remove_all(folder);
 }

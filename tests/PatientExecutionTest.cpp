@@ -1,4 +1,5 @@
 #include "LogRecorder.h"
+#include "Thrown.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Gui.CheckableMessageBox.h>
@@ -17,6 +18,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 using CppUtil::Exception::CQlException;
 using CppUtil::Gui::CCheckableMessageBox;
@@ -28,12 +30,33 @@ namespace
 // Answers like a modal box whose thread is asked to quit: it ends then, handing the quit back.
 const int k_iAnswerAtQuit = -1;
 
-class PatientExecutionTest : public ::testing::Test
+// Work whose first call blocks until released; later calls succeed at once.
+struct SGate
+{
+    std::promise<void> m_oEntered, m_oRelease, m_oLeft;
+    std::shared_future<void> m_oReleased{m_oRelease.get_future().share()};
+    std::atomic<int> m_iCalls{0};
+};
+
+CPatientExecution::TWork BlockOnce(const std::shared_ptr<SGate>& gate)
+{
+    return [gate]
+    {
+        if (gate->m_iCalls++ == 0)
+        {
+            gate->m_oEntered.set_value();
+            gate->m_oReleased.wait();
+            gate->m_oLeft.set_value();
+        }
+        return true;
+    };
+}
+
+class PatientExecutionTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    PatientExecutionTest() : m_poManager(new CppUtil::Text::CMessageManager), m_oOut(m_poManager)
+    PatientExecutionTest()
     {
-        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
         CCheckableMessageBox::SetPresenter(
             [this](const CString& text, const CString& caption, unsigned int type, unsigned int,
                    bool, bool&)
@@ -45,7 +68,11 @@ protected:
                 if (!m_oAnswers.empty())
                     m_oAnswers.pop_front();
                 lock.unlock();
-                return answer == k_iAnswerAtQuit ? AnswerAtQuit() : answer;
+                if (answer != k_iAnswerAtQuit)
+                    return answer;
+                m_bAtQuit = true;
+                CppUtil::Thread::PostQuitMessage(CppUtil::Thread::RunMessageLoop());
+                return IDRETRY;
             });
     }
     ~PatientExecutionTest() override
@@ -53,26 +80,15 @@ protected:
         CCheckableMessageBox::SetPresenter(CCheckableMessageBox::TPresenter());
     }
 
-    int AnswerAtQuit()
-    {
-        m_bAtQuit = true;
-        CppUtil::Thread::PostQuitMessage(CppUtil::Thread::RunMessageLoop());
-        return IDRETRY;
-    }
-
     // One step an attempt: "" succeeds, "false" returns false, "std" throws std::runtime_error,
     // any other text is thrown as CQlException; past the script, attempts return false.
-    CPatientExecution::TWork Work(std::deque<std::string> script)
+    CPatientExecution::TWork Work(const std::vector<std::string>& script)
     {
-        auto steps = std::make_shared<std::deque<std::string>>(std::move(script));
-        m_poAttempts = std::make_shared<int>(0);
-        auto attempts = m_poAttempts;
-        return [steps, attempts]
+        auto attempts = m_poAttempts = std::make_shared<int>(0);
+        return [script, attempts]
         {
-            ++*attempts;
-            const std::string step = steps->empty() ? "false" : steps->front();
-            if (!steps->empty())
-                steps->pop_front();
+            const std::size_t at = static_cast<std::size_t>((*attempts)++);
+            const std::string step = at < script.size() ? script[at] : "false";
             if (step == "std")
                 throw std::runtime_error("Socket table corrupt.");
             if (!step.empty() && step != "false")
@@ -89,9 +105,6 @@ protected:
         return count;
     }
 
-    CLogRecorder m_oRecorder;
-    CppUtil::Text::CMessageManager* m_poManager;
-    CppUtil::Text::COutput m_oOut;
     std::mutex m_oMutex;
     std::deque<int> m_oAnswers;
     std::vector<CString> m_oShown;
@@ -102,7 +115,7 @@ protected:
 
 } // namespace
 
-TEST_F(PatientExecutionTest, RetryUntilSuccessOrCancel)
+TEST_F(PatientExecutionTest, RetryCancelCapAndDisabledDialogs)
 {
     CPatientExecution execution(m_oOut, Work({"Programmer not answering.", "false", ""}),
                                 "Connect");
@@ -114,8 +127,8 @@ TEST_F(PatientExecutionTest, RetryUntilSuccessOrCancel)
     EXPECT_STREQ("Connect|Programmer not answering.\r\n\r\nTry again?", m_oShown[0]);
     EXPECT_STREQ("Connect|The attempt did not succeed.\r\n\r\nTry again?", m_oShown[1]);
     // Uncapped, the box's default is Cancel.
-    EXPECT_EQ(static_cast<unsigned int>(MB_RETRYCANCEL), m_oTypes[0] & MB_TYPEMASK);
-    EXPECT_EQ(static_cast<unsigned int>(MB_DEFBUTTON2), m_oTypes[0] & MB_DEFMASK);
+    EXPECT_EQ(static_cast<unsigned int>(MB_RETRYCANCEL | MB_DEFBUTTON2),
+              m_oTypes[0] & (MB_TYPEMASK | MB_DEFMASK));
     EXPECT_EQ(1, Count("Connect: attempt 1 failed: Programmer not answering."));
     EXPECT_EQ(2, Count("Connect: answered Retry"));
     EXPECT_EQ(1, Count("Connect: attempt 3 succeeded"));
@@ -127,18 +140,16 @@ TEST_F(PatientExecutionTest, RetryUntilSuccessOrCancel)
     EXPECT_EQ(1, *m_poAttempts);
     EXPECT_STREQ("Socket closed.", cancelled.GetLastFailure());
     EXPECT_EQ(1, Count("Connect: answered Cancel"));
-}
 
-TEST_F(PatientExecutionTest, CapAndDisabledDialogs)
-{
+    // Capped: the boxes before the last attempt default to Retry.
     CPatientExecution capped(m_oOut, Work({}), "Erase");
     capped.SetMaxAttempts(3);
     m_oAnswers = {IDRETRY, IDRETRY};
     EXPECT_EQ(CPatientExecution::k_eExhausted, capped.Execute());
     EXPECT_EQ(3, *m_poAttempts);
-    // Nobody is asked after the last attempt; capped, the default is Retry.
-    ASSERT_EQ(2u, m_oShown.size());
-    EXPECT_EQ(0u, m_oTypes[0] & MB_DEFMASK);
+    // Nobody is asked after the last attempt.
+    ASSERT_EQ(5u, m_oShown.size());
+    EXPECT_EQ(0u, m_oTypes[3] & MB_DEFMASK);
     EXPECT_EQ(1, Count("Erase: given up after 3 attempts"));
 
     // No dialogs: no box, the question is logged and the default answers it.
@@ -148,7 +159,7 @@ TEST_F(PatientExecutionTest, CapAndDisabledDialogs)
     EXPECT_EQ(2, Count("Erase: dialogs are disabled, so the default answer applies"));
     CPatientExecution uncapped(m_oOut, Work({"Head 2 cold."}), "Heat");
     EXPECT_EQ(CPatientExecution::k_eCancelled, uncapped.Execute());
-    EXPECT_EQ(2u, m_oShown.size());
+    EXPECT_EQ(5u, m_oShown.size());
     EXPECT_EQ(1, Count("Head 2 cold.\r\n\r\nTry again?"));
     EXPECT_EQ(1, Count("Heat: answered Cancel"));
 }
@@ -156,15 +167,7 @@ TEST_F(PatientExecutionTest, CapAndDisabledDialogs)
 TEST_F(PatientExecutionTest, OtherExceptionsReachTheOwner)
 {
     CPatientExecution execution(m_oOut, Work({"std", ""}), "Connect");
-    try
-    {
-        execution.Execute();
-        ADD_FAILURE() << "Execute did not throw";
-    }
-    catch (const CQlException& e)
-    {
-        EXPECT_STREQ("Socket table corrupt.", e.what());
-    }
+    EXPECT_EQ("Socket table corrupt.", Thrown<CQlException>([&] { execution.Execute(); }));
     EXPECT_EQ(CPatientExecution::k_eStopped, execution.GetResult());
     EXPECT_TRUE(m_oShown.empty());
     EXPECT_EQ(1, Count("The following exception has been caught: Socket table corrupt."));
@@ -174,29 +177,9 @@ TEST_F(PatientExecutionTest, OtherExceptionsReachTheOwner)
 
 TEST_F(PatientExecutionTest, StopAndDestructionDoNotWaitForBlockedWork)
 {
-    struct SGate
-    {
-        std::promise<void> m_oEntered, m_oRelease, m_oLeft;
-        std::shared_future<void> m_oReleased{m_oRelease.get_future().share()};
-        std::atomic<int> m_iCalls{0};
-    };
-    auto blockOnce = [](const std::shared_ptr<SGate>& gate)
-    {
-        return [gate]
-        {
-            if (gate->m_iCalls++ == 0)
-            {
-                gate->m_oEntered.set_value();
-                gate->m_oReleased.wait();
-                gate->m_oLeft.set_value();
-            }
-            return true;
-        };
-    };
-
     // Stop gives the attempt up, and no attempt starts while it still runs.
     auto first = std::make_shared<SGate>();
-    CPatientExecution stopped(m_oOut, blockOnce(first), "Read");
+    CPatientExecution stopped(m_oOut, BlockOnce(first), "Read");
     stopped.Begin();
     first->m_oEntered.get_future().wait();
     EXPECT_FALSE(stopped.Wait(20));
@@ -210,7 +193,7 @@ TEST_F(PatientExecutionTest, StopAndDestructionDoNotWaitForBlockedWork)
     // Destroyed while the work blocks; the work runs on to its end afterwards.
     auto second = std::make_shared<SGate>();
     {
-        CPatientExecution destroyed(m_oOut, blockOnce(second), "Read");
+        CPatientExecution destroyed(m_oOut, BlockOnce(second), "Read");
         destroyed.Begin();
         second->m_oEntered.get_future().wait();
     }
@@ -235,18 +218,10 @@ TEST_F(PatientExecutionTest, ConcurrentBeginsAndDialogToggles)
     // Of two Begins at once exactly one wins, and destruction gives up the winner's blocked work.
     for (int round = 0; round < 50; ++round)
     {
-        std::promise<void> release;
-        std::shared_future<void> released = release.get_future().share();
+        auto gate = std::make_shared<SGate>();
         const auto start = std::chrono::steady_clock::now();
         {
-            CPatientExecution execution(
-                m_oOut,
-                [released]
-                {
-                    released.wait();
-                    return true;
-                },
-                "Race");
+            CPatientExecution execution(m_oOut, BlockOnce(gate), "Race");
             std::atomic<int> won{0};
             std::atomic<bool> go{false};
             auto begin = [&]
@@ -269,7 +244,7 @@ TEST_F(PatientExecutionTest, ConcurrentBeginsAndDialogToggles)
             EXPECT_EQ(1, won.load());
         }
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
-        release.set_value();
+        gate->m_oRelease.set_value();
     }
 
     // Turning dialogs on and off while the run asks.

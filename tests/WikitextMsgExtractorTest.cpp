@@ -1,5 +1,6 @@
 #include "LogRecorder.h"
 #include "RegistrySandbox.h"
+#include "Thrown.h"
 
 #include <cpputil/CppUtil.Exception.Globals.h>
 #include <cpputil/CppUtil.Exception.QlException.h>
@@ -16,6 +17,7 @@
 #include <map>
 #include <memory>
 #include <random>
+#include <type_traits>
 
 #include "AnsiFolder.h"
 #include "McToolListing.h"
@@ -24,8 +26,6 @@ using CppUtil::CWikitextMsgExtractor;
 using CppUtil::Exception::CQlException;
 using CppUtil::Exception::g_sCurrentJobLogDir;
 using CppUtil::Settings::CQLRegistry;
-using CppUtil::Text::CMessageManager;
-using CppUtil::Text::COutput;
 using CppUtil::Text::CWikitextTable;
 
 namespace
@@ -58,15 +58,8 @@ TEST(WikitextMsgExtractorTest, SwitchOnFirstStoreWritesTheLibraryMessagesOnce)
     ASSERT_EQ(ERROR_SUCCESS, RegSetValueExA(switchKey, "Enable", 0, REG_DWORD,
                                             reinterpret_cast<const BYTE*>(&on), sizeof(on)));
     // Off again however the test ends: under Wine the hive is shared with other tests.
-    struct SSwitchOff
-    {
-        HKEY m_hKey;
-        ~SSwitchOff()
-        {
-            RegDeleteValueA(m_hKey, "Enable");
-            RegCloseKey(m_hKey);
-        }
-    } switchOff{switchKey};
+    const auto off = [](HKEY key) { RegDeleteValueA(key, "Enable"), RegCloseKey(key); };
+    const std::unique_ptr<std::remove_pointer_t<HKEY>, decltype(off)> switchOff(switchKey, off);
 
     const std::filesystem::path folder =
         std::filesystem::temp_directory_path() /
@@ -75,18 +68,15 @@ TEST(WikitextMsgExtractorTest, SwitchOnFirstStoreWritesTheLibraryMessagesOnce)
     g_sCurrentJobLogDir = folder.string().c_str();
     const std::filesystem::path file = folder / "cpputil.messages.wiki";
 
-    CLogRecorder recorder;
-    CMessageManager* manager = new CMessageManager;
-    manager->SetLoggingEventHandler(recorder.Handler());
-    COutput out(manager);
+    SRecordedOutput recorded;
     {
-        CQLRegistry first(out, HKEY_CURRENT_USER, sandbox.Section("Any"), KEY_READ);
+        CQLRegistry first(recorded.m_oOut, HKEY_CURRENT_USER, sandbox.Section("Any"), KEY_READ);
     }
     // The switch is read once: a second store leaves the folder alone.
     std::filesystem::path moved = folder / "first.wiki";
     std::filesystem::rename(file, moved);
     {
-        CQLRegistry second(out, HKEY_CURRENT_USER, sandbox.Section("Any"), KEY_READ);
+        CQLRegistry second(recorded.m_oOut, HKEY_CURRENT_USER, sandbox.Section("Any"), KEY_READ);
     }
 
     EXPECT_FALSE(std::filesystem::exists(file));
@@ -95,8 +85,8 @@ TEST(WikitextMsgExtractorTest, SwitchOnFirstStoreWritesTheLibraryMessagesOnce)
     EXPECT_NE(written.find("\n| 2 || MSG_VERBOSE_LOGGING_ENABLED || Verbose logging is enabled."),
               std::string::npos)
         << written;
-    ASSERT_EQ(recorder.Lines().size(), 1u);
-    EXPECT_EQ(recorder.Lines()[0].m_sText,
+    ASSERT_EQ(recorded.m_oRecorder.Lines().size(), 1u);
+    EXPECT_EQ(recorded.m_oRecorder.Lines()[0].m_sText,
               "The library's compiled messages were written as wiki text to " + file.string());
 
     // Without a job-log folder the list goes to the temporary folder; a folder that cannot be
@@ -117,20 +107,11 @@ TEST(WikitextMsgExtractorTest, SwitchOnFirstStoreWritesTheLibraryMessagesOnce)
     EXPECT_EQ(ReadAll(inAnsi), written);
 
     g_sCurrentJobLogDir = (folder / "missing").string().c_str();
-    try
-    {
-        CWikitextMsgExtractor::WriteLibraryMessages();
-        ADD_FAILURE() << "no exception";
-    }
-    catch (const CQlException& e)
-    {
-        EXPECT_EQ(std::string(e.what()).rfind("Could not write the message list to " +
-                                                  (folder / "missing" / file.filename()).string() +
-                                                  ": ",
-                                              0),
-                  0u)
-            << e.what();
-    }
+    const std::string unwritable = "Could not write the message list to " +
+                                   (folder / "missing" / file.filename()).string() + ": ";
+    EXPECT_EQ(unwritable,
+              Thrown<CQlException>([] { CWikitextMsgExtractor::WriteLibraryMessages(); })
+                  .substr(0, unwritable.size()));
     g_sCurrentJobLogDir = "";
     std::filesystem::remove_all(folder);
 }
@@ -160,27 +141,16 @@ TEST(WikitextMsgExtractorTest, HostileTextsStayTextAndRowsFollowTheIds)
 TEST(WikitextMsgExtractorTest, ProgramTableListsAsItsSourceDoes)
 {
     const std::string listed = CWikitextMsgExtractor::ListMessages("", k_oTestNames).Str();
-    EXPECT_NE(listed.find("| 1 || MSG_TEST_LINES || first line<br /><br />third line\n"),
-              std::string::npos)
-        << listed;
-    EXPECT_NE(listed.find("| 5 || MSG_TEST_ESCAPES || Tab\there, 100%% sure<br />last\n"),
-              std::string::npos);
-    EXPECT_NE(listed.find("| 49 || MSG_TEST_GREETING || Hello\n"), std::string::npos);
+    for (const char* row : {"| 1 || MSG_TEST_LINES || first line<br /><br />third line\n",
+                            "| 5 || MSG_TEST_ESCAPES || Tab\there, 100%% sure<br />last\n",
+                            "| 49 || MSG_TEST_GREETING || Hello\n"})
+        EXPECT_NE(listed.find(row), std::string::npos) << row << listed;
     EXPECT_NE(CWikitextMsgExtractor::ListMessages("", {}).Str().find("| 3240296496 ||  || Failed."),
               std::string::npos);
-
     ExpectTheToolListsTheSame(listed);
 
-    try
-    {
-        CWikitextMsgExtractor::ListMessages("no-such-module", {});
-        ADD_FAILURE() << "no exception";
-    }
-    catch (const CQlException& e)
-    {
-        EXPECT_EQ(std::string(e.what()).rfind("Could not list the message table of module "
-                                              "no-such-module: ",
-                                              0),
-                  0u);
-    }
+    const std::string unlisted = "Could not list the message table of module no-such-module: ";
+    EXPECT_EQ(unlisted, Thrown<CQlException>(
+                            [] { CWikitextMsgExtractor::ListMessages("no-such-module", {}); })
+                            .substr(0, unlisted.size()));
 }

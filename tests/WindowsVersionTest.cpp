@@ -6,6 +6,7 @@
 #include <fstream>
 #include <random>
 #include <string>
+#include <utility>
 
 #include "Fifo.h"
 
@@ -13,7 +14,7 @@ using CppUtil::Settings::CWindowsVersion;
 
 TEST(WindowsVersionTest, OsReleaseTextsAndFiles)
 {
-    const char* const k_aCases[][2] = {
+    const std::pair<std::string, std::string> k_aCases[] = {
         {"", ""},
         {"NAME=Fedora\nVERSION='40 (Workstation Edition)'", "Fedora 40 (Workstation Edition)"},
         {"PRETTY_NAME=\"\"\nNAME=\"  Arch  \"", "Arch"},
@@ -23,21 +24,17 @@ TEST(WindowsVersionTest, OsReleaseTextsAndFiles)
         {"PRETTY_NAME=Debian\\ 12\"\"'!'", "Debian 12!"},
         // Later assignments win; lines that are not whole assignments are skipped.
         {"PRETTY_NAME=One\nPRETTY_NAME=\"Broken\nrest\"\nPRETTY_NAME='Two'", "Two"},
-        {"PRETTY_NAME='Broken", ""},
-        {"PRETTY_NAME=Evil rm -rf /", ""},
-        {"export PRETTY_NAME=E\n9PRETTY_NAME=x\nPRETTY-NAME=y\n=z\nPRETTY_NAME", ""},
+        {"PRETTY_NAME=Evil rm -rf /\nexport PRETTY_NAME=E\n9PRETTY_NAME=x\nPRETTY-NAME=y\n=z\n"
+         "PRETTY_NAME\nPRETTY_NAME='Broken",
+         ""},
         {"\xff\xfe=\x01\nPRETTY_NAME=\"\x01\x1b[31mRed\x1b[0m\x07\x7f\"", "[31mRed[0m"},
+        {"PRETTY_NAME=" + std::string(500, 'x'), std::string(100, 'x')},
+        // The cut never splits a character: "é" is two bytes, and the 100th would be its first.
+        {"PRETTY_NAME=" + std::string(99, 'x') + "\xc3\xa9yz", std::string(99, 'x')},
     };
     for (const auto& c : k_aCases)
-        EXPECT_STREQ(c[1], CWindowsVersion::ParseOsRelease(c[0])) << c[0];
-    EXPECT_EQ(std::string(100, 'x'),
-              CWindowsVersion::ParseOsRelease(("PRETTY_NAME=" + std::string(500, 'x')).c_str())
-                  .GetString());
-    // The cut never splits a character: "é" is two bytes, and the 100th would be its first.
-    EXPECT_EQ(std::string(99, 'x'),
-              CWindowsVersion::ParseOsRelease(
-                  ("PRETTY_NAME=" + std::string(99, 'x') + "\xc3\xa9yz").c_str())
-                  .GetString());
+        EXPECT_EQ(c.second, CWindowsVersion::ParseOsRelease(c.first.c_str()).GetString())
+            << c.first;
 
     const std::filesystem::path file =
         std::filesystem::temp_directory_path() /
@@ -60,33 +57,26 @@ TEST(WindowsVersionTest, OsReleaseTextsAndFiles)
 TEST(WindowsVersionTest, NumbersAndAtLeast)
 {
     const CWindowsVersion kernel("Linux", "6.8.0-45-generic", "Ubuntu 24.04.1 LTS");
-    EXPECT_TRUE(kernel.IsAtLeast(6, 8));
-    EXPECT_TRUE(kernel.IsAtLeast(5, 99, 99));
-    EXPECT_FALSE(kernel.IsAtLeast(6, 9));
-    EXPECT_FALSE(kernel.IsAtLeast(6, 8, 1));
+    EXPECT_TRUE(kernel.IsAtLeast(6, 8) && kernel.IsAtLeast(5, 99, 99));
+    EXPECT_FALSE(kernel.IsAtLeast(6, 9) || kernel.IsAtLeast(6, 8, 1));
     EXPECT_STREQ("Linux 6.8.0-45-generic (Ubuntu 24.04.1 LTS)", kernel.ToString());
     const CWindowsVersion windows("Windows", "10.0.19045", "");
-    EXPECT_TRUE(windows.IsAtLeast(10, 0, 19045));
-    EXPECT_FALSE(windows.IsAtLeast(10, 0, 19046));
+    EXPECT_TRUE(windows.IsAtLeast(10, 0, 19045) && !windows.IsAtLeast(10, 0, 19046));
     EXPECT_STREQ("Windows 10.0.19045", windows.ToString());
     EXPECT_STREQ("Unknown system", CWindowsVersion("", "", "").ToString());
 
     // Whatever is not a number counts as 0, and so does everything after it.
-    const struct
-    {
-        const char* m_szRelease;
-        unsigned int m_aNumbers[3];
-    } k_aReleases[] = {{"5.15", {5, 15, 0}},
-                       {"4.x.9", {4, 0, 0}},
-                       {"abc", {0, 0, 0}},
-                       {"3.99999999999.1", {3, 0, 0}},
-                       {"4294967295.1.2.3", {4294967295u, 1, 2}}};
+    const char* const k_aReleases[][2] = {{"5.15", "5.15.0"},
+                                          {"4.x.9", "4.0.0"},
+                                          {"abc", "0.0.0"},
+                                          {"3.99999999999.1", "3.0.0"},
+                                          {"4294967295.1.2.3", "4294967295.1.2"}};
     for (const auto& r : k_aReleases)
     {
-        const CWindowsVersion version("Linux", r.m_szRelease, "");
-        EXPECT_EQ(r.m_aNumbers[0], version.GetMajor()) << r.m_szRelease;
-        EXPECT_EQ(r.m_aNumbers[1], version.GetMinor()) << r.m_szRelease;
-        EXPECT_EQ(r.m_aNumbers[2], version.GetBuild()) << r.m_szRelease;
+        const CWindowsVersion version("Linux", r[0], "");
+        EXPECT_EQ(r[1], std::to_string(version.GetMajor()) + "." +
+                            std::to_string(version.GetMinor()) + "." +
+                            std::to_string(version.GetBuild()));
     }
 
     // The host's own: a system with a version, whichever it is.
