@@ -156,38 +156,28 @@ bool CountsLikeCipher(const unsigned char* counter, std::size_t blocks, cbuf_inc
 
 void aes_init(void) {}
 
-AES_RETURN aes_encrypt_key128(const unsigned char* key, aes_encrypt_ctx cx[1])
-{
-    return SetKey(key, 16, cx);
-}
-AES_RETURN aes_encrypt_key192(const unsigned char* key, aes_encrypt_ctx cx[1])
-{
-    return SetKey(key, 24, cx);
-}
-AES_RETURN aes_encrypt_key256(const unsigned char* key, aes_encrypt_ctx cx[1])
-{
-    return SetKey(key, 32, cx);
-}
-AES_RETURN aes_encrypt_key(const unsigned char* key, int key_len, aes_encrypt_ctx cx[1])
-{
-    return SetKey(key, key_len, cx);
-}
-AES_RETURN aes_decrypt_key128(const unsigned char* key, aes_decrypt_ctx cx[1])
-{
-    return SetKey(key, 16, cx);
-}
-AES_RETURN aes_decrypt_key192(const unsigned char* key, aes_decrypt_ctx cx[1])
-{
-    return SetKey(key, 24, cx);
-}
-AES_RETURN aes_decrypt_key256(const unsigned char* key, aes_decrypt_ctx cx[1])
-{
-    return SetKey(key, 32, cx);
-}
-AES_RETURN aes_decrypt_key(const unsigned char* key, int key_len, aes_decrypt_ctx cx[1])
-{
-    return SetKey(key, key_len, cx);
-}
+// The key set-up functions of one direction, by size and by length.
+#define CPPUTIL_AES_KEY_FUNCTIONS(direction)                                                       \
+    AES_RETURN aes_##direction##_key128(const unsigned char* key, aes_##direction##_ctx cx[1])     \
+    {                                                                                              \
+        return SetKey(key, 16, cx);                                                                \
+    }                                                                                              \
+    AES_RETURN aes_##direction##_key192(const unsigned char* key, aes_##direction##_ctx cx[1])     \
+    {                                                                                              \
+        return SetKey(key, 24, cx);                                                                \
+    }                                                                                              \
+    AES_RETURN aes_##direction##_key256(const unsigned char* key, aes_##direction##_ctx cx[1])     \
+    {                                                                                              \
+        return SetKey(key, 32, cx);                                                                \
+    }                                                                                              \
+    AES_RETURN aes_##direction##_key(const unsigned char* key, int key_len,                        \
+                                     aes_##direction##_ctx cx[1])                                  \
+    {                                                                                              \
+        return SetKey(key, key_len, cx);                                                           \
+    }
+
+CPPUTIL_AES_KEY_FUNCTIONS(encrypt)
+CPPUTIL_AES_KEY_FUNCTIONS(decrypt)
 
 AES_RETURN aes_encrypt(const unsigned char* in, unsigned char* out, const aes_encrypt_ctx cx[1])
 {

@@ -1,6 +1,6 @@
 #include "CppUtil.Gui.CheckableMessageBox.h"
 
-#include "Platform/Kernel/MessageBox.h"
+#include "Platform/Kernel/Runtime.h"
 
 #include <mutex>
 

@@ -83,27 +83,19 @@ CString Visible(CString text)
     return text;
 }
 
-CString OneLine(CString text)
-{
-    text = Visible(text);
-    text.Replace("\r\n", " ");
-    text.Replace("\r", " ");
-    text.Replace("\n", " ");
-    return text;
-}
-
-CString WithCrLf(CString text)
+// Visible text whose line breaks, of whichever kind, are all given as lineBreak.
+CString WithLineBreaks(CString text, const char* lineBreak)
 {
     text = Visible(text);
     text.Replace("\r\n", "\n");
     text.Replace("\r", "\n");
-    text.Replace("\n", "\r\n");
+    text.Replace("\n", lineBreak);
     return text;
 }
 
 CString Underlined(const CString& text, char line)
 {
-    const CString single = OneLine(text);
+    const CString single = WithLineBreaks(text, " ");
     return single + "\r\n" + CString(line, std::max(single.GetLength(), 1)) + "\r\n";
 }
 
@@ -215,13 +207,13 @@ CString CHtmlReport::ToText() const
             text += Underlined(block.m_sText, '-');
             break;
         case EBlock::Paragraph:
-            text += WithCrLf(block.m_sText) + "\r\n";
+            text += WithLineBreaks(block.m_sText, "\r\n") + "\r\n";
             break;
         case EBlock::Warning:
-            text += "Warning: " + WithCrLf(block.m_sText) + "\r\n";
+            text += "Warning: " + WithLineBreaks(block.m_sText, "\r\n") + "\r\n";
             break;
         case EBlock::Error:
-            text += "Error: " + WithCrLf(block.m_sText) + "\r\n";
+            text += "Error: " + WithLineBreaks(block.m_sText, "\r\n") + "\r\n";
             break;
         case EBlock::Table:
         {
@@ -229,14 +221,15 @@ CString CHtmlReport::ToText() const
             for (const std::vector<CString>& row : block.m_oRows)
             {
                 for (std::size_t column = 0; column < row.size(); ++column)
-                    widths[column] = std::max(widths[column], OneLine(row[column]).GetLength());
+                    widths[column] =
+                        std::max(widths[column], WithLineBreaks(row[column], " ").GetLength());
             }
             for (std::size_t row = 0; row < block.m_oRows.size(); ++row)
             {
                 CString line;
                 for (std::size_t column = 0; column < widths.size(); ++column)
                 {
-                    const CString cell = OneLine(block.m_oRows[row][column]);
+                    const CString cell = WithLineBreaks(block.m_oRows[row][column], " ");
                     const CString padding(' ', widths[column] - cell.GetLength());
                     if (column > 0)
                         line += "  ";

@@ -1,4 +1,5 @@
 #include "CppUtil.Text.MessageManager.h"
+#include "CppUtil.Text.Output.h"
 #include "Platform/Kernel/WinMessages.h"
 
 #include "CppUtil.Settings.VerboseLogging.h"
@@ -224,7 +225,7 @@ void CMessageManager::WriteMessageToTrace(const CString& text)
 void CMessageManager::WriteMessageToPrint(const CString& text, const CString& secondText)
 {
     if (COutput* output = m_poOutput.load())
-        AddOutputWndText(*output, text);
+        output->AddText(text);
     if (m_bPrintLogging)
         WriteMessageToLog(text, false, secondText, true, Log);
 }

@@ -220,11 +220,6 @@ void WriteText(COutput& output, const SFinishedText& text)
     output.Write(text);
 }
 
-void AddOutputWndText(COutput& output, const CString& text)
-{
-    output.AddText(text);
-}
-
 CMsgBoxF COutput::MsgBoxF(const char* format, unsigned int type, unsigned int extra)
 {
     return CMsgBoxF(*this, format, type, extra);

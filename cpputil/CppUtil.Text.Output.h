@@ -65,148 +65,57 @@ public:
     bool DialogsEnabled() const { return m_bDialogsEnabled.load(); }
     void DialogsEnabled(bool enabled) { m_bDialogsEnabled.store(enabled); }
 
-    /// Text builders, all made by Build. The first argument is the format; a text second argument
-    /// is the second text; a number is the verbose-logging message id of the log, legacy and HTML
+    /// Text builders, all made by Build. The first argument is the format: a CString (or text that
+    /// makes one) or a CCompiledMsgBase, whose text is loaded. A text second argument is the second
+    /// text; a number (unsigned int) is the verbose-logging message id of the log, legacy and HTML
     /// legacy builders, while the job and APS builders ignore it and set the flag word to 1.
-    CTextOutputBase<TLogF> LogF(const CString& format, const CString& secondText)
+    template <class Format, class Second>
+    CTextOutputBase<TLogF> LogF(const Format& format, const Second& second)
     {
-        return Build<TLogF>(format, secondText);
+        return Build<TLogF>(format, second);
     }
-    CTextOutputBase<TLogF> LogF(const CString& format, unsigned int number)
+    template <class Format, class Second>
+    CTextOutputBase<TLegacyLogF> LegacyLogF(const Format& format, const Second& second)
     {
-        return Build<TLogF>(format, number);
+        return Build<TLegacyLogF>(format, second);
     }
-    CTextOutputBase<TLegacyLogF> LegacyLogF(const CString& format, const CString& secondText)
+    template <class Format, class Second>
+    CTextOutputBase<TJobLogF> JobLogF(const Format& format, const Second& second)
     {
-        return Build<TLegacyLogF>(format, secondText);
+        return Build<TJobLogF>(format, second);
     }
-    CTextOutputBase<TLegacyLogF> LegacyLogF(const CString& format, unsigned int number)
+    template <class Format, class Second>
+    CTextOutputBase<TApsLogF> ApsLogF(const Format& format, const Second& second)
     {
-        return Build<TLegacyLogF>(format, number);
+        return Build<TApsLogF>(format, second);
     }
-    CTextOutputBase<TJobLogF> JobLogF(const CString& format, const CString& secondText)
+    template <class Format, class Second>
+    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const Format& format, const Second& second)
     {
-        return Build<TJobLogF>(format, secondText);
+        return Build<THtmlLegacyLogF>(format, second);
     }
-    CTextOutputBase<TJobLogF> JobLogF(const CString& format, unsigned int number)
+    template <class Format, class Second>
+    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const Format& format, const Second& second)
     {
-        return Build<TJobLogF>(format, number);
+        return Build<THtmlJobLogF>(format, second);
     }
-    CTextOutputBase<TApsLogF> ApsLogF(const CString& format, const CString& secondText)
+    template <class Format, class Second>
+    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const Format& format, const Second& second)
     {
-        return Build<TApsLogF>(format, secondText);
+        return Build<THtmlApsLogF>(format, second);
     }
-    CTextOutputBase<TApsLogF> ApsLogF(const CString& format, unsigned int number)
-    {
-        return Build<TApsLogF>(format, number);
-    }
-    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CString& format,
-                                                    const CString& secondText)
-    {
-        return Build<THtmlLegacyLogF>(format, secondText);
-    }
-    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CString& format, unsigned int number)
-    {
-        return Build<THtmlLegacyLogF>(format, number);
-    }
-    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CString& format, const CString& secondText)
-    {
-        return Build<THtmlJobLogF>(format, secondText);
-    }
-    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CString& format, unsigned int number)
-    {
-        return Build<THtmlJobLogF>(format, number);
-    }
-    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CString& format, const CString& secondText)
-    {
-        return Build<THtmlApsLogF>(format, secondText);
-    }
-    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CString& format, unsigned int number)
-    {
-        return Build<THtmlApsLogF>(format, number);
-    }
-    CTextOutputBase<THtmlLogF> HtmlLogF(const CString& format, const CString& secondText)
+    template <class Format>
+    CTextOutputBase<THtmlLogF> HtmlLogF(const Format& format, const CString& secondText)
     {
         return Build<THtmlLogF>(format, secondText);
     }
-    CTextOutputBase<TPrintF> PrintF(const CString& format, const CString& secondText)
+    template <class Format>
+    CTextOutputBase<TPrintF> PrintF(const Format& format, const CString& secondText)
     {
         return Build<TPrintF>(format, secondText);
     }
-    CTextOutputBase<TTraceF> TraceF(const CString& format)
-    {
-        return Build<TTraceF>(format, CString());
-    }
-    CTextOutputBase<TLogF> LogF(const CCompiledMsgBase& format, const CString& secondText)
-    {
-        return Build<TLogF>(format, secondText);
-    }
-    CTextOutputBase<TLogF> LogF(const CCompiledMsgBase& format, unsigned int number)
-    {
-        return Build<TLogF>(format, number);
-    }
-    CTextOutputBase<TLegacyLogF> LegacyLogF(const CCompiledMsgBase& format,
-                                            const CString& secondText)
-    {
-        return Build<TLegacyLogF>(format, secondText);
-    }
-    CTextOutputBase<TLegacyLogF> LegacyLogF(const CCompiledMsgBase& format, unsigned int number)
-    {
-        return Build<TLegacyLogF>(format, number);
-    }
-    CTextOutputBase<TJobLogF> JobLogF(const CCompiledMsgBase& format, const CString& secondText)
-    {
-        return Build<TJobLogF>(format, secondText);
-    }
-    CTextOutputBase<TJobLogF> JobLogF(const CCompiledMsgBase& format, unsigned int number)
-    {
-        return Build<TJobLogF>(format, number);
-    }
-    CTextOutputBase<TApsLogF> ApsLogF(const CCompiledMsgBase& format, const CString& secondText)
-    {
-        return Build<TApsLogF>(format, secondText);
-    }
-    CTextOutputBase<TApsLogF> ApsLogF(const CCompiledMsgBase& format, unsigned int number)
-    {
-        return Build<TApsLogF>(format, number);
-    }
-    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CCompiledMsgBase& format,
-                                                    const CString& secondText)
-    {
-        return Build<THtmlLegacyLogF>(format, secondText);
-    }
-    CTextOutputBase<THtmlLegacyLogF> HtmlLegacyLogF(const CCompiledMsgBase& format,
-                                                    unsigned int number)
-    {
-        return Build<THtmlLegacyLogF>(format, number);
-    }
-    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CCompiledMsgBase& format,
-                                              const CString& secondText)
-    {
-        return Build<THtmlJobLogF>(format, secondText);
-    }
-    CTextOutputBase<THtmlJobLogF> HtmlJobLogF(const CCompiledMsgBase& format, unsigned int number)
-    {
-        return Build<THtmlJobLogF>(format, number);
-    }
-    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CCompiledMsgBase& format,
-                                              const CString& secondText)
-    {
-        return Build<THtmlApsLogF>(format, secondText);
-    }
-    CTextOutputBase<THtmlApsLogF> HtmlApsLogF(const CCompiledMsgBase& format, unsigned int number)
-    {
-        return Build<THtmlApsLogF>(format, number);
-    }
-    CTextOutputBase<THtmlLogF> HtmlLogF(const CCompiledMsgBase& format, const CString& secondText)
-    {
-        return Build<THtmlLogF>(format, secondText);
-    }
-    CTextOutputBase<TPrintF> PrintF(const CCompiledMsgBase& format, const CString& secondText)
-    {
-        return Build<TPrintF>(format, secondText);
-    }
-    CTextOutputBase<TTraceF> TraceF(const CCompiledMsgBase& format)
+    template <class Format>
+    CTextOutputBase<TTraceF> TraceF(const Format& format)
     {
         return Build<TTraceF>(format, CString());
     }

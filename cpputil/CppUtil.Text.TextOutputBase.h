@@ -89,11 +89,9 @@ struct SFinishedText
     bool m_bHtml;
 };
 
-/// What the builders and the message manager need of a COutput, so that neither depends on its
-/// class: handing it a finished text (COutput::Write), and queueing text for its output window
-/// (COutput::AddText).
+/// What the builders need of a COutput, so that they do not depend on its class: handing it a
+/// finished text (COutput::Write).
 CPPUTIL_API void WriteText(COutput& output, const SFinishedText& text);
-void AddOutputWndText(COutput& output, const CString& text);
 
 /// Collects the arguments of one text and writes it through its COutput when destroyed, at the
 /// end of the statement that made it. Builders move but do not copy: one statement, one text.

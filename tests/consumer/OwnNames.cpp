@@ -10,6 +10,11 @@ typedef unsigned long DWORD;
 
 #include <iostream>
 
+// Nor do they define Win32's values as macros, which would replace the host's own names.
+#if defined(INFINITE) || defined(WM_USER) || defined(MB_OK)
+#error "The installed headers define a Win32 value as a macro"
+#endif
+
 struct HWND__;
 
 namespace

@@ -12,33 +12,11 @@
 namespace
 {
 
-// Opened once and kept for the life of the process.
-class CHashAlgorithms
+BCRYPT_ALG_HANDLE OpenAlgorithm(const wchar_t* name)
 {
-public:
-    CHashAlgorithms()
-        : m_hSha256(Open(BCRYPT_SHA256_ALGORITHM)), m_hSha384(Open(BCRYPT_SHA384_ALGORITHM)),
-          m_hSha512(Open(BCRYPT_SHA512_ALGORITHM))
-    {
-    }
-
-    BCRYPT_ALG_HANDLE m_hSha256;
-    BCRYPT_ALG_HANDLE m_hSha384;
-    BCRYPT_ALG_HANDLE m_hSha512;
-
-private:
-    static BCRYPT_ALG_HANDLE Open(const wchar_t* name)
-    {
-        BCRYPT_ALG_HANDLE algorithm = nullptr;
-        return BCRYPT_SUCCESS(BCryptOpenAlgorithmProvider(&algorithm, name, nullptr, 0)) ? algorithm
-                                                                                         : nullptr;
-    }
-};
-
-const CHashAlgorithms& Algorithms()
-{
-    static const CHashAlgorithms s_oAlgorithms;
-    return s_oAlgorithms;
+    BCRYPT_ALG_HANDLE algorithm = nullptr;
+    return BCRYPT_SUCCESS(BCryptOpenAlgorithmProvider(&algorithm, name, nullptr, 0)) ? algorithm
+                                                                                     : nullptr;
 }
 
 template <typename Context>
@@ -178,41 +156,23 @@ void sha224_final(sha224_ctx* ctx, unsigned char* digest)
     std::memset(ctx, 0, sizeof *ctx);
 }
 
-void sha256_init(sha256_ctx* ctx)
-{
-    CreateHash(ctx, Algorithms().m_hSha256);
-}
-void sha256_update(sha256_ctx* ctx, const unsigned char* message, unsigned int len)
-{
-    HashData(ctx, message, len);
-}
-void sha256_final(sha256_ctx* ctx, unsigned char* digest)
-{
-    FinishHash(ctx, digest, SHA256_DIGEST_SIZE);
-}
+// The streaming functions of one digest on CNG; its algorithm is opened once and kept for the
+// life of the process.
+#define CPPUTIL_SHA2_FUNCTIONS(bits)                                                               \
+    void sha##bits##_init(sha##bits##_ctx* ctx)                                                    \
+    {                                                                                              \
+        static const BCRYPT_ALG_HANDLE s_hAlgorithm = OpenAlgorithm(BCRYPT_SHA##bits##_ALGORITHM); \
+        CreateHash(ctx, s_hAlgorithm);                                                             \
+    }                                                                                              \
+    void sha##bits##_update(sha##bits##_ctx* ctx, const unsigned char* message, unsigned int len)  \
+    {                                                                                              \
+        HashData(ctx, message, len);                                                               \
+    }                                                                                              \
+    void sha##bits##_final(sha##bits##_ctx* ctx, unsigned char* digest)                            \
+    {                                                                                              \
+        FinishHash(ctx, digest, SHA##bits##_DIGEST_SIZE);                                          \
+    }
 
-void sha384_init(sha384_ctx* ctx)
-{
-    CreateHash(ctx, Algorithms().m_hSha384);
-}
-void sha384_update(sha384_ctx* ctx, const unsigned char* message, unsigned int len)
-{
-    HashData(ctx, message, len);
-}
-void sha384_final(sha384_ctx* ctx, unsigned char* digest)
-{
-    FinishHash(ctx, digest, SHA384_DIGEST_SIZE);
-}
-
-void sha512_init(sha512_ctx* ctx)
-{
-    CreateHash(ctx, Algorithms().m_hSha512);
-}
-void sha512_update(sha512_ctx* ctx, const unsigned char* message, unsigned int len)
-{
-    HashData(ctx, message, len);
-}
-void sha512_final(sha512_ctx* ctx, unsigned char* digest)
-{
-    FinishHash(ctx, digest, SHA512_DIGEST_SIZE);
-}
+CPPUTIL_SHA2_FUNCTIONS(256)
+CPPUTIL_SHA2_FUNCTIONS(384)
+CPPUTIL_SHA2_FUNCTIONS(512)

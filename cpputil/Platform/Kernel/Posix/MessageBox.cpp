@@ -1,4 +1,5 @@
 #include "../MessageBox.h"
+#include "../Runtime.h"
 
 #include <cstdio>
 

@@ -19,7 +19,6 @@ typedef std::uint16_t WORD;
 typedef unsigned int UINT;
 typedef std::int64_t LONGLONG;
 typedef std::uint64_t ULONGLONG;
-typedef std::int64_t __int64;
 typedef std::uintptr_t UINT_PTR;
 typedef std::uintptr_t ULONG_PTR;
 typedef std::intptr_t LONG_PTR;

@@ -18,6 +18,8 @@ namespace CppUtil
 namespace Platform
 {
 
+typedef std::int64_t __int64;
+
 // The calling thread's last error. On POSIX the codes are errno values, or the Win32 codes of
 // WinError.h where the layer itself fails the way Windows does.
 DWORD GetLastError();
