@@ -15,8 +15,6 @@
 #include <thread>
 #include <vector>
 
-using CppUtil::Text::CMessageManager;
-using CppUtil::Text::COutput;
 using CppUtil::Thread::CBufferedOutFile;
 
 namespace
@@ -30,7 +28,7 @@ std::vector<std::string> ReadLines(const std::filesystem::path& path, std::strin
     std::stringstream text;
     text << in.rdbuf();
     std::vector<std::string> lines;
-    std::string all = text.str(), line;
+    const std::string all = text.str();
     std::size_t start = 0;
     for (std::size_t end; (end = all.find('\n', start)) != std::string::npos; start = end + 1)
         lines.push_back(all.substr(start, end - start));
@@ -45,12 +43,11 @@ std::string WriterLine(unsigned int number)
     return "line " + std::to_string(number) + " " + std::string(200, 'a' + number % 26);
 }
 
-class BufferedOutFileTest : public ::testing::Test
+class BufferedOutFileTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    BufferedOutFileTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
+    BufferedOutFileTest()
     {
-        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
         const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
         m_oDir =
             std::filesystem::temp_directory_path() / ("cpputil-bof-" + std::string(test->name()) +
@@ -63,9 +60,6 @@ protected:
         std::filesystem::remove_all(m_oDir, error);
     }
 
-    CLogRecorder m_oRecorder;
-    CMessageManager* m_poManager;
-    COutput m_oOut;
     std::filesystem::path m_oDir;
 };
 

@@ -69,12 +69,10 @@ TEST(CompiledMsgTest, LibraryMessagesLoadWithTheirIdAndServeAsFormat)
     EXPECT_TRUE(notice.GetIdDisplayStr().IsEmpty());
     CCompiledMsgBase::IsShowId = boost::function<bool()>();
 
-    CLogRecorder recorder;
-    CppUtil::Text::CMessageManager* manager = new CppUtil::Text::CMessageManager;
-    CppUtil::Text::COutput out(manager);
-    manager->SetLoggingEventHandler(recorder.Handler());
-    out.LogF(CCompiledMsgBase(2, "cpputil", ""), 0u) % "VerboseLogging";
-    out.JobLogF(CCompiledMsgBase(11, "cpputil", ""), "second") % "VerboseLogging";
+    SRecordedOutput log;
+    CLogRecorder& recorder = log.m_oRecorder;
+    log.m_oOut.LogF(CCompiledMsgBase(2, "cpputil", ""), 0u) % "VerboseLogging";
+    log.m_oOut.JobLogF(CCompiledMsgBase(11, "cpputil", ""), "second") % "VerboseLogging";
     ASSERT_EQ(2u, recorder.Lines().size());
     EXPECT_NE(std::string::npos,
               recorder.Lines()[0].m_sText.find("Quillon\\VerboseLogging to zero then restart"));

@@ -17,8 +17,6 @@
 #include <thread>
 #include <vector>
 
-using CppUtil::Text::CMessageManager;
-using CppUtil::Text::COutput;
 using CppUtil::Thread::PumpMessages;
 using CppUtil::Thread::RunMessageLoop;
 using std::chrono::milliseconds;
@@ -132,10 +130,8 @@ void AwaitSentMessage()
 
 TEST(MessageLoopTest, HandlerExceptionReachesOnlyTheCallThatCausedItAndTheRestIsLogged)
 {
-    CLogRecorder recorder;
-    CMessageManager* const manager = new CMessageManager;
-    manager->SetLoggingEventHandler(recorder.Handler());
-    COutput output(manager);
+    SRecordedOutput log;
+    CLogRecorder& recorder = log.m_oRecorder;
     OnFreshThread(
         [&]
         {

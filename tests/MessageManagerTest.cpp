@@ -1,7 +1,6 @@
 #include "LogRecorder.h"
 #include "UiThreadStandIn.h"
 
-#include <cpputil/CppUtil.Settings.VerboseLogging.h>
 #include <cpputil/CppUtil.Text.Output.h>
 
 #include <algorithm>
@@ -50,12 +49,6 @@ TEST_F(MessageManagerTest, PrintedTextIsLoggedLineByLineAndVerboseAreasGateLogLi
     ASSERT_EQ(5u, m_oRecorder.Lines().size());
     EXPECT_EQ("x\r\ny", m_oRecorder.Lines()[3].m_sText);
     EXPECT_EQ("p\nq", m_oRecorder.Lines()[4].m_sText);
-
-    CString prefix("unchanged");
-    EXPECT_TRUE(CppUtil::Settings::CVerboseLogging::IsMessageEnabled(0, prefix));
-    EXPECT_FALSE(CppUtil::Settings::CVerboseLogging::IsMessageEnabled(0xFFFFFFFF, prefix));
-    EXPECT_EQ(CString("unchanged"), prefix);
-    EXPECT_FALSE(CppUtil::Settings::CVerboseLogging::IsApsLoggingEnabled());
 }
 
 TEST_F(MessageManagerTest, SwitchesAndHandler)
