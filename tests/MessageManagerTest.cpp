@@ -27,13 +27,12 @@ TEST_F(MessageManagerTest, PrintedTextIsLoggedLineByLineAndVerboseAreasGateLogLi
     CUiThreadStandIn ui;
     m_oOut.PrintF("a\r\n\r\nb", "second");
     m_oOut.PrintF("\n\rc\r", "");
-    const std::vector<SLogLine> lines = m_oRecorder.Lines();
-    ASSERT_EQ(3u, lines.size());
-    EXPECT_EQ("a", lines[0].m_sText);
-    EXPECT_EQ("second", lines[0].m_sSecondText);
-    EXPECT_EQ("b", lines[1].m_sText);
-    EXPECT_EQ("second", lines[1].m_sSecondText);
-    EXPECT_EQ("c", lines[2].m_sText);
+    std::vector<std::pair<std::string, std::string>> lines;
+    for (const SLogLine& line : m_oRecorder.Lines())
+        lines.emplace_back(line.m_sText, line.m_sSecondText);
+    EXPECT_EQ((std::vector<std::pair<std::string, std::string>>{
+                  {"a", "second"}, {"b", "second"}, {"c", ""}}),
+              lines);
     // The output window gets the text whole.
     EXPECT_TRUE(ui.PumpUntil([this] { return m_oRecorder.WindowLines().size() >= 2; }));
     ASSERT_EQ(2u, m_oRecorder.WindowLines().size());
