@@ -175,7 +175,7 @@ TEST_F(MessageManagerTest, WritingWhileManagersComeAndGoIsRaceFree)
     EXPECT_GE(received.load(), 4000);
 }
 
-TEST_F(MessageManagerTest, AssignedOrCopiedManagerOutlivesWhatItWasCopiedFrom)
+TEST_F(MessageManagerTest, AssignedOrCopiedManagerOutlivesItsSourceAndReplacedHandlersAreFreed)
 {
     CUiThreadStandIn ui;
     // The token counts the copies of the handler that are still alive.
@@ -219,13 +219,10 @@ TEST_F(MessageManagerTest, AssignedOrCopiedManagerOutlivesWhatItWasCopiedFrom)
     *target = CMessageManager();
     out.LogF("nowhere", 0u);
     EXPECT_EQ(2u, recorder.Lines().size());
-}
 
-TEST_F(MessageManagerTest, ReplacedHandlerIsFreedOnceNoCallUsesIt)
-{
-    // The tokens count the copies of each handler that are still alive.
-    auto token = std::make_shared<int>(0);
-    const auto counted = [token](const char*, bool, const char*, ELogEntryDestination) {};
+    // A replaced handler is freed once no call uses it.
+    auto counter = std::make_shared<int>(0);
+    const auto counted = [counter](const char*, bool, const char*, ELogEntryDestination) {};
     CMessageManager other;
     for (int i = 0; i < 1000; ++i)
     {
@@ -233,7 +230,7 @@ TEST_F(MessageManagerTest, ReplacedHandlerIsFreedOnceNoCallUsesIt)
         other.SetLoggingEventHandler(counted);
         *m_poManager = other;
     }
-    EXPECT_LE(token.use_count(), 4);
+    EXPECT_LE(counter.use_count(), 4);
 
     // A handler replaced while it runs on another thread lives until that call returns.
     std::promise<void> entered, release;
