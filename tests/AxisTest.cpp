@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <string>
 
 using namespace CppUtil::Gui::Chart;
@@ -100,16 +101,14 @@ TEST(AxisTest, TimeAxisLabelsAreCompound)
 TEST(AxisTest, ExtentsMarginsAndClamping)
 {
     // All negative: the empty range's tiny maximum survives, so the range reaches zero.
-    CAxis negative = MakeAxis({5, 9}, -5, -3, CAxis::Y_AXIS);
-    EXPECT_NEAR(-5.1, negative.GetCurrentExtents().m_dMinimum, 1e-12);
-    EXPECT_NEAR(0.1, negative.GetCurrentExtents().m_dMaximum, 1e-12);
-
-    CAxis constant = MakeAxis({5, 9}, 5, 5, CAxis::Y_AXIS);
-    EXPECT_NEAR(4.99, constant.GetCurrentExtents().m_dMinimum, 1e-12);
-    EXPECT_NEAR(5.01, constant.GetCurrentExtents().m_dMaximum, 1e-12);
-    CAxis zero = MakeAxis({5, 9}, 0, 0, CAxis::Y_AXIS);
-    EXPECT_NEAR(0.0, zero.GetCurrentExtents().m_dMinimum, 1e-300);
-    EXPECT_NEAR(0.0, zero.GetCurrentExtents().m_dMaximum, 1e-300);
+    const double margins[][5] = {
+        {-5, -3, -5.1, 0.1, 1e-12}, {5, 5, 4.99, 5.01, 1e-12}, {0, 0, 0, 0, 1e-300}};
+    for (const auto& m : margins)
+    {
+        CAxis y = MakeAxis({5, 9}, m[0], m[1], CAxis::Y_AXIS);
+        EXPECT_NEAR(m[2], y.GetCurrentExtents().m_dMinimum, m[4]) << m[0] << ".." << m[1];
+        EXPECT_NEAR(m[3], y.GetCurrentExtents().m_dMaximum, m[4]) << m[0] << ".." << m[1];
+    }
 
     // X: no margin; the user's range survives new data, the Y axis always shows all.
     CAxis x = MakeAxis({8, 12}, 2, 8);
@@ -189,24 +188,21 @@ TEST(AxisTest, ScrollingStaysInsideTheDataAndKeepsTheWidth)
 {
     CAxis axis = MakeAxis({8, 12}, 0, 100);
     axis.SetCurrentExtents(CAxis::CExtents(40, 60));
-    axis.ScrollBy(1000);
-    EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(80, 100));
-    axis.ScrollPageRight();
-    EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(80, 100));
-    axis.ScrollBy(-1000);
-    EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(0, 20));
-    axis.ScrollLeft();
-    EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(0, 20));
     // 0..20 has ticks every 2.
-    axis.ScrollRight();
-    EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(2, 22));
-    axis.ScrollPageRight();
-    EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(22, 42));
-    axis.ScrollPageLeft();
-    axis.ScrollLeft();
-    EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(0, 20));
-    axis.ScrollTo(50);
-    EXPECT_TRUE(axis.GetCurrentExtents() == CAxis::CExtents(50, 70));
+    const std::pair<std::function<void()>, CAxis::CExtents> steps[] = {
+        {[&] { axis.ScrollBy(1000); }, {80, 100}},
+        {[&] { axis.ScrollPageRight(); }, {80, 100}},
+        {[&] { axis.ScrollBy(-1000); }, {0, 20}},
+        {[&] { axis.ScrollLeft(); }, {0, 20}},
+        {[&] { axis.ScrollRight(); }, {2, 22}},
+        {[&] { axis.ScrollPageRight(); }, {22, 42}},
+        {[&] { axis.ScrollPageLeft(), axis.ScrollLeft(); }, {0, 20}},
+        {[&] { axis.ScrollTo(50); }, {50, 70}}};
+    for (std::size_t i = 0; i < std::size(steps); ++i)
+    {
+        steps[i].first();
+        EXPECT_TRUE(axis.GetCurrentExtents() == steps[i].second) << "step " << i;
+    }
     EXPECT_EQ("50 52 54 56 58 60 62 64 66 68 70", Labels(axis));
 }
 

@@ -15,8 +15,6 @@
 #include <thread>
 #include <vector>
 
-using CppUtil::Text::CMessageManager;
-using CppUtil::Text::COutput;
 using CppUtil::Thread::CBufferedOutFile;
 
 namespace
@@ -30,7 +28,7 @@ std::vector<std::string> ReadLines(const std::filesystem::path& path, std::strin
     std::stringstream text;
     text << in.rdbuf();
     std::vector<std::string> lines;
-    std::string all = text.str(), line;
+    const std::string all = text.str();
     std::size_t start = 0;
     for (std::size_t end; (end = all.find('\n', start)) != std::string::npos; start = end + 1)
         lines.push_back(all.substr(start, end - start));
@@ -45,12 +43,11 @@ std::string WriterLine(unsigned int number)
     return "line " + std::to_string(number) + " " + std::string(200, 'a' + number % 26);
 }
 
-class BufferedOutFileTest : public ::testing::Test
+class BufferedOutFileTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    BufferedOutFileTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
+    BufferedOutFileTest()
     {
-        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
         const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
         m_oDir =
             std::filesystem::temp_directory_path() / ("cpputil-bof-" + std::string(test->name()) +
@@ -63,9 +60,6 @@ protected:
         std::filesystem::remove_all(m_oDir, error);
     }
 
-    CLogRecorder m_oRecorder;
-    CMessageManager* m_poManager;
-    COutput m_oOut;
     std::filesystem::path m_oDir;
 };
 
@@ -110,7 +104,7 @@ TEST_F(BufferedOutFileTest, LinesFromManyThreadsArriveWholeInOrderAndNoneIsLostA
     }
 }
 
-TEST_F(BufferedOutFileTest, AFileThatCannotBeOpenedKeepsItsLinesAndIsReportedOnce)
+TEST_F(BufferedOutFileTest, UnopenableFileKeepsItsLinesAndStartCutsAnUnfinishedLastLine)
 {
     const std::filesystem::path dir = m_oDir / "later";
     const std::filesystem::path path = dir / "job.log";
@@ -132,37 +126,35 @@ TEST_F(BufferedOutFileTest, AFileThatCannotBeOpenedKeepsItsLinesAndIsReportedOnc
     EXPECT_EQ((std::vector<std::string>{"one", "two", "three", "four"}), ReadLines(path));
     ASSERT_EQ(2u, m_oRecorder.Lines().size());
     EXPECT_NE(std::string::npos, m_oRecorder.Lines()[1].m_sText.find("is written again"));
-}
 
-TEST_F(BufferedOutFileTest, StartCutsAnUnfinishedLastLineAndKeepsEverythingBefore)
-{
-    const std::filesystem::path path = m_oDir / "aps.log";
+    // Start cuts an unfinished last line and keeps everything before.
+    const std::filesystem::path aps = m_oDir / "aps.log";
     // More than one read chunk of whole lines, then a remnant with no line end.
     std::string text;
     for (int i = 0; i < 500; ++i)
         text += WriterLine(i) + "\n";
-    std::ofstream(path, std::ios::binary) << text << "line 500 aaa";
+    std::ofstream(aps, std::ios::binary) << text << "line 500 aaa";
     {
-        CBufferedOutFile file(m_oOut, path.string().c_str());
-        file.Start();
-        file.AddLine("after");
+        CBufferedOutFile reopened(m_oOut, aps.string().c_str());
+        reopened.Start();
+        reopened.AddLine("after");
     }
     std::string tail;
-    std::vector<std::string> lines = ReadLines(path, &tail);
+    std::vector<std::string> lines = ReadLines(aps, &tail);
     EXPECT_EQ("", tail);
     ASSERT_EQ(501u, lines.size());
     EXPECT_EQ(WriterLine(499), lines[499]);
     EXPECT_EQ("after", lines[500]);
 
     // A file of one unfinished line is emptied; a whole file is left alone.
-    std::ofstream(path, std::ios::binary) << "no line end";
+    std::ofstream(aps, std::ios::binary) << "no line end";
     for (int round = 0; round < 2; ++round)
     {
-        CBufferedOutFile file(m_oOut, path.string().c_str());
-        file.Start();
-        file.AddLine("kept");
+        CBufferedOutFile reopened(m_oOut, aps.string().c_str());
+        reopened.Start();
+        reopened.AddLine("kept");
     }
-    EXPECT_EQ((std::vector<std::string>{"kept", "kept"}), ReadLines(path, &tail));
+    EXPECT_EQ((std::vector<std::string>{"kept", "kept"}), ReadLines(aps, &tail));
     EXPECT_EQ("", tail);
 }
 

@@ -49,9 +49,7 @@ protected:
 
 TEST_F(ChartTest, FailuresNameTheirPlaceAndAddNothing)
 {
-    CLogRecorder recorder;
-    CppUtil::Text::CMessageManager manager;
-    manager.SetLoggingEventHandler(recorder.Handler());
+    SRecordedOutput log;
     m_oChart.AddCategory("Yield", CHART);
     m_oChart.AddCategory("Reject", FLAG);
     m_oChart.AddCategory("Note", CCategory::OPEN_IN_EXTERNAL_VIEWER);
@@ -72,7 +70,7 @@ TEST_F(ChartTest, FailuresNameTheirPlaceAndAddNothing)
     ASSERT_NO_THROW(m_oChart.AddData("Note", 1, 2));
     EXPECT_TRUE(m_oChart.IsDataEmpty());
     EXPECT_FALSE(m_oChart.IsCategoriesEmpty());
-    const std::vector<SLogLine> lines = recorder.Lines();
+    const std::vector<SLogLine> lines = log.m_oRecorder.Lines();
     ASSERT_EQ(1u, lines.size());
     EXPECT_EQ("Assertion failed: spoCategory->IsFlagable() || spoCategory->IsChartable(), file "
               "CppUtil.Gui.Chart.Chart, line 152",
@@ -186,7 +184,7 @@ TEST_F(ChartTest, TheSelectorDecidesWhichEventsAndMarkersShow)
     EXPECT_EQ("AB", Letters(graph.GetVisibleEventMarkers()));
 }
 
-TEST_F(ChartTest, LayoutGivesTheListTheRightEdgeOnceThereAreEvents)
+TEST_F(ChartTest, LayoutAndExtentsFollowTheDataUntilTheUserChangesThem)
 {
     const CRect area(10, 20, 810, 620);
     m_oChart.Position(area);
@@ -199,10 +197,8 @@ TEST_F(ChartTest, LayoutGivesTheListTheRightEdgeOnceThereAreEvents)
     m_oChart.Position(area);
     EXPECT_EQ(CRect(10, 20, 545, 620), m_oChart.GetGraph().GetRect());
     EXPECT_EQ(CRect(550, 20, 810, 620), m_oChart.GetEventList().GetRect());
-}
 
-TEST_F(ChartTest, GraphShowsAllTheDataUntilTheUserZooms)
-{
+    // The graph shows all the data until the user zooms.
     m_oChart.AddCategory("Short", CHART);
     m_oChart.AddCategory("Long", CHART);
     m_oChart.AddData("Short", 0, 1);

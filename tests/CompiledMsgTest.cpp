@@ -1,4 +1,5 @@
 #include "LogRecorder.h"
+#include "Thrown.h"
 
 #include <cpputil/CppUtil.CompiledMsg.h>
 #include <cpputil/CppUtil.Exception.QlException.h>
@@ -8,6 +9,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -67,12 +69,10 @@ TEST(CompiledMsgTest, LibraryMessagesLoadWithTheirIdAndServeAsFormat)
     EXPECT_TRUE(notice.GetIdDisplayStr().IsEmpty());
     CCompiledMsgBase::IsShowId = boost::function<bool()>();
 
-    CLogRecorder recorder;
-    CppUtil::Text::CMessageManager* manager = new CppUtil::Text::CMessageManager;
-    CppUtil::Text::COutput out(manager);
-    manager->SetLoggingEventHandler(recorder.Handler());
-    out.LogF(CCompiledMsgBase(2, "cpputil", ""), 0u) % "VerboseLogging";
-    out.JobLogF(CCompiledMsgBase(11, "cpputil", ""), "second") % "VerboseLogging";
+    SRecordedOutput log;
+    CLogRecorder& recorder = log.m_oRecorder;
+    log.m_oOut.LogF(CCompiledMsgBase(2, "cpputil", ""), 0u) % "VerboseLogging";
+    log.m_oOut.JobLogF(CCompiledMsgBase(11, "cpputil", ""), "second") % "VerboseLogging";
     ASSERT_EQ(2u, recorder.Lines().size());
     EXPECT_NE(std::string::npos,
               recorder.Lines()[0].m_sText.find("Quillon\\VerboseLogging to zero then restart"));
@@ -92,17 +92,10 @@ TEST(CompiledMsgTest, LoadFailureNamesIdModuleAndSystemReason)
     const std::string noTable = LoadFailure(1, "");
     EXPECT_NE(noTable.find(SystemText(ERROR_RESOURCE_DATA_NOT_FOUND)), std::string::npos)
         << noTable;
-    try
-    {
-        CppUtil::CWikitextMsgExtractor::ListMessages("", {});
-        ADD_FAILURE() << "listed a table the program does not have";
-    }
-    catch (const CppUtil::Exception::CQlException& e)
-    {
-        EXPECT_NE(std::string(e.what()).find(SystemText(ERROR_RESOURCE_DATA_NOT_FOUND)),
-                  std::string::npos)
-            << e.what();
-    }
+    EXPECT_NE(Thrown<CppUtil::Exception::CQlException>(
+                  [] { CppUtil::CWikitextMsgExtractor::ListMessages("", {}); })
+                  .find(SystemText(ERROR_RESOURCE_DATA_NOT_FOUND)),
+              std::string::npos);
 
     EXPECT_EQ(0u,
               LoadFailure(5, "no-such-module")
@@ -110,22 +103,18 @@ TEST(CompiledMsgTest, LoadFailureNamesIdModuleAndSystemReason)
     // The failure is not mistaken for another, nor another for it.
     EXPECT_NE(LoadFailure(5, "no-such-module"), missingId);
     EXPECT_FALSE(CCompiledMsgBase::CheckException());
-    try
-    {
-        CppUtil::Exception::ThrowQlException("Disk full", "f", "file", 1);
-    }
-    catch (...)
-    {
-        EXPECT_FALSE(CCompiledMsgBase::CheckException());
-    }
-    try
-    {
-        throw std::runtime_error("Could not load compiled message with ID 1");
-    }
-    catch (...)
-    {
-        EXPECT_FALSE(CCompiledMsgBase::CheckException());
-    }
+    const std::function<void()> others[] = {
+        [] { CppUtil::Exception::ThrowQlException("Disk full", "f", "file", 1); },
+        [] { throw std::runtime_error("Could not load compiled message with ID 1"); }};
+    for (const std::function<void()>& other : others)
+        try
+        {
+            other();
+        }
+        catch (...)
+        {
+            EXPECT_FALSE(CCompiledMsgBase::CheckException());
+        }
 }
 
 TEST(CompiledMsgTest, WriteToFileFlattensAndCuts)

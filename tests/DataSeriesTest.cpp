@@ -33,7 +33,7 @@ CDataSeries MakeRamp(unsigned int count)
 
 } // namespace
 
-TEST(DataSeriesTest, VisibleRangeTakesOnePointBeyondEachEdgeAndSetsTheSamplePeriod)
+TEST(DataSeriesTest, VisibleRangeAndClosestPointFollowTheSamplePeriod)
 {
     CDataSeries series = MakeRamp(20001);
     CAxis x = MakeXAxis(0, 20000);
@@ -75,19 +75,17 @@ TEST(DataSeriesTest, VisibleRangeTakesOnePointBeyondEachEdgeAndSetsTheSamplePeri
     empty.OnVisibleXExtentsChanged(x);
     EXPECT_EQ(std::make_pair(0u, 0u), empty.GetVisibleDatumXExtents());
     EXPECT_EQ(CDatum(), empty.GetDatumClosestTo(CDatum(5, 5)));
-}
 
-TEST(DataSeriesTest, ClosestPointIsFoundByXInStepsOfTheSamplePeriod)
-{
-    CDataSeries series("tens");
+    // The closest point is found by x in steps of the sample period.
+    CDataSeries tens("tens");
     for (int i = 0; i <= 10; ++i)
-        series.Add(CDatum(10.0 * i, i));
-    CAxis x = MakeXAxis(0, 100);
-    series.OnVisibleXExtentsChanged(x);
-    EXPECT_EQ(CDatum(20, 2), series.GetDatumClosestTo(CDatum(15, 99))); // a tie: the later
-    EXPECT_EQ(CDatum(10, 1), series.GetDatumClosestTo(CDatum(14.9, 0)));
-    EXPECT_EQ(CDatum(0, 0), series.GetDatumClosestTo(CDatum(-50, 0)));
-    EXPECT_EQ(CDatum(100, 10), series.GetDatumClosestTo(CDatum(1e9, 0)));
+        tens.Add(CDatum(10.0 * i, i));
+    CAxis tensX = MakeXAxis(0, 100);
+    tens.OnVisibleXExtentsChanged(tensX);
+    EXPECT_EQ(CDatum(20, 2), tens.GetDatumClosestTo(CDatum(15, 99))); // a tie: the later
+    EXPECT_EQ(CDatum(10, 1), tens.GetDatumClosestTo(CDatum(14.9, 0)));
+    EXPECT_EQ(CDatum(0, 0), tens.GetDatumClosestTo(CDatum(-50, 0)));
+    EXPECT_EQ(CDatum(100, 10), tens.GetDatumClosestTo(CDatum(1e9, 0)));
 
     // Thinned: the stop is the first sampled point at or right of the mouse, then only its
     // direct neighbour is compared, never the points skipped in between.

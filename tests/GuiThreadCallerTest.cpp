@@ -20,7 +20,7 @@ using CppUtil::Thread::CGuiThreadCaller;
 using CppUtil::Thread::CInterThreadCaller;
 using CppUtil::Thread::RunMessageLoop;
 
-TEST_ON_FRESH_THREAD(GuiThreadCallerTest, UnhookedCallsRunAtOnceOnTheCallingThread)
+TEST_ON_FRESH_THREAD(GuiThreadCallerTest, UnhookedCallsRunAtOnceAndHookingTwiceIsRefused)
 {
     std::vector<DWORD> threads;
     const std::function<void()> record = [&threads] { threads.push_back(GetCurrentThreadId()); };
@@ -31,10 +31,7 @@ TEST_ON_FRESH_THREAD(GuiThreadCallerTest, UnhookedCallsRunAtOnceOnTheCallingThre
     EXPECT_EQ(std::vector<DWORD>(3, GetCurrentThreadId()), threads);
     EXPECT_THROW(CGuiThreadCaller::Fire([] { throw std::runtime_error("inline call"); }),
                  std::runtime_error);
-}
 
-TEST_ON_FRESH_THREAD(GuiThreadCallerTest, HookingTwiceOrUnhookingNothingRaisesTheAssertion)
-{
     EXPECT_EQ("NULL != s_poCaller",
               ThrownAt([] { CGuiThreadCaller::Unhook(); },
                        "CppUtil::Thread::CGuiThreadCaller::Unhook", "GuiThreadCaller", 81));

@@ -17,14 +17,12 @@
 #include <thread>
 #include <vector>
 
-using CppUtil::Text::CMessageManager;
-using CppUtil::Text::COutput;
 using CppUtil::Thread::PumpMessages;
 using CppUtil::Thread::RunMessageLoop;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-TEST_ON_FRESH_THREAD(MessageLoopTest, QuitEndsTheLoopWithItsCodeAfterThePostedMessages)
+TEST_ON_FRESH_THREAD(MessageLoopTest, QuitEndsTheLoopsAfterThePostedMessagesAndPumpingAfterItsTime)
 {
     CRecorderWnd window;
     std::vector<WPARAM> handled;
@@ -49,11 +47,8 @@ TEST_ON_FRESH_THREAD(MessageLoopTest, QuitEndsTheLoopWithItsCodeAfterThePostedMe
     CppUtil::Thread::PostQuitMessage(0);
     EXPECT_EQ(0, RunMessageLoop());
     EXPECT_EQ((std::vector<WPARAM>{1, 2, 3, 5}), handled);
-}
 
-TEST_ON_FRESH_THREAD(MessageLoopTest, PumpMessagesRunsForItsTimeOrUntilQuit)
-{
-    CRecorderWnd window;
+    // PumpMessages runs for its time or until a quit.
     const HWND hWnd = window.m_hWnd;
     window.m_fnHandler = [](UINT, WPARAM wParam, LPARAM) -> LRESULT
     {
@@ -132,10 +127,8 @@ void AwaitSentMessage()
 
 TEST(MessageLoopTest, HandlerExceptionReachesOnlyTheCallThatCausedItAndTheRestIsLogged)
 {
-    CLogRecorder recorder;
-    CMessageManager* const manager = new CMessageManager;
-    manager->SetLoggingEventHandler(recorder.Handler());
-    COutput output(manager);
+    SRecordedOutput log;
+    CLogRecorder& recorder = log.m_oRecorder;
     OnFreshThread(
         [&]
         {

@@ -93,7 +93,7 @@ TEST(MessageTableTest, LibraryTableHoldsItsMessagesLetterForLetterAndNoOthers)
     EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
 }
 
-TEST(MessageTableTest, ProgramTableIsTheExecutablesWithItsLanguages)
+TEST(MessageTableTest, ProgramTableIsTheExecutablesWithItsLanguagesAndInserts)
 {
     const HMODULE program = GetModuleHandleA(nullptr);
     ASSERT_NE(nullptr, program);
@@ -117,11 +117,8 @@ TEST(MessageTableTest, ProgramTableIsTheExecutablesWithItsLanguages)
     EXPECT_EQ(static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND), GetLastError());
     EXPECT_EQ("", Load(k_dwModule, program, MSG_TEST_GREETING, 0x40C));
     EXPECT_EQ(static_cast<DWORD>(ERROR_RESOURCE_LANG_NOT_FOUND), GetLastError());
-}
 
-TEST(MessageTableTest, InsertsKeptWhenIgnoredAndAppliedOtherwise)
-{
-    const HMODULE program = GetModuleHandleA(nullptr);
+    // Inserts are kept when ignored and applied otherwise.
     EXPECT_EQ("Lot %1!d! of %2 keeps %s as it is.\r\n",
               Load(k_dwModule, program, MSG_TEST_INSERTS));
 

@@ -96,7 +96,7 @@ TEST_F(MsgBoxFTest, TemporaryShowsAtEndOfStatementAndIsLoggedHtmlAsHtml)
     EXPECT_EQ("<b>Lot A-17</b> failed:<br />3 &lt; 5", m_oRecorder.Lines()[1].m_sText);
 }
 
-TEST_F(MsgBoxFTest, DialogsDisabledLogsPlainBoxesOnly)
+TEST_F(MsgBoxFTest, DialogsDisabledLogsPlainBoxesOnlyAndStillRemembersThem)
 {
     m_oOut.DialogsEnabled(false);
     {
@@ -104,17 +104,29 @@ TEST_F(MsgBoxFTest, DialogsDisabledLogsPlainBoxesOnly)
         box % "this";
         EXPECT_EQ(0, box.Show());
     }
-    EXPECT_TRUE(m_oUser.m_oShown.empty());
     // Logged instead of shown, then logged as every shown box is.
     ASSERT_EQ(2u, m_oRecorder.Lines().size());
     EXPECT_EQ("Nobody reads this", m_oRecorder.Lines()[0].m_sText);
+    auto warn = [this](int head, int selection)
+    {
+        CMsgBoxF box = m_oOut.MsgBoxF("Head %d is cold.", MB_OK, 0);
+        box % CMsgBoxF::SuppressSimiliar % CMsgBoxF::ShowOnShow % head;
+        box.SetRegisteredSelection(selection);
+        return box.Show();
+    };
+    EXPECT_EQ(0, warn(1, 42));
+    EXPECT_EQ(4u, m_oRecorder.Lines().size());
+    EXPECT_EQ(42, warn(2, 7));
+    ASSERT_EQ(5u, m_oRecorder.Lines().size());
+    EXPECT_EQ("Head 2 is cold.", m_oRecorder.Lines()[4].m_sText);
+    EXPECT_TRUE(m_oUser.m_oShown.empty());
 
     m_oUser.Answer(IDYES);
     EXPECT_EQ(IDYES, (m_oOut.MsgBoxF("Really?", MB_YESNO, 0) % CMsgBoxF::ShowOnShow).Show());
     EXPECT_EQ(1u, m_oUser.m_oShown.size());
 }
 
-TEST_F(MsgBoxFTest, TickedBoxIsRememberedUnlessCancelled)
+TEST_F(MsgBoxFTest, TickedBoxIsRememberedUnlessCancelledAndSimilarBoxesAreSuppressed)
 {
     auto ask = [this](const char* lot)
     {
@@ -136,10 +148,8 @@ TEST_F(MsgBoxFTest, TickedBoxIsRememberedUnlessCancelled)
     EXPECT_EQ(IDNO, ask("B"));
     EXPECT_EQ(4u, m_oUser.m_oShown.size());
     EXPECT_TRUE(m_oOut.IsMessageRegistered("Overwrite lot A?"));
-}
 
-TEST_F(MsgBoxFTest, SuppressSimilarAnswersEveryBoxOfTheFormat)
-{
+    // Suppressing similar boxes answers every box of the format.
     auto warn = [this](int nozzle)
     {
         return (m_oOut.MsgBoxF("Nozzle %d is worn.", MB_OKCANCEL, 0) % CMsgBoxF::SuppressSimiliar %
@@ -149,7 +159,7 @@ TEST_F(MsgBoxFTest, SuppressSimilarAnswersEveryBoxOfTheFormat)
     m_oUser.Answer(IDCANCEL);
     EXPECT_EQ(IDCANCEL, warn(1));
     EXPECT_EQ(IDCANCEL, warn(2));
-    EXPECT_EQ(1u, m_oUser.m_oShown.size());
+    EXPECT_EQ(5u, m_oUser.m_oShown.size());
     EXPECT_EQ(IDCANCEL, m_oOut.GetValue("Nozzle %d is worn."));
 
     // The registered selection is remembered in place of the button.
@@ -160,25 +170,6 @@ TEST_F(MsgBoxFTest, SuppressSimilarAnswersEveryBoxOfTheFormat)
     EXPECT_EQ(42, (m_oOut.MsgBoxF("Head %d is cold.", MB_OK, 0) % CMsgBoxF::SuppressSimiliar %
                    CMsgBoxF::ShowOnShow % 5)
                       .Show());
-}
-
-TEST_F(MsgBoxFTest, BoxLoggedWhileDialogsAreOffIsRememberedAllTheSame)
-{
-    m_oOut.DialogsEnabled(false);
-    auto warn = [this](int head, int selection)
-    {
-        CMsgBoxF box = m_oOut.MsgBoxF("Head %d is cold.", MB_OK, 0);
-        box % CMsgBoxF::SuppressSimiliar % CMsgBoxF::ShowOnShow % head;
-        box.SetRegisteredSelection(selection);
-        return box.Show();
-    };
-    EXPECT_EQ(0, warn(1, 42));
-    // Logged in place of the box, then as every box is.
-    EXPECT_EQ(2u, m_oRecorder.Lines().size());
-    EXPECT_EQ(42, warn(2, 7));
-    ASSERT_EQ(3u, m_oRecorder.Lines().size());
-    EXPECT_EQ("Head 2 is cold.", m_oRecorder.Lines()[2].m_sText);
-    EXPECT_TRUE(m_oUser.m_oShown.empty());
 }
 
 TEST(HtmlDlgTest, PlainTextOfAPage)

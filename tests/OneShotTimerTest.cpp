@@ -131,7 +131,7 @@ TEST_ON_FRESH_THREAD(OneShotTimerTest, StoppedOrDestroyedBeforeItFiresNeverCalls
     EXPECT_EQ(1, probe.m_iCount.load());
 }
 
-TEST_ON_FRESH_THREAD(OneShotTimerTest, TickPostedBeforeStopOrRetriggerIsIgnored)
+TEST_ON_FRESH_THREAD(OneShotTimerTest, TickPostedBeforeStopOrRetriggerIsIgnoredAndRefusalRaises)
 {
     STimerProbe probe;
     CTestTimer timer(probe.Delegate(), "");
@@ -154,19 +154,17 @@ TEST_ON_FRESH_THREAD(OneShotTimerTest, TickPostedBeforeStopOrRetriggerIsIgnored)
     EXPECT_GE(probe.m_oTimes[0] - rearmed, milliseconds(190));
     PumpMessages(200);
     EXPECT_EQ(1, probe.m_iCount.load());
-}
 
-TEST_ON_FRESH_THREAD(OneShotTimerTest, RefusedTimerRaisesWithItsPlace)
-{
-    CTestTimer timer("");
-    // A handle whose window is gone, as a timer left behind by its thread would hold.
-    const HWND stale = timer.m_hWnd;
-    timer.Destroy();
-    timer.m_hWnd = stale;
+    // A refused timer raises with its place. The handle's window is gone, as a timer left behind
+    // by its thread would hold.
+    CTestTimer refused("");
+    const HWND stale = refused.m_hWnd;
+    refused.Destroy();
+    refused.m_hWnd = stale;
     const std::string text =
-        ThrownAt([&timer] { timer.Trigger(10); }, "CppUtil::Thread::COneShotTimer::Trigger",
+        ThrownAt([&refused] { refused.Trigger(10); }, "CppUtil::Thread::COneShotTimer::Trigger",
                  "CppUtil.Thread.OneShotTimer", 61);
     // The system's text: Windows blames the window handle, Wine the handle.
     EXPECT_TRUE(text == "Invalid window handle." || text == "Invalid handle.") << text;
-    timer.m_hWnd = nullptr;
+    refused.m_hWnd = nullptr;
 }

@@ -1,7 +1,7 @@
 #include "LogRecorder.h"
+#include "Thrown.h"
 #include "UiThreadStandIn.h"
 
-#include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Text.Output.h>
 
 #include <boost/format/group.hpp>
@@ -165,19 +165,10 @@ TEST_F(OutputTest, RegisteredMessages)
     m_oOut.RegisterMessage("Box A", 7);
     EXPECT_TRUE(m_oOut.IsMessageRegistered("Box A"));
     EXPECT_EQ(7, m_oOut.GetValue("Box A"));
-    try
-    {
-        m_oOut.GetValue("Box B");
-        FAIL() << "no exception";
-    }
-    catch (const CppUtil::Exception::CQlException& e)
-    {
-        EXPECT_STREQ("CMessageManager::GetValue: Could not find message \nBox B\n"
-                     "Message is has not been registered.",
-                     e.what());
-        EXPECT_EQ(CString("CppUtil::Text::COutput::GetValue"), e.GetFunction());
-        EXPECT_EQ(CString("CppUtil.Text.Output"), e.GetFile());
-    }
+    EXPECT_EQ("CMessageManager::GetValue: Could not find message \nBox B\n"
+              "Message is has not been registered.",
+              ThrownAt([this] { m_oOut.GetValue("Box B"); }, "CppUtil::Text::COutput::GetValue",
+                       "CppUtil.Text.Output", 209));
 }
 
 TEST_F(OutputTest, OutputWindowGetsTextAndFlags)

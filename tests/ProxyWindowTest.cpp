@@ -180,10 +180,8 @@ TEST_ON_FRESH_THREAD(ProxyWindowTest, TearDownDropsOrRunsTheQueuedCallsAndReleas
     window->Post([] { throw std::runtime_error("queued call failed"); });
     window->Post([&order] { order.push_back(2); });
     CppUtil::Thread::PostQuitMessage(4);
-    CLogRecorder recorder;
-    CppUtil::Text::CMessageManager* const manager = new CppUtil::Text::CMessageManager;
-    manager->SetLoggingEventHandler(recorder.Handler());
-    CppUtil::Text::COutput output(manager);
+    SRecordedOutput log;
+    CLogRecorder& recorder = log.m_oRecorder;
     window.reset();
     runner.join();
     EXPECT_EQ((std::vector<int>{1, 2}), order);

@@ -61,7 +61,7 @@ TEST_ON_FRESH_THREAD(TimerWindowTest, TicksOnlyBetweenStartAndStop)
     EXPECT_FALSE(IsWindow(hWnd));
 }
 
-TEST_ON_FRESH_THREAD(TimerWindowTest, StartingAgainKeepsTheRunningTimer)
+TEST_ON_FRESH_THREAD(TimerWindowTest, StartingAgainKeepsTheRunningTimerAndRefusalRaises)
 {
     STimerProbe ticks;
     boost::shared_ptr<CTimerWindow> window = CTimerWindow::Create(ticks.Delegate(), 1000);
@@ -76,6 +76,24 @@ TEST_ON_FRESH_THREAD(TimerWindowTest, StartingAgainKeepsTheRunningTimer)
     EXPECT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > 0; }, 10000));
     ASSERT_FALSE(ticks.m_oTimes.empty());
     EXPECT_LT(ticks.m_oTimes[0] - again, milliseconds(900));
+
+    // A refused timer raises with its place.
+    boost::shared_ptr<CTimerWindow> refused = CTimerWindow::Create(boost::function<void()>(), 10);
+    ASSERT_TRUE(refused);
+    // A handle whose window is gone, as a window left behind by its thread would hold.
+    const HWND stale = refused->m_hWnd;
+    EXPECT_TRUE(refused->DestroyWindow());
+    refused->m_hWnd = stale;
+    // The refused timer is not remembered, so a second start tries again.
+    for (int attempt = 0; attempt < 2; ++attempt)
+    {
+        const std::string text =
+            ThrownAt([&refused] { refused->StartTimer(); },
+                     "CppUtil::Thread::CTimerWindow::StartTimer", "TimerWindow", 59);
+        // The system's text: Windows blames the window handle, Wine the handle.
+        EXPECT_TRUE(text == "Invalid window handle." || text == "Invalid handle.") << text;
+    }
+    refused->m_hWnd = nullptr;
 }
 
 TEST(TimerWindowTest, LivesOnTheUserInterfaceThread)
@@ -116,24 +134,4 @@ TEST(TimerWindowTest, LivesOnTheUserInterfaceThread)
     EXPECT_GE(ticks.m_iCount.load(), 3);
     EXPECT_TRUE(ticks.AllOn(dwGuiThread));
     EXPECT_TRUE(goneWhenReleased);
-}
-
-TEST_ON_FRESH_THREAD(TimerWindowTest, RefusedTimerRaisesWithItsPlace)
-{
-    boost::shared_ptr<CTimerWindow> window = CTimerWindow::Create(boost::function<void()>(), 10);
-    ASSERT_TRUE(window);
-    // A handle whose window is gone, as a window left behind by its thread would hold.
-    const HWND stale = window->m_hWnd;
-    EXPECT_TRUE(window->DestroyWindow());
-    window->m_hWnd = stale;
-    // The refused timer is not remembered, so a second start tries again.
-    for (int attempt = 0; attempt < 2; ++attempt)
-    {
-        const std::string text =
-            ThrownAt([&window] { window->StartTimer(); },
-                     "CppUtil::Thread::CTimerWindow::StartTimer", "TimerWindow", 59);
-        // The system's text: Windows blames the window handle, Wine the handle.
-        EXPECT_TRUE(text == "Invalid window handle." || text == "Invalid handle.") << text;
-    }
-    window->m_hWnd = nullptr;
 }

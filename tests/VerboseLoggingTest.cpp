@@ -20,7 +20,7 @@ class VerboseLoggingTest : public ::testing::Test
 protected:
     VerboseLoggingTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
     {
-        RemoveSwitches();
+        m_oSandbox.RemoveMachineSection("VerboseLogging");
         // The process's first store object may log a line of its own; it goes nowhere yet.
         CVerboseLogging::LoadFromRegistry();
         m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
@@ -37,11 +37,9 @@ protected:
     ~VerboseLoggingTest() override
     {
         CCheckableMessageBox::SetPresenter(CCheckableMessageBox::TPresenter());
-        RemoveSwitches();
+        m_oSandbox.RemoveMachineSection("VerboseLogging");
         CVerboseLogging::LoadFromRegistry();
     }
-
-    void RemoveSwitches() { m_oSandbox.RemoveMachineSection("VerboseLogging"); }
 
     void Switch(const char* name, unsigned long value)
     {
