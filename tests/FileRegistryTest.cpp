@@ -592,3 +592,79 @@ TEST(FileRegistryTest, ChildForkedDuringAWriteWritesAndLocksNothing)
     if (sleeper > 0 && ::kill(sleeper, SIGKILL) == 0)
         Reap(sleeper);
 }
+
+// Another user (nobody) writes a key granted to everyone before it held a value, whose files the
+// administrator's first write made, and flushes a key it may read but not write. A flush with
+// nothing of this process's to fold leaves the value file as it is.
+TEST(FileRegistryTest, GrantedKeyTakesEveryUsersWritesAndReadersFlush)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs to become another user";
+    CRegistrySandbox sandbox;
+    ASSERT_EQ(0, ::chmod(sandbox.Root().c_str(), 0755));
+    const CString granted = sandbox.KeyPath("Granted");
+    const CString readOnly = sandbox.KeyPath("ReadOnly");
+    CRegKey key;
+    ASSERT_EQ(ERROR_SUCCESS, key.Create(HKEY_LOCAL_MACHINE, granted, nullptr, 0, KEY_ALL_ACCESS,
+                                        nullptr, nullptr));
+    CppUtil::Settings::CQLRegistry::GrantFullControlForEveryoneToKey(CppUtil::Text::DefaultOutput(),
+                                                                     granted, false);
+    ASSERT_EQ(ERROR_SUCCESS, key.SetDWORDValue("First", 1));
+    ASSERT_EQ(ERROR_SUCCESS, key.SetDWORDValue("Folded", 1));
+    ASSERT_EQ(ERROR_SUCCESS, key.Flush());
+    ASSERT_EQ(ERROR_SUCCESS, key.Create(HKEY_LOCAL_MACHINE, readOnly, nullptr, 0, KEY_ALL_ACCESS,
+                                        nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, key.SetDWORDValue("v", 1));
+    ASSERT_EQ(ERROR_SUCCESS, key.Flush());
+    std::string folder;
+    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_LOCAL_MACHINE),
+                                                    readOnly.GetString(), false, folder));
+    const std::string valueFile = folder + "/.values.reg";
+    struct stat before;
+    struct stat after;
+    ASSERT_EQ(0, ::stat(valueFile.c_str(), &before));
+    ASSERT_EQ(ERROR_SUCCESS, key.Flush());
+    ASSERT_EQ(0, ::stat(valueFile.c_str(), &after));
+    EXPECT_EQ(before.st_ino, after.st_ino) << "a flush with nothing to fold rewrote the file";
+
+    const auto asNobody = [&]
+    {
+        if (::setgid(65534) != 0 || ::setuid(65534) != 0)
+            return 2;
+        CRegKey mine;
+        LONG status = mine.Open(HKEY_LOCAL_MACHINE, granted, KEY_ALL_ACCESS);
+        if (status == ERROR_SUCCESS)
+            status = mine.SetDWORDValue("Second", 2);
+        if (status != ERROR_SUCCESS)
+            return 100 + static_cast<int>(status);
+        if (mine.Open(HKEY_LOCAL_MACHINE, readOnly, KEY_READ) != ERROR_SUCCESS)
+            return 3;
+        status = mine.Flush();
+        return status == ERROR_SUCCESS ? 0 : 200 + static_cast<int>(status);
+    };
+    EXPECT_EQ(0, InChild(asNobody)) << "100 + the write's Win32 code, 200 + the flush's";
+}
+
+// A flush of one key, or of the hive, folds this process's writes to every key of the hive into
+// their value files.
+TEST(FileRegistryTest, FlushTakesTheWholeHiveAlong)
+{
+    CRegistrySandbox sandbox;
+    CRegKey first;
+    CRegKey second;
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(first, "Software\\First"));
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(second, "Software\\Second"));
+    const auto folded = [](const std::string& key, DWORD value)
+    {
+        std::ifstream file(KeyFolder(key) + "/.values.reg");
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        return text.find("dword:0000000" + std::to_string(value)) != std::string::npos;
+    };
+    ASSERT_EQ(ERROR_SUCCESS, first.SetDWORDValue("One", 1));
+    ASSERT_EQ(ERROR_SUCCESS, second.SetDWORDValue("Two", 2));
+    ASSERT_EQ(ERROR_SUCCESS, ::RegFlushKey(HKEY_CURRENT_USER));
+    EXPECT_TRUE(folded("Software\\First", 1) && folded("Software\\Second", 2));
+    ASSERT_EQ(ERROR_SUCCESS, second.SetDWORDValue("Two", 3));
+    ASSERT_EQ(ERROR_SUCCESS, first.Flush());
+    EXPECT_TRUE(folded("Software\\Second", 3));
+}
