@@ -15,6 +15,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -259,58 +260,87 @@ TEST(FileRegistryTest, TornAndForgedJournalRecordsAreIgnoredAndFileSystemFailure
     EXPECT_EQ(CString("kept"), Load(section, "Keep", "default"));
 }
 
+// A writer killed again and again, amid its writes and amid the folds they make (values large
+// enough for one every few hundred writes): every value is old or new, in the writer's order, and
+// no write whose call returned is lost.
 TEST(FileRegistryTest, KilledWriterLeavesEveryValueOldOrNew)
 {
     CRegistrySandbox sandbox;
     const std::string key = "Software\\Crash";
-    const int count = 2000;
+    const int count = 200;
+    const std::string pad(2000, 'p');
+    const auto text = [&](int trial, int round, int i)
+    {
+        return "t" + std::to_string(trial) + "r" + std::to_string(round) + "-" + std::to_string(i) +
+               pad;
+    };
     const std::string folder = KeyFolder(key, true);
-    const auto seed = [](std::vector<SRegValue>& values)
+    const auto seed = [&](std::vector<SRegValue>& values)
     {
         for (int i = 0; i < count; ++i)
         {
-            const std::string text = Stored("old", i);
+            const std::string stored = text(0, 0, i) + '\0';
             values.push_back(SRegValue{"name" + std::to_string(i), REG_SZ,
-                                       std::vector<unsigned char>(text.begin(), text.end()),
+                                       std::vector<unsigned char>(stored.begin(), stored.end()),
                                        false});
         }
         return true;
     };
     ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::UpdateValues(folder, key, seed));
-    const pid_t child = Spawn(
-        [&]
-        {
-            for (int round = 0;; ++round)
-                WriteValues(key, "new" + std::to_string(round) + "-", 0, count);
-            return 0;
-        });
-    ASSERT_NE(-1, child);
-    ::usleep(300 * 1000);
-    ::kill(child, SIGKILL);
-    ASSERT_EQ(-1, Reap(child));
-
-    std::vector<SRegValue> values = CFileRegistry::ReadValues(folder);
-    ASSERT_EQ(static_cast<std::size_t>(count), values.size());
-    // The writer went round in order: round r + 1 up to the kill, round r after it (or the old
-    // values in the first round).
-    std::vector<int> rounds;
-    for (int i = 0; i < count; ++i)
+    // The writes whose calls returned, counted by the writer where this process sees them.
+    auto* returned = static_cast<std::atomic<long>*>(::mmap(nullptr, sizeof(std::atomic<long>),
+                                                            PROT_READ | PROT_WRITE,
+                                                            MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    ASSERT_NE(MAP_FAILED, static_cast<void*>(returned));
+    std::pair<int, int> last(0, 0);
+    for (int trial = 1; trial <= 12; ++trial)
     {
-        const SRegValue* value = CFileRegistry::FindValue(values, "name" + std::to_string(i));
-        ASSERT_NE(nullptr, value) << i;
-        const std::string text = Text(value->m_oData);
-        int round = -1;
-        std::size_t end = 0;
-        if (text.compare(0, 3, "new") == 0)
-            round = std::stoi(text.substr(3), &end);
-        const std::string expected =
-            round < 0 ? Stored("old", i) : Stored("new" + std::to_string(round) + "-", i);
-        ASSERT_EQ(expected, text) << i;
-        rounds.push_back(round);
+        returned->store(0);
+        const pid_t child = Spawn(
+            [&]
+            {
+                CRegKey registry;
+                if (CreateKey(registry, key) != ERROR_SUCCESS)
+                    return 3;
+                for (int round = 0;; ++round)
+                    for (int i = 0; i < count; ++i)
+                    {
+                        if (registry.SetStringValue(("name" + std::to_string(i)).c_str(),
+                                                    text(trial, round, i).c_str()) != ERROR_SUCCESS)
+                            return 4;
+                        returned->fetch_add(1);
+                    }
+            });
+        ASSERT_NE(-1, child);
+        ::usleep(static_cast<useconds_t>(20000 + trial * 37 % 13 * 10000));
+        ::kill(child, SIGKILL);
+        ASSERT_EQ(-1, Reap(child)) << "the writer failed";
+
+        std::vector<SRegValue> values = CFileRegistry::ReadValues(folder);
+        ASSERT_EQ(static_cast<std::size_t>(count), values.size());
+        const long landed = returned->load();
+        long shown = 0; // the writes of this trial the values show
+        std::pair<int, int> previous(trial, 1 << 30);
+        for (int i = 0; i < count; ++i)
+        {
+            const SRegValue* value = CFileRegistry::FindValue(values, "name" + std::to_string(i));
+            ASSERT_NE(nullptr, value) << i;
+            const std::string stored = Text(value->m_oData);
+            std::pair<int, int> now(-1, -1);
+            ASSERT_EQ(2, std::sscanf(stored.c_str(), "t%dr%d-", &now.first, &now.second)) << i;
+            ASSERT_EQ(text(now.first, now.second, i) + '\0', stored) << i;
+            // The writer went round in order: round r + 1 up to the kill, round r after it.
+            ASSERT_LE(now, previous) << "trial " << trial << ", value " << i;
+            ASSERT_GE(now, last) << "trial " << trial << ", value " << i;
+            previous = now;
+            if (now.first == trial)
+                shown += now.second + 1;
+        }
+        EXPECT_LE(landed, shown) << "trial " << trial << ": writes that returned were lost";
+        EXPECT_LE(shown, landed + 1) << "trial " << trial;
+        last = previous;
     }
-    EXPECT_TRUE(std::is_sorted(rounds.rbegin(), rounds.rend()));
-    EXPECT_LE(rounds.front() - rounds.back(), 1);
-    std::cout << "killed in round " << rounds.front() << " of " << count << " values\n";
+    ::munmap(returned, sizeof(std::atomic<long>));
 }
 
 TEST(FileRegistryTest, ConcurrentWritersLoseNoValue)
