@@ -822,7 +822,7 @@ LONG CFileRegistry::UpdateValues(const std::string& folder, const std::string& k
     std::lock_guard<std::mutex> guard(s_oCacheMutex);
     const LONG status = Compact(folder, keyName, values, false);
     if (status == ERROR_SUCCESS)
-        s_oUnflushed[CFileRegistry::HiveOf(keyName)][folder] = keyName;
+        s_oUnflushed[HiveOf(keyName)][folder] = keyName;
     return status;
 }
 
@@ -861,7 +861,7 @@ LONG CFileRegistry::WriteValue(const std::string& folder, const std::string& key
         return FromErrno(error ? error : EIO);
     }
     Apply(*cache, value);
-    s_oUnflushed[CFileRegistry::HiveOf(keyName)][folder] = keyName;
+    s_oUnflushed[HiveOf(keyName)][folder] = keyName;
     cache->m_lJournalEnd += static_cast<off_t>(record.size());
     cache->m_oJournal.m_lSize = cache->m_lJournalEnd;
     // Folding costs a rewrite of the value file: done once the journal has grown as large, it
