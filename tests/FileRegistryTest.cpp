@@ -15,6 +15,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <iostream>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -259,58 +260,87 @@ TEST(FileRegistryTest, TornAndForgedJournalRecordsAreIgnoredAndFileSystemFailure
     EXPECT_EQ(CString("kept"), Load(section, "Keep", "default"));
 }
 
+// A writer killed again and again, amid its writes and amid the folds they make (values large
+// enough for one every few hundred writes): every value is old or new, in the writer's order, and
+// no write whose call returned is lost.
 TEST(FileRegistryTest, KilledWriterLeavesEveryValueOldOrNew)
 {
     CRegistrySandbox sandbox;
     const std::string key = "Software\\Crash";
-    const int count = 2000;
+    const int count = 200;
+    const std::string pad(2000, 'p');
+    const auto text = [&](int trial, int round, int i)
+    {
+        return "t" + std::to_string(trial) + "r" + std::to_string(round) + "-" + std::to_string(i) +
+               pad;
+    };
     const std::string folder = KeyFolder(key, true);
-    const auto seed = [](std::vector<SRegValue>& values)
+    const auto seed = [&](std::vector<SRegValue>& values)
     {
         for (int i = 0; i < count; ++i)
         {
-            const std::string text = Stored("old", i);
+            const std::string stored = text(0, 0, i) + '\0';
             values.push_back(SRegValue{"name" + std::to_string(i), REG_SZ,
-                                       std::vector<unsigned char>(text.begin(), text.end()),
+                                       std::vector<unsigned char>(stored.begin(), stored.end()),
                                        false});
         }
         return true;
     };
     ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::UpdateValues(folder, key, seed));
-    const pid_t child = Spawn(
-        [&]
-        {
-            for (int round = 0;; ++round)
-                WriteValues(key, "new" + std::to_string(round) + "-", 0, count);
-            return 0;
-        });
-    ASSERT_NE(-1, child);
-    ::usleep(300 * 1000);
-    ::kill(child, SIGKILL);
-    ASSERT_EQ(-1, Reap(child));
-
-    std::vector<SRegValue> values = CFileRegistry::ReadValues(folder);
-    ASSERT_EQ(static_cast<std::size_t>(count), values.size());
-    // The writer went round in order: round r + 1 up to the kill, round r after it (or the old
-    // values in the first round).
-    std::vector<int> rounds;
-    for (int i = 0; i < count; ++i)
+    // The writes whose calls returned, counted by the writer where this process sees them.
+    auto* returned = static_cast<std::atomic<long>*>(::mmap(nullptr, sizeof(std::atomic<long>),
+                                                            PROT_READ | PROT_WRITE,
+                                                            MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    ASSERT_NE(MAP_FAILED, static_cast<void*>(returned));
+    std::pair<int, int> last(0, 0);
+    for (int trial = 1; trial <= 12; ++trial)
     {
-        const SRegValue* value = CFileRegistry::FindValue(values, "name" + std::to_string(i));
-        ASSERT_NE(nullptr, value) << i;
-        const std::string text = Text(value->m_oData);
-        int round = -1;
-        std::size_t end = 0;
-        if (text.compare(0, 3, "new") == 0)
-            round = std::stoi(text.substr(3), &end);
-        const std::string expected =
-            round < 0 ? Stored("old", i) : Stored("new" + std::to_string(round) + "-", i);
-        ASSERT_EQ(expected, text) << i;
-        rounds.push_back(round);
+        returned->store(0);
+        const pid_t child = Spawn(
+            [&]
+            {
+                CRegKey registry;
+                if (CreateKey(registry, key) != ERROR_SUCCESS)
+                    return 3;
+                for (int round = 0;; ++round)
+                    for (int i = 0; i < count; ++i)
+                    {
+                        if (registry.SetStringValue(("name" + std::to_string(i)).c_str(),
+                                                    text(trial, round, i).c_str()) != ERROR_SUCCESS)
+                            return 4;
+                        returned->fetch_add(1);
+                    }
+            });
+        ASSERT_NE(-1, child);
+        ::usleep(static_cast<useconds_t>(20000 + trial * 37 % 13 * 10000));
+        ::kill(child, SIGKILL);
+        ASSERT_EQ(-1, Reap(child)) << "the writer failed";
+
+        std::vector<SRegValue> values = CFileRegistry::ReadValues(folder);
+        ASSERT_EQ(static_cast<std::size_t>(count), values.size());
+        const long landed = returned->load();
+        long shown = 0; // the writes of this trial the values show
+        std::pair<int, int> previous(trial, 1 << 30);
+        for (int i = 0; i < count; ++i)
+        {
+            const SRegValue* value = CFileRegistry::FindValue(values, "name" + std::to_string(i));
+            ASSERT_NE(nullptr, value) << i;
+            const std::string stored = Text(value->m_oData);
+            std::pair<int, int> now(-1, -1);
+            ASSERT_EQ(2, std::sscanf(stored.c_str(), "t%dr%d-", &now.first, &now.second)) << i;
+            ASSERT_EQ(text(now.first, now.second, i) + '\0', stored) << i;
+            // The writer went round in order: round r + 1 up to the kill, round r after it.
+            ASSERT_LE(now, previous) << "trial " << trial << ", value " << i;
+            ASSERT_GE(now, last) << "trial " << trial << ", value " << i;
+            previous = now;
+            if (now.first == trial)
+                shown += now.second + 1;
+        }
+        EXPECT_LE(landed, shown) << "trial " << trial << ": writes that returned were lost";
+        EXPECT_LE(shown, landed + 1) << "trial " << trial;
+        last = previous;
     }
-    EXPECT_TRUE(std::is_sorted(rounds.rbegin(), rounds.rend()));
-    EXPECT_LE(rounds.front() - rounds.back(), 1);
-    std::cout << "killed in round " << rounds.front() << " of " << count << " values\n";
+    ::munmap(returned, sizeof(std::atomic<long>));
 }
 
 TEST(FileRegistryTest, ConcurrentWritersLoseNoValue)
@@ -591,4 +621,80 @@ TEST(FileRegistryTest, ChildForkedDuringAWriteWritesAndLocksNothing)
     EXPECT_EQ(0, InChild(writes)) << "the key stayed locked";
     if (sleeper > 0 && ::kill(sleeper, SIGKILL) == 0)
         Reap(sleeper);
+}
+
+// Another user (nobody) writes a key granted to everyone before it held a value, whose files the
+// administrator's first write made, and flushes a key it may read but not write. A flush with
+// nothing of this process's to fold leaves the value file as it is.
+TEST(FileRegistryTest, GrantedKeyTakesEveryUsersWritesAndReadersFlush)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "needs to become another user";
+    CRegistrySandbox sandbox;
+    ASSERT_EQ(0, ::chmod(sandbox.Root().c_str(), 0755));
+    const CString granted = sandbox.KeyPath("Granted");
+    const CString readOnly = sandbox.KeyPath("ReadOnly");
+    CRegKey key;
+    ASSERT_EQ(ERROR_SUCCESS, key.Create(HKEY_LOCAL_MACHINE, granted, nullptr, 0, KEY_ALL_ACCESS,
+                                        nullptr, nullptr));
+    CppUtil::Settings::CQLRegistry::GrantFullControlForEveryoneToKey(CppUtil::Text::DefaultOutput(),
+                                                                     granted, false);
+    ASSERT_EQ(ERROR_SUCCESS, key.SetDWORDValue("First", 1));
+    ASSERT_EQ(ERROR_SUCCESS, key.SetDWORDValue("Folded", 1));
+    ASSERT_EQ(ERROR_SUCCESS, key.Flush());
+    ASSERT_EQ(ERROR_SUCCESS, key.Create(HKEY_LOCAL_MACHINE, readOnly, nullptr, 0, KEY_ALL_ACCESS,
+                                        nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, key.SetDWORDValue("v", 1));
+    ASSERT_EQ(ERROR_SUCCESS, key.Flush());
+    std::string folder;
+    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_LOCAL_MACHINE),
+                                                    readOnly.GetString(), false, folder));
+    const std::string valueFile = folder + "/.values.reg";
+    struct stat before;
+    struct stat after;
+    ASSERT_EQ(0, ::stat(valueFile.c_str(), &before));
+    ASSERT_EQ(ERROR_SUCCESS, key.Flush());
+    ASSERT_EQ(0, ::stat(valueFile.c_str(), &after));
+    EXPECT_EQ(before.st_ino, after.st_ino) << "a flush with nothing to fold rewrote the file";
+
+    const auto asNobody = [&]
+    {
+        if (::setgid(65534) != 0 || ::setuid(65534) != 0)
+            return 2;
+        CRegKey mine;
+        LONG status = mine.Open(HKEY_LOCAL_MACHINE, granted, KEY_ALL_ACCESS);
+        if (status == ERROR_SUCCESS)
+            status = mine.SetDWORDValue("Second", 2);
+        if (status != ERROR_SUCCESS)
+            return 100 + static_cast<int>(status);
+        if (mine.Open(HKEY_LOCAL_MACHINE, readOnly, KEY_READ) != ERROR_SUCCESS)
+            return 3;
+        status = mine.Flush();
+        return status == ERROR_SUCCESS ? 0 : 200 + static_cast<int>(status);
+    };
+    EXPECT_EQ(0, InChild(asNobody)) << "100 + the write's Win32 code, 200 + the flush's";
+}
+
+// A flush of one key, or of the hive, folds this process's writes to every key of the hive into
+// their value files.
+TEST(FileRegistryTest, FlushTakesTheWholeHiveAlong)
+{
+    CRegistrySandbox sandbox;
+    CRegKey first;
+    CRegKey second;
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(first, "Software\\First"));
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(second, "Software\\Second"));
+    const auto folded = [](const std::string& key, DWORD value)
+    {
+        std::ifstream file(KeyFolder(key) + "/.values.reg");
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        return text.find("dword:0000000" + std::to_string(value)) != std::string::npos;
+    };
+    ASSERT_EQ(ERROR_SUCCESS, first.SetDWORDValue("One", 1));
+    ASSERT_EQ(ERROR_SUCCESS, second.SetDWORDValue("Two", 2));
+    ASSERT_EQ(ERROR_SUCCESS, ::RegFlushKey(HKEY_CURRENT_USER));
+    EXPECT_TRUE(folded("Software\\First", 1) && folded("Software\\Second", 2));
+    ASSERT_EQ(ERROR_SUCCESS, second.SetDWORDValue("Two", 3));
+    ASSERT_EQ(ERROR_SUCCESS, first.Flush());
+    EXPECT_TRUE(folded("Software\\Second", 3));
 }

@@ -10,6 +10,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <list>
+#include <map>
 #include <mutex>
 #include <pthread.h>
 #include <sys/file.h>
@@ -369,6 +370,9 @@ private:
 CRecentMap<SKeyCache> s_oCaches;
 // Key folders found by FindKey: base folder, NUL, folded path -> folder and its identity.
 CRecentMap<std::pair<std::string, SStamp>> s_oFolders;
+// The keys this process has written and not flushed since, by hive: folder -> key name. A flush
+// takes all of its hive's along, as Windows flushes the whole hive.
+std::map<HKEY, std::map<std::string, std::string>> s_oUnflushed;
 
 // A fork waits until no thread of the process is inside the cache or opening or closing a key
 // lock, so that the child finds both mutexes free and knows every lock descriptor it shares.
@@ -569,8 +573,12 @@ LONG Compact(const std::string& folder, const std::string& keyName, std::vector<
 
     const std::string valuesPath = folder + "/" + k_szValueFile;
     const std::string journalPath = folder + "/" + k_szJournalFile;
+    // A key's first files are as open as its folder, without the search bits: written first by
+    // one user, a key granted to everyone stays writable by the others.
     struct stat old;
-    const mode_t mode = ::lstat(valuesPath.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644;
+    const mode_t mode = ::lstat(valuesPath.c_str(), &old) == 0 || ::stat(folder.c_str(), &old) == 0
+                            ? (old.st_mode & (S_ISDIR(old.st_mode) ? 0666 : 07777))
+                            : 0644;
     LONG status = ReplaceFile(folder, valuesPath,
                               CRegFile::Write({SRegSection{keyName, false, values}}), mode, true);
     // A new generation tells readers that the journal they read from is gone, even when the new
@@ -598,11 +606,9 @@ LONG Compact(const std::string& folder, const std::string& keyName, std::vector<
         if (fd >= 0)
             ::close(fd);
     }
+    // The copy in memory stays good: the next read compares it with the files as they are.
     if (status != ERROR_SUCCESS)
-    {
-        s_oCaches.Erase(folder);
         return status;
-    }
     // This process knows what it wrote: it need not read it back.
     SKeyCache& cache = s_oCaches[folder];
     cache = SKeyCache();
@@ -625,6 +631,11 @@ HKEY CFileRegistry::HiveByName(const std::string& name)
     if (SameName(name, "HKCU") || SameName(name, "HKEY_CURRENT_USER"))
         return HKEY_CURRENT_USER;
     return nullptr;
+}
+
+HKEY CFileRegistry::HiveOf(const std::string& keyName)
+{
+    return HiveByName(keyName.substr(0, keyName.find('\\')));
 }
 
 const char* CFileRegistry::HiveName(HKEY hive)
@@ -809,7 +820,10 @@ LONG CFileRegistry::UpdateValues(const std::string& folder, const std::string& k
     if (!change(values))
         return ERROR_SUCCESS;
     std::lock_guard<std::mutex> guard(s_oCacheMutex);
-    return Compact(folder, keyName, values, false);
+    const LONG status = Compact(folder, keyName, values, false);
+    if (status == ERROR_SUCCESS)
+        s_oUnflushed[HiveOf(keyName)][folder] = keyName;
+    return status;
 }
 
 LONG CFileRegistry::WriteValue(const std::string& folder, const std::string& keyName,
@@ -847,6 +861,7 @@ LONG CFileRegistry::WriteValue(const std::string& folder, const std::string& key
         return FromErrno(error ? error : EIO);
     }
     Apply(*cache, value);
+    s_oUnflushed[HiveOf(keyName)][folder] = keyName;
     cache->m_lJournalEnd += static_cast<off_t>(record.size());
     cache->m_oJournal.m_lSize = cache->m_lJournalEnd;
     // Folding costs a rewrite of the value file: done once the journal has grown as large, it
@@ -863,13 +878,33 @@ LONG CFileRegistry::WriteValue(const std::string& folder, const std::string& key
     return ERROR_SUCCESS;
 }
 
-LONG CFileRegistry::Flush(const std::string& folder, const std::string& keyName)
+LONG CFileRegistry::Flush(HKEY hive)
 {
-    CKeyLock lock(folder);
-    if (lock.Status() != ERROR_SUCCESS)
-        return lock.Status();
-    std::lock_guard<std::mutex> guard(s_oCacheMutex);
-    return Compact(folder, keyName, Refreshed(folder).m_oValues, true);
+    std::map<std::string, std::string> keys;
+    {
+        std::lock_guard<std::mutex> guard(s_oCacheMutex);
+        keys.swap(s_oUnflushed[hive]);
+    }
+    LONG result = ERROR_SUCCESS;
+    for (const auto& key : keys)
+    {
+        // A key deleted since holds nothing to keep.
+        if (!IsFolder(key.first))
+            continue;
+        CKeyLock lock(key.first);
+        LONG status = lock.Status();
+        std::lock_guard<std::mutex> guard(s_oCacheMutex);
+        if (status == ERROR_SUCCESS)
+            status = Compact(key.first, key.second, Refreshed(key.first).m_oValues, true);
+        if (status != ERROR_SUCCESS)
+        {
+            // Still to be flushed next time; the first failure is the one reported.
+            s_oUnflushed[hive].insert(key);
+            if (result == ERROR_SUCCESS)
+                result = status;
+        }
+    }
+    return result;
 }
 
 std::vector<std::string> CFileRegistry::SubKeys(const std::string& folder)

@@ -30,6 +30,8 @@ public:
     // HKEY_LOCAL_MACHINE or HKEY_CURRENT_USER from their names or the short forms HKLM and HKCU,
     // any letter case; null for anything else.
     static HKEY HiveByName(const std::string& name);
+    // The hive a key's full name ("HKEY_LOCAL_MACHINE\\Software...") starts with.
+    static HKEY HiveOf(const std::string& keyName);
     static const char* HiveName(HKEY hive);
     static std::string HiveFolder(HKEY hive);
 
@@ -54,9 +56,11 @@ public:
     // fails after the record has landed does not fail the write.
     static LONG WriteValue(const std::string& folder, const std::string& keyName,
                            const SRegValue& value);
-    // Folds the journal into the value file and flushes the file and the folder to the disk:
-    // until then a write survives the crash of its process but not of the system.
-    static LONG Flush(const std::string& folder, const std::string& keyName);
+    // For every key of hive that this process has written (WriteValue, UpdateValues) since its
+    // last flush: folds the journal into the value file and flushes the file and the key's folder
+    // to the disk. Until then a write survives the crash of its process but not of the system.
+    // Keys written by other processes only are left to them; nothing to flush succeeds.
+    static LONG Flush(HKEY hive);
     static SRegValue* FindValue(std::vector<SRegValue>& values, const std::string& name);
 
     // Names of the sub-keys, sorted without regard to letter case.

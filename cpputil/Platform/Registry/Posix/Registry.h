@@ -61,7 +61,8 @@ LSTATUS RegSetValueExA(HKEY key, LPCSTR valueName, DWORD reserved, DWORD type, c
                        DWORD size);
 LSTATUS RegDeleteValueA(HKEY key, LPCSTR valueName);
 // A write is seen by every process once its call returns and survives the crash of the process
-// that made it; it survives a crash of the system once RegFlushKey on its key has returned.
+// that made it; it survives a crash of the system once the process that made it has called
+// RegFlushKey on any key of the same hive, or on the hive, and the call has returned.
 LSTATUS RegFlushKey(HKEY key);
 // Sub-keys in the order of their names, letter case ignored.
 LSTATUS RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD nameLength, LPDWORD reserved,

@@ -251,10 +251,8 @@ LSTATUS RegFlushKey(HKEY key)
 {
     if (!key)
         return ERROR_INVALID_HANDLE;
-    // The hives themselves hold no values.
-    if (IsPredefined(key))
-        return ERROR_SUCCESS;
-    return CFileRegistry::Flush(key->m_sFolder, key->m_sName);
+    // The whole hive that holds the key, as Windows flushes it.
+    return CFileRegistry::Flush(IsPredefined(key) ? key : CFileRegistry::HiveOf(key->m_sName));
 }
 
 LSTATUS RegEnumKeyExA(HKEY key, DWORD index, LPSTR name, LPDWORD nameLength, LPDWORD, LPSTR,
