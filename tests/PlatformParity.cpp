@@ -17,6 +17,7 @@
 
 #include "RegistrySandbox.h"
 
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -403,6 +404,23 @@ std::string Message(const char* text, DWORD flags, const DWORD_PTR* arguments)
     return result;
 }
 
+// The same through a va_list, with the numbers 101 to 112 as int arguments.
+std::string MessageOfNumbers(const char* text, ...)
+{
+    va_list arguments;
+    va_start(arguments, text);
+    char* buffer = nullptr;
+    const DWORD length =
+        ::FormatMessageA(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_ALLOCATE_BUFFER, text, 0, 0,
+                         reinterpret_cast<LPSTR>(&buffer), 0, &arguments);
+    va_end(arguments);
+    if (length == 0)
+        return "fails " + std::to_string(::GetLastError());
+    const std::string result(buffer, length);
+    ::LocalFree(buffer);
+    return result;
+}
+
 void AddMessages(CLines& lines, const TInputs& inputs)
 {
     const DWORD_PTR arguments[] = {reinterpret_cast<DWORD_PTR>("alpha beta  gamma"),
@@ -421,6 +439,18 @@ void AddMessages(CLines& lines, const TInputs& inputs)
 
     for (const std::string& text : inputs.at("message insert"))
         lines.Add("message", "0 " + text, Message(text.c_str(), 0, arguments));
+
+    // Which argument a '*' width or precision and the value after it take.
+    DWORD_PTR numbers[12];
+    for (DWORD_PTR i = 0; i < 12; ++i)
+        numbers[i] = 101 + i;
+    for (const std::string& text : inputs.at("message star"))
+    {
+        lines.Add("message", "numbers " + text, Message(text.c_str(), 0, numbers));
+        lines.Add("message", "va_list " + text,
+                  MessageOfNumbers(text.c_str(), 101, 102, 103, 104, 105, 106, 107, 108, 109, 110,
+                                   111, 112));
+    }
 }
 
 // --- FormatMessageA from the system's table: every Win32 code the library sets or meets, and

@@ -1,5 +1,6 @@
 #include "MessageFormatter.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
@@ -158,7 +159,6 @@ const char* CMessageFormatter::ParseInsert(const char* text, SInsert& insert)
     if (i < format.size() && format[i] == '*')
     {
         insert.m_bWidthStar = true;
-        ++insert.m_iStars;
         ++i;
     }
     while (i < format.size() && IsDigit(format[i]))
@@ -170,7 +170,6 @@ const char* CMessageFormatter::ParseInsert(const char* text, SInsert& insert)
         if (i < format.size() && format[i] == '*')
         {
             insert.m_bPrecisionStar = true;
-            ++insert.m_iStars;
             ++i;
         }
         while (i < format.size() && IsDigit(format[i]))
@@ -215,6 +214,44 @@ const char* CMessageFormatter::ParseInsert(const char* text, SInsert& insert)
     }
     insert.m_sTrailing = format.substr(i);
     return end + 1;
+}
+
+// Win32's count of an insert's arguments: the first is the one the insert's number names; each
+// further one (a '*' width or precision, then the value) is the one after the highest used so far.
+// From a va_list, an insert with a '*' then drops the argument before its value from the count,
+// so later numbers from there on name the argument after. Returns the arguments' positions in
+// the caller's array or list, 1 for the first.
+std::vector<unsigned int> CMessageFormatter::Take(const SInsert& insert)
+{
+    auto position = [this](unsigned int number)
+    {
+        while (m_oPositions.size() < number)
+            m_oPositions.push_back(++m_uListed);
+        return m_oPositions[number - 1];
+    };
+    std::vector<unsigned int> taken;
+    unsigned int number = insert.m_uNumber;
+    const int count = 1 + (insert.m_bWidthStar ? 1 : 0) + (insert.m_bPrecisionStar ? 1 : 0);
+    for (int i = 0; i < count; ++i)
+    {
+        if (i > 0)
+            number = m_uHighest + 1;
+        m_uHighest = std::max(m_uHighest, number);
+        taken.push_back(position(number));
+    }
+    if (count > 1 && !m_bArgumentArray)
+    {
+        m_oPositions.erase(m_oPositions.begin() + (number - 2));
+        --m_uHighest;
+    }
+    return taken;
+}
+
+void CMessageFormatter::RestartCount()
+{
+    m_uHighest = 0;
+    m_uListed = 0;
+    m_oPositions.clear();
 }
 
 CMessageFormatter::EArgument CMessageFormatter::ArgumentOf(const SInsert& insert)
@@ -263,13 +300,14 @@ void CMessageFormatter::FetchArguments(const char* text)
         p = ParseInsert(p + 1, insert);
         if (!p)
             break;
-        unsigned int number = insert.m_uNumber;
-        if (insert.m_bWidthStar)
-            note(number++, EArgument::Int32);
-        if (insert.m_bPrecisionStar)
-            note(number++, EArgument::Int32);
-        note(number, ArgumentOf(insert));
+        if (insert.m_cConversion == 0)
+            continue;
+        const std::vector<unsigned int> taken = Take(insert);
+        for (size_t i = 0; i + 1 < taken.size(); ++i)
+            note(taken[i], EArgument::Int32);
+        note(taken.back(), ArgumentOf(insert));
     }
+    RestartCount();
     for (EArgument kind : kinds)
     {
         switch (kind)
@@ -301,25 +339,26 @@ bool CMessageFormatter::Argument(unsigned int number, std::uint64_t& value) cons
     return true;
 }
 
-bool CMessageFormatter::AppendInsert(const SInsert& insert, std::string& out) const
+bool CMessageFormatter::AppendInsert(const SInsert& insert, std::string& out)
 {
     if (insert.m_cConversion == 0)
     {
         out += insert.m_sTrailing;
         return true;
     }
-    unsigned int number = insert.m_uNumber;
+    const std::vector<unsigned int> taken = Take(insert);
+    size_t next = 0;
     std::uint64_t value = 0;
     std::string format = "%" + insert.m_sFlags + insert.m_sWidth;
     if (insert.m_bWidthStar)
     {
-        if (!Argument(number++, value))
+        if (!Argument(taken[next++], value))
             return false;
         format += std::to_string(static_cast<int>(value));
     }
     if (insert.m_bPrecisionStar)
     {
-        if (!Argument(number++, value))
+        if (!Argument(taken[next++], value))
             return false;
         if (static_cast<int>(value) >= 0)
             format += "." + std::to_string(static_cast<int>(value));
@@ -328,7 +367,7 @@ bool CMessageFormatter::AppendInsert(const SInsert& insert, std::string& out) co
     {
         format += insert.m_sPrecision;
     }
-    if (!Argument(number, value))
+    if (!Argument(taken[next++], value))
         return false;
 
     const unsigned int bits = insert.m_uBits;
@@ -397,6 +436,7 @@ DWORD CMessageFormatter::Format(const char* text, std::string& out)
     out.clear();
     if (!text)
         return ERROR_INVALID_PARAMETER;
+    RestartCount();
     if (!m_bIgnoreInserts && !m_bArgumentArray && m_poArguments)
         FetchArguments(text);
 
