@@ -428,7 +428,11 @@ void AddMessages(CLines& lines, const TInputs& inputs)
                                    reinterpret_cast<DWORD_PTR>("x"),
                                    7,
                                    3,
-                                   reinterpret_cast<DWORD_PTR>("delta")};
+                                   reinterpret_cast<DWORD_PTR>("delta"),
+                                   reinterpret_cast<DWORD_PTR>("a\r\nb\tc  d"),
+                                   reinterpret_cast<DWORD_PTR>("\t\t"),
+                                   reinterpret_cast<DWORD_PTR>("4294967295"),
+                                   reinterpret_cast<DWORD_PTR>("one\rtwo three\nfour")};
     const unsigned int widths[] = {0,  1,  2,  3,  4,  5,  6,  7,   9,   10,
                                    11, 16, 20, 33, 40, 79, 80, 253, 254, 255};
     for (const std::string& text : inputs.at("message"))

@@ -50,10 +50,11 @@ void AppendUtf8(std::uint32_t codePoint, std::string& out)
 }
 
 // The text as FormatMessageA lays it out within a line width: a line that reaches the width is
-// broken before the last blank of the message text in it (a run of blanks goes with the break),
-// or where it stands when it has none.
-// Inserts are never broken: a blank inside one is no place to break. A carriage return (%r) starts
-// the line's room afresh.
+// broken before the last blank of the message text in it, or where it stands when it has none.
+// The blanks and tabs before that blank, and the message text's tabs after it, go with the
+// break; a tab is no place to break.
+// Inserts are never broken: a blank inside one is no place to break, and a line break inside one
+// does not start the line's room afresh. A carriage return (%r) does.
 class CLineWrapper
 {
 public:
@@ -61,19 +62,24 @@ public:
 
     void Text(char ch)
     {
-        if (ch == ' ')
-            m_oBlanks.push_back(m_sLine.size());
         m_sLine += ch;
+        m_sKinds += ch == ' ' ? k_cBlank : ch == '\t' ? k_cTab : k_cOther;
         Fit();
     }
 
     void Insert(const std::string& text)
     {
         m_sLine += text;
+        m_sKinds.append(text.size(), k_cOther);
         Fit();
     }
 
-    void CarriageReturn() { m_sLine += '\r'; }
+    void CarriageReturn()
+    {
+        m_sLine += '\r';
+        m_sKinds += k_cOther;
+        m_uRoomStart = m_sLine.size();
+    }
 
     void HardBreak()
     {
@@ -92,39 +98,46 @@ public:
     {
         m_sOut += m_sLine;
         m_sLine.clear();
-        m_oBlanks.clear();
+        m_sKinds.clear();
+        m_uRoomStart = 0;
     }
 
 private:
-    size_t Used() const
-    {
-        const size_t lastReturn = m_sLine.rfind('\r');
-        return lastReturn == std::string::npos ? m_sLine.size() : m_sLine.size() - lastReturn - 1;
-    }
+    // What each character of the line is to the layout.
+    static constexpr char k_cBlank = 'b';
+    static constexpr char k_cTab = 't';
+    static constexpr char k_cOther = '.';
+
+    size_t Used() const { return m_sLine.size() - m_uRoomStart; }
 
     void Fit()
     {
         if (m_uWidth == 0 || Used() < m_uWidth)
             return;
-        if (m_oBlanks.empty())
+        const size_t last = m_sKinds.rfind(k_cBlank);
+        if (last == std::string::npos)
         {
             HardBreak();
             return;
         }
-        const size_t last = m_oBlanks.back();
-        size_t first = m_oBlanks.size() - 1;
-        while (first > 0 && m_oBlanks[first - 1] + 1 == m_oBlanks[first])
+        size_t first = last;
+        while (first > 0 && (m_sLine[first - 1] == ' ' || m_sLine[first - 1] == '\t'))
             --first;
-        m_sOut.append(m_sLine, 0, m_oBlanks[first]);
+        size_t after = last + 1;
+        while (after < m_sKinds.size() && m_sKinds[after] == k_cTab)
+            ++after;
+        m_sOut.append(m_sLine, 0, first);
         m_sOut += "\r\n";
-        m_sLine.erase(0, last + 1);
-        m_oBlanks.clear();
+        m_sLine.erase(0, after);
+        m_sKinds.erase(0, after);
+        m_uRoomStart = m_uRoomStart > after ? m_uRoomStart - after : 0;
     }
 
     const unsigned int m_uWidth;
     std::string& m_sOut;
     std::string m_sLine;
-    std::vector<size_t> m_oBlanks; // positions in the line where it may be broken
+    std::string m_sKinds;    // k_cBlank, k_cTab or k_cOther for each character of m_sLine
+    size_t m_uRoomStart = 0; // where the line's room starts: after its last %r
 };
 
 } // namespace
@@ -473,12 +486,9 @@ DWORD CMessageFormatter::Format(const char* text, std::string& out)
         {
             if (m_bIgnoreInserts)
             {
-                // Kept as written, and as one piece.
-                const char* end = p + 2;
-                if (IsDigit(*end))
-                    ++end;
-                lines.Insert(std::string(p, end));
-                p = end;
+                // Kept as written: '%' and its first digit as one piece, a second digit as text.
+                lines.Insert(std::string(p, p + 2));
+                p += 2;
                 continue;
             }
             SInsert insert;
