@@ -289,6 +289,21 @@ void AddFormats(CLines& lines)
     for (const char* format : {"[%p]", "[%20p]", "[%-20p]", "[%020p]", "[%.3p]", "[%#p]"})
         add(format, " 0x1234", pointer);
     add("[%p]", " 0xFEDCBA9876543210", reinterpret_cast<void*>(0xFEDCBA9876543210ull));
+
+    // An octal zero with '#' and no digits of precision, among other directives.
+    for (const char* format :
+         {"[%#.0o]", "[%#.o]", "[%#5.0o]", "[%-#5.0o]", "[%#.0ho]", "[%#.00o]"})
+    {
+        add(format, " 0", 0);
+        add(format, " 8", 8);
+    }
+    add("[%#.0ho]", " 65536", 65536);
+    add("[%#.0I64o]", " 0", 0LL);
+    add("[%#.0llo]", " 0", 0LL);
+    lines.Add("format", "[%#.*o] 0 0", Formatted("[%#.*o]", 0, 0).GetString());
+    lines.Add("format", "[%#.*o] 1 0", Formatted("[%#.*o]", 1, 0).GetString());
+    lines.Add("format", "[%s %.1f %#.0o %#.0o %c] x 2.5 0 9 y",
+              Formatted("[%s %.1f %#.0o %#.0o %c]", "x", 2.5, 0, 9, 'y').GetString());
 }
 
 // --- COleDateTime::ParseDateTime: the hand-picked texts, then dates in many written forms with
