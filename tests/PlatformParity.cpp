@@ -17,6 +17,7 @@
 
 #include "RegistrySandbox.h"
 
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -288,6 +289,21 @@ void AddFormats(CLines& lines)
     for (const char* format : {"[%p]", "[%20p]", "[%-20p]", "[%020p]", "[%.3p]", "[%#p]"})
         add(format, " 0x1234", pointer);
     add("[%p]", " 0xFEDCBA9876543210", reinterpret_cast<void*>(0xFEDCBA9876543210ull));
+
+    // An octal zero with '#' and no digits of precision, among other directives.
+    for (const char* format :
+         {"[%#.0o]", "[%#.o]", "[%#5.0o]", "[%-#5.0o]", "[%#.0ho]", "[%#.00o]"})
+    {
+        add(format, " 0", 0);
+        add(format, " 8", 8);
+    }
+    add("[%#.0ho]", " 65536", 65536);
+    add("[%#.0I64o]", " 0", 0LL);
+    add("[%#.0llo]", " 0", 0LL);
+    lines.Add("format", "[%#.*o] 0 0", Formatted("[%#.*o]", 0, 0).GetString());
+    lines.Add("format", "[%#.*o] 1 0", Formatted("[%#.*o]", 1, 0).GetString());
+    lines.Add("format", "[%s %.1f %#.0o %#.0o %c] x 2.5 0 9 y",
+              Formatted("[%s %.1f %#.0o %#.0o %c]", "x", 2.5, 0, 9, 'y').GetString());
 }
 
 // --- COleDateTime::ParseDateTime: the hand-picked texts, then dates in many written forms with
@@ -403,6 +419,23 @@ std::string Message(const char* text, DWORD flags, const DWORD_PTR* arguments)
     return result;
 }
 
+// The same through a va_list, with the numbers 101 to 112 as int arguments.
+std::string MessageOfNumbers(const char* text, ...)
+{
+    va_list arguments;
+    va_start(arguments, text);
+    char* buffer = nullptr;
+    const DWORD length =
+        ::FormatMessageA(FORMAT_MESSAGE_FROM_STRING | FORMAT_MESSAGE_ALLOCATE_BUFFER, text, 0, 0,
+                         reinterpret_cast<LPSTR>(&buffer), 0, &arguments);
+    va_end(arguments);
+    if (length == 0)
+        return "fails " + std::to_string(::GetLastError());
+    const std::string result(buffer, length);
+    ::LocalFree(buffer);
+    return result;
+}
+
 void AddMessages(CLines& lines, const TInputs& inputs)
 {
     const DWORD_PTR arguments[] = {reinterpret_cast<DWORD_PTR>("alpha beta  gamma"),
@@ -410,7 +443,11 @@ void AddMessages(CLines& lines, const TInputs& inputs)
                                    reinterpret_cast<DWORD_PTR>("x"),
                                    7,
                                    3,
-                                   reinterpret_cast<DWORD_PTR>("delta")};
+                                   reinterpret_cast<DWORD_PTR>("delta"),
+                                   reinterpret_cast<DWORD_PTR>("a\r\nb\tc  d"),
+                                   reinterpret_cast<DWORD_PTR>("\t\t"),
+                                   reinterpret_cast<DWORD_PTR>("4294967295"),
+                                   reinterpret_cast<DWORD_PTR>("one\rtwo three\nfour")};
     const unsigned int widths[] = {0,  1,  2,  3,  4,  5,  6,  7,   9,   10,
                                    11, 16, 20, 33, 40, 79, 80, 253, 254, 255};
     for (const std::string& text : inputs.at("message"))
@@ -421,6 +458,18 @@ void AddMessages(CLines& lines, const TInputs& inputs)
 
     for (const std::string& text : inputs.at("message insert"))
         lines.Add("message", "0 " + text, Message(text.c_str(), 0, arguments));
+
+    // Which argument a '*' width or precision and the value after it take.
+    DWORD_PTR numbers[12];
+    for (DWORD_PTR i = 0; i < 12; ++i)
+        numbers[i] = 101 + i;
+    for (const std::string& text : inputs.at("message star"))
+    {
+        lines.Add("message", "numbers " + text, Message(text.c_str(), 0, numbers));
+        lines.Add("message", "va_list " + text,
+                  MessageOfNumbers(text.c_str(), 101, 102, 103, 104, 105, 106, 107, 108, 109, 110,
+                                   111, 112));
+    }
 }
 
 // --- FormatMessageA from the system's table: every Win32 code the library sets or meets, and

@@ -19,6 +19,9 @@ std::string FormatToString(const char* fmt, va_list args)
     std::string rewritten;
     if (const char* standard = CppUtil::Platform::WithStandardSizes(fmt, rewritten))
         fmt = standard;
+    std::string octal;
+    if (const char* windows = CppUtil::Platform::WithWindowsOctalZero(fmt, args, octal))
+        fmt = windows;
 
     // Most results fit on the stack, which saves the second formatting pass.
     char stackBuf[256];

@@ -1,5 +1,6 @@
 #include "MessageFormatter.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
@@ -49,10 +50,11 @@ void AppendUtf8(std::uint32_t codePoint, std::string& out)
 }
 
 // The text as FormatMessageA lays it out within a line width: a line that reaches the width is
-// broken before the last blank of the message text in it (a run of blanks goes with the break),
-// or where it stands when it has none.
-// Inserts are never broken: a blank inside one is no place to break. A carriage return (%r) starts
-// the line's room afresh.
+// broken before the last blank of the message text in it, or where it stands when it has none.
+// The blanks and tabs before that blank, and the message text's tabs after it, go with the
+// break; a tab is no place to break.
+// Inserts are never broken: a blank inside one is no place to break, and a line break inside one
+// does not start the line's room afresh. A carriage return (%r) does.
 class CLineWrapper
 {
 public:
@@ -60,19 +62,24 @@ public:
 
     void Text(char ch)
     {
-        if (ch == ' ')
-            m_oBlanks.push_back(m_sLine.size());
         m_sLine += ch;
+        m_sKinds += ch == ' ' ? k_cBlank : ch == '\t' ? k_cTab : k_cOther;
         Fit();
     }
 
     void Insert(const std::string& text)
     {
         m_sLine += text;
+        m_sKinds.append(text.size(), k_cOther);
         Fit();
     }
 
-    void CarriageReturn() { m_sLine += '\r'; }
+    void CarriageReturn()
+    {
+        m_sLine += '\r';
+        m_sKinds += k_cOther;
+        m_uRoomStart = m_sLine.size();
+    }
 
     void HardBreak()
     {
@@ -91,39 +98,46 @@ public:
     {
         m_sOut += m_sLine;
         m_sLine.clear();
-        m_oBlanks.clear();
+        m_sKinds.clear();
+        m_uRoomStart = 0;
     }
 
 private:
-    size_t Used() const
-    {
-        const size_t lastReturn = m_sLine.rfind('\r');
-        return lastReturn == std::string::npos ? m_sLine.size() : m_sLine.size() - lastReturn - 1;
-    }
+    // What each character of the line is to the layout.
+    static constexpr char k_cBlank = 'b';
+    static constexpr char k_cTab = 't';
+    static constexpr char k_cOther = '.';
+
+    size_t Used() const { return m_sLine.size() - m_uRoomStart; }
 
     void Fit()
     {
         if (m_uWidth == 0 || Used() < m_uWidth)
             return;
-        if (m_oBlanks.empty())
+        const size_t last = m_sKinds.rfind(k_cBlank);
+        if (last == std::string::npos)
         {
             HardBreak();
             return;
         }
-        const size_t last = m_oBlanks.back();
-        size_t first = m_oBlanks.size() - 1;
-        while (first > 0 && m_oBlanks[first - 1] + 1 == m_oBlanks[first])
+        size_t first = last;
+        while (first > 0 && (m_sLine[first - 1] == ' ' || m_sLine[first - 1] == '\t'))
             --first;
-        m_sOut.append(m_sLine, 0, m_oBlanks[first]);
+        size_t after = last + 1;
+        while (after < m_sKinds.size() && m_sKinds[after] == k_cTab)
+            ++after;
+        m_sOut.append(m_sLine, 0, first);
         m_sOut += "\r\n";
-        m_sLine.erase(0, last + 1);
-        m_oBlanks.clear();
+        m_sLine.erase(0, after);
+        m_sKinds.erase(0, after);
+        m_uRoomStart = m_uRoomStart > after ? m_uRoomStart - after : 0;
     }
 
     const unsigned int m_uWidth;
     std::string& m_sOut;
     std::string m_sLine;
-    std::vector<size_t> m_oBlanks; // positions in the line where it may be broken
+    std::string m_sKinds;    // k_cBlank, k_cTab or k_cOther for each character of m_sLine
+    size_t m_uRoomStart = 0; // where the line's room starts: after its last %r
 };
 
 } // namespace
@@ -158,7 +172,6 @@ const char* CMessageFormatter::ParseInsert(const char* text, SInsert& insert)
     if (i < format.size() && format[i] == '*')
     {
         insert.m_bWidthStar = true;
-        ++insert.m_iStars;
         ++i;
     }
     while (i < format.size() && IsDigit(format[i]))
@@ -170,7 +183,6 @@ const char* CMessageFormatter::ParseInsert(const char* text, SInsert& insert)
         if (i < format.size() && format[i] == '*')
         {
             insert.m_bPrecisionStar = true;
-            ++insert.m_iStars;
             ++i;
         }
         while (i < format.size() && IsDigit(format[i]))
@@ -215,6 +227,44 @@ const char* CMessageFormatter::ParseInsert(const char* text, SInsert& insert)
     }
     insert.m_sTrailing = format.substr(i);
     return end + 1;
+}
+
+// Win32's count of an insert's arguments: the first is the one the insert's number names; each
+// further one (a '*' width or precision, then the value) is the one after the highest used so far.
+// From a va_list, an insert with a '*' then drops the argument before its value from the count,
+// so later numbers from there on name the argument after. Returns the arguments' positions in
+// the caller's array or list, 1 for the first.
+std::vector<unsigned int> CMessageFormatter::Take(const SInsert& insert)
+{
+    auto position = [this](unsigned int number)
+    {
+        while (m_oPositions.size() < number)
+            m_oPositions.push_back(++m_uListed);
+        return m_oPositions[number - 1];
+    };
+    std::vector<unsigned int> taken;
+    unsigned int number = insert.m_uNumber;
+    const int count = 1 + (insert.m_bWidthStar ? 1 : 0) + (insert.m_bPrecisionStar ? 1 : 0);
+    for (int i = 0; i < count; ++i)
+    {
+        if (i > 0)
+            number = m_uHighest + 1;
+        m_uHighest = std::max(m_uHighest, number);
+        taken.push_back(position(number));
+    }
+    if (count > 1 && !m_bArgumentArray)
+    {
+        m_oPositions.erase(m_oPositions.begin() + (number - 2));
+        --m_uHighest;
+    }
+    return taken;
+}
+
+void CMessageFormatter::RestartCount()
+{
+    m_uHighest = 0;
+    m_uListed = 0;
+    m_oPositions.clear();
 }
 
 CMessageFormatter::EArgument CMessageFormatter::ArgumentOf(const SInsert& insert)
@@ -263,13 +313,14 @@ void CMessageFormatter::FetchArguments(const char* text)
         p = ParseInsert(p + 1, insert);
         if (!p)
             break;
-        unsigned int number = insert.m_uNumber;
-        if (insert.m_bWidthStar)
-            note(number++, EArgument::Int32);
-        if (insert.m_bPrecisionStar)
-            note(number++, EArgument::Int32);
-        note(number, ArgumentOf(insert));
+        if (insert.m_cConversion == 0)
+            continue;
+        const std::vector<unsigned int> taken = Take(insert);
+        for (size_t i = 0; i + 1 < taken.size(); ++i)
+            note(taken[i], EArgument::Int32);
+        note(taken.back(), ArgumentOf(insert));
     }
+    RestartCount();
     for (EArgument kind : kinds)
     {
         switch (kind)
@@ -301,25 +352,26 @@ bool CMessageFormatter::Argument(unsigned int number, std::uint64_t& value) cons
     return true;
 }
 
-bool CMessageFormatter::AppendInsert(const SInsert& insert, std::string& out) const
+bool CMessageFormatter::AppendInsert(const SInsert& insert, std::string& out)
 {
     if (insert.m_cConversion == 0)
     {
         out += insert.m_sTrailing;
         return true;
     }
-    unsigned int number = insert.m_uNumber;
+    const std::vector<unsigned int> taken = Take(insert);
+    size_t next = 0;
     std::uint64_t value = 0;
     std::string format = "%" + insert.m_sFlags + insert.m_sWidth;
     if (insert.m_bWidthStar)
     {
-        if (!Argument(number++, value))
+        if (!Argument(taken[next++], value))
             return false;
         format += std::to_string(static_cast<int>(value));
     }
     if (insert.m_bPrecisionStar)
     {
-        if (!Argument(number++, value))
+        if (!Argument(taken[next++], value))
             return false;
         if (static_cast<int>(value) >= 0)
             format += "." + std::to_string(static_cast<int>(value));
@@ -328,7 +380,7 @@ bool CMessageFormatter::AppendInsert(const SInsert& insert, std::string& out) co
     {
         format += insert.m_sPrecision;
     }
-    if (!Argument(number, value))
+    if (!Argument(taken[next++], value))
         return false;
 
     const unsigned int bits = insert.m_uBits;
@@ -397,6 +449,7 @@ DWORD CMessageFormatter::Format(const char* text, std::string& out)
     out.clear();
     if (!text)
         return ERROR_INVALID_PARAMETER;
+    RestartCount();
     if (!m_bIgnoreInserts && !m_bArgumentArray && m_poArguments)
         FetchArguments(text);
 
@@ -433,12 +486,9 @@ DWORD CMessageFormatter::Format(const char* text, std::string& out)
         {
             if (m_bIgnoreInserts)
             {
-                // Kept as written, and as one piece.
-                const char* end = p + 2;
-                if (IsDigit(*end))
-                    ++end;
-                lines.Insert(std::string(p, end));
-                p = end;
+                // Kept as written: '%' and its first digit as one piece, a second digit as text.
+                lines.Insert(std::string(p, p + 2));
+                p += 2;
                 continue;
             }
             SInsert insert;

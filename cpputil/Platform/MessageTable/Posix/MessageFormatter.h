@@ -36,7 +36,6 @@ private:
     {
         unsigned int m_uNumber;
         std::string m_sFlags;
-        int m_iStars; // arguments taken by '*' width and precision, before the value
         bool m_bWidthStar;
         bool m_bPrecisionStar;
         std::string m_sWidth;
@@ -48,16 +47,22 @@ private:
     };
 
     static const char* ParseInsert(const char* text, SInsert& insert);
+    std::vector<unsigned int> Take(const SInsert& insert);
+    void RestartCount();
     static EArgument ArgumentOf(const SInsert& insert);
     void FetchArguments(const char* text);
     bool Argument(unsigned int number, std::uint64_t& value) const;
-    bool AppendInsert(const SInsert& insert, std::string& out) const;
+    bool AppendInsert(const SInsert& insert, std::string& out);
 
     bool m_bIgnoreInserts;
     bool m_bArgumentArray;
     unsigned int m_uWidth; // FORMAT_MESSAGE_MAX_WIDTH_MASK bits
     va_list* m_poArguments;
     std::vector<std::uint64_t> m_oValues; // the va_list's arguments, fetched in order
+    // Win32's count of the arguments the inserts have taken so far.
+    unsigned int m_uHighest = 0;            // the highest number used
+    unsigned int m_uListed = 0;             // arguments of the va_list counted
+    std::vector<unsigned int> m_oPositions; // each number's position in the array or list
 };
 
 } // namespace Platform

@@ -95,8 +95,9 @@ bool Tokenize(const char* text, std::vector<SToken>& tokens)
             SToken token = {SToken::Number, 0, 0, std::string()};
             for (; std::isdigit(static_cast<unsigned char>(*p)); ++p)
             {
-                // Nine digits already overflow every field.
-                if (++token.m_iDigits > 9)
+                // Leading zeros count for nothing ("007" is read as "7" is); nine digits after
+                // them already overflow every field.
+                if ((token.m_lValue != 0 || *p != '0') && ++token.m_iDigits > 9)
                     return false;
                 token.m_lValue = token.m_lValue * 10 + (*p - '0');
             }

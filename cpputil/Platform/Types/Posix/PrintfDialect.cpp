@@ -1,7 +1,11 @@
 #include "../PrintfDialect.h"
 
+#include <algorithm>
 #include <cctype>
+#include <cstdint>
 #include <cstring>
+#include <cwchar>
+#include <vector>
 
 namespace
 {
@@ -25,7 +29,134 @@ int MicrosoftSize(const char* p, const char*& replacement)
     return *replacement == 'z' ? 1 : 3;
 }
 
+// Takes the integer a directive of the given size reads from args, cut to that size. False for
+// a size this C library does not know.
+bool TakeInteger(va_list& args, const std::string& size, std::uintmax_t& value)
+{
+    if (size == "hh")
+        value = static_cast<unsigned char>(va_arg(args, int));
+    else if (size == "h")
+        value = static_cast<unsigned short>(va_arg(args, int));
+    else if (size.empty())
+        value = static_cast<unsigned int>(va_arg(args, int));
+    else if (size == "l")
+        value = static_cast<unsigned long>(va_arg(args, long));
+    else if (size == "ll" || size == "q" || size == "L")
+        value = static_cast<unsigned long long>(va_arg(args, long long));
+    else if (size == "j")
+        value = va_arg(args, std::uintmax_t);
+    else if (size == "z" || size == "Z")
+        value = va_arg(args, std::size_t);
+    else if (size == "t")
+        value = static_cast<std::uintmax_t>(va_arg(args, std::ptrdiff_t));
+    else
+        return false;
+    return true;
+}
+
+// Takes the argument of any other conversion from args. False for a conversion or size this C
+// library does not know.
+bool TakeOther(va_list& args, const std::string& size, char conversion)
+{
+    if (conversion == 'c' || conversion == 'C')
+    {
+        if (conversion == 'C' || size == "l")
+            va_arg(args, std::wint_t);
+        else
+            va_arg(args, int);
+    }
+    else if (std::strchr("sSpn", conversion))
+        va_arg(args, void*);
+    else if (std::strchr("eEfFgGaA", conversion) && size == "L")
+        va_arg(args, long double);
+    else if (std::strchr("eEfFgGaA", conversion) && (size.empty() || size == "l"))
+        va_arg(args, double);
+    else if (conversion != 'm')
+        return false;
+    return true;
+}
+
 } // namespace
+
+const char* CppUtil::Platform::WithWindowsOctalZero(const char* fmt, va_list args,
+                                                    std::string& rewritten)
+{
+    // Nearly every format is spared the walk through its arguments; positional arguments are
+    // Microsoft's no more than this is.
+    if (!std::strchr(fmt, '#') || !std::strchr(fmt, '.') || !std::strchr(fmt, 'o') ||
+        std::strchr(fmt, '$'))
+        return nullptr;
+    va_list walk;
+    va_copy(walk, args);
+    std::vector<const char*> marks; // the '#' flags to drop, in order
+    bool known = true;
+    for (const char* p = fmt; *p && known;)
+    {
+        if (*p++ != '%')
+            continue;
+        if (*p == '%')
+        {
+            ++p;
+            continue;
+        }
+        const char* const flags = p;
+        while (*p && std::strchr("-+ #0'I", *p))
+            ++p;
+        const char* const flagsEnd = p;
+        if (*p == '*')
+        {
+            va_arg(walk, int);
+            ++p;
+        }
+        while (std::isdigit(static_cast<unsigned char>(*p)))
+            ++p;
+        bool noDigits = false;
+        if (*p == '.')
+        {
+            ++p;
+            if (*p == '*')
+            {
+                noDigits = va_arg(walk, int) == 0;
+                ++p;
+            }
+            else
+            {
+                noDigits = true;
+                for (; std::isdigit(static_cast<unsigned char>(*p)); ++p)
+                    noDigits = noDigits && *p == '0';
+            }
+        }
+        std::string size;
+        while (*p && std::strchr("hlLqjzZt", *p))
+            size += *p++;
+        const char conversion = *p;
+        if (conversion == '\0')
+            break;
+        ++p;
+        std::uintmax_t value = 0;
+        if (std::strchr("diouxX", conversion))
+            known = TakeInteger(walk, size, value);
+        else
+            known = TakeOther(walk, size, conversion);
+        if (known && conversion == 'o' && noDigits && value == 0)
+        {
+            for (const char* flag = flags; flag != flagsEnd; ++flag)
+            {
+                if (*flag == '#')
+                    marks.push_back(flag);
+            }
+        }
+    }
+    va_end(walk);
+    if (!known || marks.empty())
+        return nullptr;
+    for (const char* p = fmt; *p; ++p)
+    {
+        if (!std::binary_search(marks.begin(), marks.end(), p))
+            rewritten += *p;
+    }
+    return rewritten.c_str();
+}
 
 const char* CppUtil::Platform::WithStandardSizes(const char* fmt, std::string& rewritten)
 {

@@ -5,3 +5,8 @@ const char* CppUtil::Platform::WithStandardSizes(const char*, std::string&)
 {
     return nullptr;
 }
+
+const char* CppUtil::Platform::WithWindowsOctalZero(const char*, va_list, std::string&)
+{
+    return nullptr;
+}
