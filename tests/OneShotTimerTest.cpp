@@ -135,23 +135,19 @@ TEST_ON_FRESH_THREAD(OneShotTimerTest, TickPostedBeforeStopOrRetriggerIsIgnoredA
 {
     STimerProbe probe;
     CTestTimer timer(probe.Delegate(), "");
-    // The timer falls due while the thread is busy, so its WM_TIMER may wait in the queue
-    // when the timer is stopped.
-    timer.Trigger(20);
-    Sleep(100);
+    // Ticks already on their way when the timer is stopped or triggered again, posted as a tick
+    // in flight arrives: neither calls the delegate nor brings the latest Trigger forward.
+    timer.Trigger(1000);
+    timer.PostMessage(WM_TIMER, COneShotTimer::k_iTimerEventId);
     timer.StopTimer();
-    PumpMessages(200);
-    EXPECT_EQ(0, probe.m_iCount.load());
-
-    // Nor may such a tick bring a later Trigger forward, however close to its delay the
-    // thread stays busy.
-    timer.Trigger(20);
-    Sleep(100);
+    timer.Trigger(1000);
+    timer.PostMessage(WM_TIMER, COneShotTimer::k_iTimerEventId);
     const steady_clock::time_point rearmed = steady_clock::now();
-    timer.Trigger(200);
-    Sleep(185);
+    timer.Trigger(300);
+    PumpMessages(150);
+    EXPECT_EQ(0, probe.m_iCount.load());
     ASSERT_TRUE(PumpUntil([&] { return probe.m_iCount == 1; }, 30000));
-    EXPECT_GE(probe.m_oTimes[0] - rearmed, milliseconds(190));
+    EXPECT_GE(probe.m_oTimes[0] - rearmed, milliseconds(290));
     PumpMessages(200);
     EXPECT_EQ(1, probe.m_iCount.load());
 

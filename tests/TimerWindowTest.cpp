@@ -48,8 +48,9 @@ TEST_ON_FRESH_THREAD(TimerWindowTest, TicksOnlyBetweenStartAndStop)
     window->StartTimer();
     EXPECT_TRUE(PumpUntil([&] { return ticks.m_iCount.load() > stoppedAt; }, 10000));
 
-    // A tick posted while the thread was busy, before a stop, is not the next timer's.
-    Sleep(150);
+    // A tick on its way when the timer stops, posted as a tick in flight arrives, is not the
+    // next timer's.
+    PostMessage(hWnd, WM_TIMER, CTimerWindow::k_iTimerEvent, 0);
     window->StopTimer();
     const steady_clock::time_point restarted = steady_clock::now();
     window->StartTimer();

@@ -103,13 +103,9 @@ void CMessageQueue::EndCurrent()
 
 DWORD CMessageQueue::Now()
 {
-    return ToMessageTime(TClock::now());
-}
-
-DWORD CMessageQueue::ToMessageTime(TClock::time_point moment)
-{
     return static_cast<DWORD>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(moment.time_since_epoch()).count());
+        std::chrono::duration_cast<std::chrono::milliseconds>(TClock::now().time_since_epoch())
+            .count());
 }
 
 void CMessageQueue::Post(const MSG& message, CDeferredWake& wake)
@@ -129,10 +125,17 @@ UINT_PTR CMessageQueue::SetTimer(HWND window, UINT_PTR id, UINT elapse, TIMERPRO
 {
     elapse = std::min<UINT>(std::max<UINT>(elapse, USER_TIMER_MINIMUM), USER_TIMER_MAXIMUM);
     const TClock::duration period = std::chrono::milliseconds(elapse);
-    const TClock::time_point now = TClock::now();
-    // Setting a timer again restarts it with the new period.
-    Disarm(window, id, now);
-    m_oTimers.push_back({window, id, period, now + period, false, 0, {}, proc});
+    const TClock::time_point due = TClock::now() + period;
+    std::vector<STimer>::iterator timer =
+        std::find_if(m_oTimers.begin(), m_oTimers.end(),
+                     [&](const STimer& candidate)
+                     { return candidate.m_hWnd == window && candidate.m_uId == id; });
+    // Setting a timer again restarts it with the new period; its WM_TIMER, made only when the
+    // queue is read, goes with the old one as on Win32.
+    if (timer == m_oTimers.end())
+        m_oTimers.push_back({window, id, period, due, false, 0, proc});
+    else
+        *timer = {window, id, period, due, false, 0, proc};
     // The owner may be asleep until a later deadline.
     m_oWake.notify_all();
     // A window timer's result only has to be nonzero; Win32 gives the id, or 1 for id 0.
@@ -141,28 +144,13 @@ UINT_PTR CMessageQueue::SetTimer(HWND window, UINT_PTR id, UINT elapse, TIMERPRO
 
 bool CMessageQueue::KillTimer(HWND window, UINT_PTR id)
 {
-    return Disarm(window, id, TClock::now());
-}
-
-bool CMessageQueue::Disarm(HWND window, UINT_PTR id, TClock::time_point now)
-{
     std::vector<STimer>::iterator timer =
         std::find_if(m_oTimers.begin(), m_oTimers.end(),
                      [&](const STimer& candidate)
                      { return candidate.m_hWnd == window && candidate.m_uId == id; });
     if (timer == m_oTimers.end())
         return false;
-    // A timer that has fallen due has posted its WM_TIMER, and Win32 leaves a posted WM_TIMER in
-    // the queue when its timer is killed or set again: its handler has to tell it from a tick of
-    // the new timer. Posted now, it comes before whatever is posted after the timer changed.
-    if (timer->m_bReady || now >= timer->m_oDue)
-    {
-        const TClock::time_point fell = timer->m_bReady ? timer->m_oReadyAt : timer->m_oDue;
-        m_oPosted.push_back({window, WM_TIMER, id, reinterpret_cast<LPARAM>(timer->m_pfnProc),
-                             ToMessageTime(fell)});
-        // An owner asleep on its handles waits for posted messages now.
-        m_oWake.notify_all();
-    }
+    // A tick that has fallen due but not been read goes with the timer, as on Win32.
     m_oTimers.erase(timer);
     return true;
 }
@@ -365,7 +353,6 @@ bool CMessageQueue::TakeTimer(MSG& message, HWND window, UINT first, UINT last, 
             {
                 timer.m_bReady = true;
                 timer.m_uReadyOrder = ++m_uReadyCount;
-                timer.m_oReadyAt = timer.m_oDue;
             }
             timer.m_oDue += timer.m_oPeriod * ((now - timer.m_oDue) / timer.m_oPeriod + 1);
         }
@@ -378,8 +365,9 @@ bool CMessageQueue::TakeTimer(MSG& message, HWND window, UINT first, UINT last, 
     }
     if (!oldest)
         return false;
+    // Win32 makes WM_TIMER when the queue is read, so it carries that moment.
     message = {oldest->m_hWnd, WM_TIMER, oldest->m_uId, reinterpret_cast<LPARAM>(oldest->m_pfnProc),
-               ToMessageTime(oldest->m_oReadyAt)};
+               Now()};
     if (remove)
         oldest->m_bReady = false;
     return true;

@@ -40,7 +40,7 @@ public:
     void Post(const MSG& message, CDeferredWake& wake);
     void SetQuit(int exitCode);
     UINT_PTR SetTimer(HWND window, UINT_PTR id, UINT elapse, TIMERPROC proc);
-    // A WM_TIMER the timer has posted stays queued, as on Win32.
+    // A tick the timer has not yet delivered goes with it, as on Win32.
     bool KillTimer(HWND window, UINT_PTR id);
     // Drops the window's timers and queued messages and releases its waiting senders.
     void ForgetWindow(HWND window);
@@ -61,7 +61,6 @@ public:
 
     // MSG::time: milliseconds of a clock that never goes back.
     static DWORD Now();
-    static DWORD ToMessageTime(TClock::time_point moment);
 
 private:
     struct SSent
@@ -80,8 +79,6 @@ private:
         TClock::time_point m_oDue;
         bool m_bReady;
         std::uint64_t m_uReadyOrder;
-        // When the pending WM_TIMER was posted.
-        TClock::time_point m_oReadyAt;
         TIMERPROC m_pfnProc;
     };
 
@@ -91,8 +88,6 @@ private:
     void DispatchSent(std::unique_lock<std::mutex>& lock);
     bool TakePosted(MSG& message, HWND window, UINT first, UINT last, bool remove);
     bool TakeQuit(MSG& message, bool remove);
-    // Ends the timer; false when there is none.
-    bool Disarm(HWND window, UINT_PTR id, TClock::time_point now);
     bool TakeTimer(MSG& message, HWND window, UINT first, UINT last, bool remove,
                    TClock::time_point now);
 
