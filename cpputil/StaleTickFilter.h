@@ -9,8 +9,9 @@ namespace CppUtil
 namespace Thread
 {
 
-/// Killing a timer, or setting it again, does not take back a WM_TIMER it has already posted. So
-/// the window posts itself a mark whenever a timer that may have posted ends; posted messages keep
+/// Win32 documents that killing a timer, or setting it again, does not take back a WM_TIMER it has
+/// already posted (one peeked without removal, say, or copied into the queue). So the window posts
+/// itself a mark whenever a timer that may have posted ends; posted messages keep
 /// their order, and a tick met while a mark is still on its way was posted before that end. The
 /// mark travels ahead of the new timer's ticks, which come only when nothing is posted, so a loop
 /// that does not filter out the mark never mistakes a current tick for an old one.
