@@ -90,6 +90,10 @@ protected:
         if (message != WM_USER)
             return CProxyWindow::WindowProc(message, wParam, lParam);
         const COwnerPin pin(m_oThread);
+        // Given up: a queued call stays for the owner to drop, its waiter told why. One sent on
+        // this thread comes from a hook or call still running, which keeps the owner.
+        if (!pin.Owner() && IsQueuedCall(lParam))
+            return 0;
         return CProxyWindow::WindowProc(message, wParam, lParam);
     }
 
@@ -195,15 +199,22 @@ void CDaemonWinThread::PostQuit()
 
 bool CDaemonWinThread::Abandon()
 {
-    std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
-    if (m_bEnded)
-        return false;
-    m_bAbandoned = true;
-    // Under the lock that pins the owner, so that no queued call can slip in between.
-    if (m_poProxyWnd)
-        m_poProxyWnd->Release(k_szAbandoned);
-    if (m_iOwnerCalls > 0)
-        ++m_poOwner->m_iAbandonedHooks;
+    boost::shared_ptr<CProxyWindow> window;
+    {
+        std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
+        if (m_bEnded)
+            return false;
+        // From here on no queued call gets a pin, so none runs before it is dropped below.
+        m_bAbandoned = true;
+        window = m_poProxyWnd;
+        if (m_iOwnerCalls > 0)
+            ++m_poOwner->m_iAbandonedHooks;
+    }
+    // Outside the lock: dropping the calls destroys their delegates, and one may hold the last
+    // reference to another worker, whose destruction takes the lock. The copy keeps the window
+    // for this, while the thread may already be deleting itself.
+    if (window)
+        window->Release(k_szAbandoned);
     return true;
 }
 

@@ -10,6 +10,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -92,6 +94,16 @@ bool WaitFor(Predicate done)
     for (int i = 0; i < 6000 && !done(); ++i) // up to 30 s
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     return done();
+}
+
+// A hang cannot be failed and left behind: the process ends, as no later test could run.
+void ExitUnless(bool done, const char* what)
+{
+    if (done)
+        return;
+    std::fprintf(stderr, "Hangs: %s\n", what);
+    std::fflush(stderr);
+    std::_Exit(3);
 }
 
 // Lets a hanging worker go once its owner is well into its destruction.
@@ -379,4 +391,35 @@ TEST_F(DaemonThreadTest, DestroyingAWorkerWithAPendingExceptionStopsItAndLogsIt)
     EXPECT_FALSE(IsWindow(window));
     ASSERT_EQ(4u, m_oRecorder.Lines().size());
     EXPECT_NE(std::string::npos, m_oRecorder.Lines()[3].m_sText.find("Stop failed."));
+}
+
+TEST_F(DaemonThreadTest, StopDropsACallThatOwnsAnotherWorkerWithoutHanging)
+{
+    auto busy = std::make_shared<std::atomic<bool>>(false);
+    auto release = std::make_shared<CEvent>(FALSE, TRUE);
+    CPatientWorker worker(m_oOut);
+    worker.SetShutdownTimeout(100);
+    worker.Start();
+    auto other = std::make_shared<CBareWorker>(m_oOut);
+    other->Start();
+    worker.Proxy().Post(
+        [busy, release]
+        {
+            *busy = true;
+            release->Lock(INFINITE);
+        });
+    // The dropped call holds the last reference: dropping it destroys the other worker.
+    worker.Proxy().Post([other] {});
+    other.reset();
+    ASSERT_TRUE(WaitFor([&] { return busy->load(); }));
+    std::atomic<bool> stopped(false);
+    std::thread stopper(
+        [&]
+        {
+            worker.Stop();
+            stopped = true;
+        });
+    ExitUnless(WaitFor([&] { return stopped.load(); }), "Stop dropping a call that owns a worker");
+    stopper.join();
+    release->SetEvent();
 }
