@@ -56,10 +56,11 @@ public:
             return;
         std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
         // Once given up, the thread never touches its owner after this: the owner may be waiting
-        // to go.
-        if (--m_oThread.m_iOwnerCalls == 0 && m_oThread.m_bAbandoned)
+        // to go. An owner given up on this very thread is gone already (see Abandon).
+        CDaemonThread* const owner = m_oThread.m_poOwner;
+        if (--m_oThread.m_iOwnerCalls == 0 && m_oThread.m_bAbandoned && owner)
         {
-            --m_poOwner->m_iAbandonedHooks;
+            --owner->m_iAbandonedHooks;
             s_oAbandonedHookReturned.notify_all();
         }
     }
@@ -207,7 +208,11 @@ bool CDaemonWinThread::Abandon()
         // From here on no queued call gets a pin, so none runs before it is dropped below.
         m_bAbandoned = true;
         window = m_poProxyWnd;
-        if (m_iOwnerCalls > 0)
+        // On this thread, the pins are the caller's own frames: nobody may wait for them, and
+        // they let go only once the owner, on its way out, is gone, so they must forget it.
+        if (::GetCurrentThreadId() == m_nThreadID)
+            m_poOwner = nullptr;
+        else if (m_iOwnerCalls > 0)
             ++m_poOwner->m_iAbandonedHooks;
     }
     // Outside the lock: dropping the calls destroys their delegates, and one may hold the last

@@ -423,3 +423,23 @@ TEST_F(DaemonThreadTest, StopDropsACallThatOwnsAnotherWorkerWithoutHanging)
     stopper.join();
     release->SetEvent();
 }
+
+TEST_F(DaemonThreadTest, AWorkerDestroyedByItsOwnCallDoesNotWaitForItself)
+{
+    auto destroyed = std::make_shared<std::atomic<bool>>(false);
+    std::shared_ptr<CPatientWorker> worker(new CPatientWorker(m_oOut),
+                                           [destroyed](CPatientWorker* w)
+                                           {
+                                               delete w;
+                                               *destroyed = true;
+                                           });
+    // Longer than WaitFor: a destruction that waited for its own thread would not be done.
+    worker->SetShutdownTimeout(60000);
+    worker->Start();
+    auto go = std::make_shared<CEvent>(FALSE, TRUE);
+    worker->Proxy().Post([worker, go] { go->Lock(INFINITE); });
+    worker.reset();
+    go->SetEvent();
+    ExitUnless(WaitFor([&] { return destroyed->load(); }), "a worker destroyed on its own thread");
+    EXPECT_TRUE(m_oRecorder.Lines().empty());
+}
