@@ -150,9 +150,26 @@ int CDaemonWinThread::Run()
                     owner.OnUncaughtException();
                 });
             if (!delivered)
+            {
                 CExceptionTunnel::LogAbandonedException(m_sThreadName);
+                // Given up: the loop dispatches nothing more.
+                return ExitInstance();
+            }
         }
     }
+}
+
+BOOL CDaemonWinThread::DispatchCurrentMessage()
+{
+    // Any message may reach the owner, whichever window it is for (a timer a subclass made in
+    // OnThreadStart, say), so each is pinned as a hook is and the owner's destruction waits for
+    // it. Once given up, the loop ends instead of dispatching more.
+    const COwnerPin pin(*this);
+    if (!pin.Owner())
+        return FALSE;
+    CWinThread::DispatchCurrentMessage();
+    std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
+    return m_bAbandoned ? FALSE : TRUE;
 }
 
 int CDaemonWinThread::ExitInstance()

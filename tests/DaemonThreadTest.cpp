@@ -2,6 +2,7 @@
 #include "UiThreadStandIn.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/CppUtil.Thread.OneShotTimer.h>
 #include <cpputil/DaemonThread.h>
 #include <cpputil/Platform/Kernel/CEvent.h>
 #include <cpputil/Platform/Kernel/WinMessages.h>
@@ -442,4 +443,37 @@ TEST_F(DaemonThreadTest, AWorkerDestroyedByItsOwnCallDoesNotWaitForItself)
     go->SetEvent();
     ExitUnless(WaitFor([&] { return destroyed->load(); }), "a worker destroyed on its own thread");
     EXPECT_TRUE(m_oRecorder.Lines().empty());
+}
+
+TEST_F(DaemonThreadTest, DestructionWaitsForATimerCallOfAGivenUpWorker)
+{
+    auto entered = std::make_shared<std::atomic<bool>>(false);
+    auto returned = std::make_shared<std::atomic<bool>>(false);
+    auto release = std::make_shared<CEvent>(FALSE, TRUE);
+    // Made on the worker and used by its call, as a subclass's member would be; it outlives the
+    // worker's destruction here as such a member outlives the subclass's Shutdown().
+    std::unique_ptr<CppUtil::Thread::COneShotTimer> timer;
+    std::unique_ptr<CPatientWorker> worker(new CPatientWorker(m_oOut));
+    worker->SetShutdownTimeout(100);
+    CPatientWorker* const self = worker.get();
+    worker->m_oOnStart = [&timer, self, entered, returned, release]
+    {
+        timer.reset(new CppUtil::Thread::COneShotTimer(
+            [self, entered, returned, release]
+            {
+                *entered = true;
+                release->Lock(INFINITE);
+                // Freed memory, had the owner not waited.
+                self->m_hProxyWnd = nullptr;
+                *returned = true;
+            },
+            "Tick"));
+        timer->Trigger(1);
+    };
+    worker->Start();
+    ASSERT_TRUE(WaitFor([&] { return entered->load(); }));
+    std::thread releaser = ReleaseLater(release);
+    worker.reset();
+    EXPECT_TRUE(returned->load());
+    releaser.join();
 }
