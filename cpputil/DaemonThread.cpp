@@ -90,8 +90,14 @@ bool CDaemonThread::StopWorker()
     if (!m_poThread)
         return false;
     m_poThread->PostQuit();
-    HANDLE handle = m_poThread->m_hThread;
-    ::MsgWaitForMultipleObjects(1, &handle, FALSE, m_uShutdownTimeout, 0);
+    // On the worker itself (one of its calls let go of the last reference to this object, say)
+    // there is nothing to wait for: the thread cannot end while it is in here. It is given up at
+    // once, its loop ends when that call returns, and it frees itself.
+    if (::GetCurrentThreadId() != m_poThread->m_nThreadID)
+    {
+        HANDLE handle = m_poThread->m_hThread;
+        ::MsgWaitForMultipleObjects(1, &handle, FALSE, m_uShutdownTimeout, 0);
+    }
     ShareProxy(boost::shared_ptr<CProxyWindow>());
     boost::shared_ptr<CDaemonWinThread> thread;
     thread.swap(m_poThread);

@@ -37,8 +37,9 @@ public:
     void Start();
     /// Asks the worker to end and waits for it up to the shut-down time-out, whatever it is doing;
     /// a worker that is not done by then is abandoned, never killed: the calls still queued for it
-    /// are dropped, their waiters released with a CQlException, and it calls no further hook.
-    /// Then re-throws what the worker left behind.
+    /// are dropped, their waiters released with a CQlException, and once what it is inside has
+    /// returned it dispatches no further message and calls no further hook. On the worker itself
+    /// it waits for nothing. Then re-throws what the worker left behind.
     void Stop();
 
 protected:
@@ -50,10 +51,11 @@ protected:
     /// worker's loop has ended on its own, the window is kept but refuses calls.
     CProxyWindow& Proxy();
     /// For destructors: stops the worker as Stop does, then waits, without a time limit, for a
-    /// hook or call that the worker was still inside when Stop gave up on it, serving meanwhile the
-    /// calls queued for this thread's proxy windows, which that hook may be waiting for. What the
-    /// worker left behind is logged instead of thrown. A subclass whose hooks use its own members
-    /// calls it first in its destructor.
+    /// hook or message that the worker was still inside when Stop gave up on it (unless this runs
+    /// on that worker, which cannot wait for itself), serving meanwhile the calls queued for this
+    /// thread's proxy windows, which that hook may be waiting for. What the worker left behind is
+    /// logged instead of thrown. A subclass whose hooks, calls or timers use its own members calls
+    /// it first in its destructor: they are gone before the base destructor runs.
     void Shutdown() noexcept;
 
     /// On the worker, after its set-up.

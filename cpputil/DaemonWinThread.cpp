@@ -56,10 +56,11 @@ public:
             return;
         std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
         // Once given up, the thread never touches its owner after this: the owner may be waiting
-        // to go.
-        if (--m_oThread.m_iOwnerCalls == 0 && m_oThread.m_bAbandoned)
+        // to go. An owner given up on this very thread is gone already (see Abandon).
+        CDaemonThread* const owner = m_oThread.m_poOwner;
+        if (--m_oThread.m_iOwnerCalls == 0 && m_oThread.m_bAbandoned && owner)
         {
-            --m_poOwner->m_iAbandonedHooks;
+            --owner->m_iAbandonedHooks;
             s_oAbandonedHookReturned.notify_all();
         }
     }
@@ -90,6 +91,10 @@ protected:
         if (message != WM_USER)
             return CProxyWindow::WindowProc(message, wParam, lParam);
         const COwnerPin pin(m_oThread);
+        // Given up: a queued call stays for the owner to drop, its waiter told why. One sent on
+        // this thread comes from a hook or call still running, which keeps the owner.
+        if (!pin.Owner() && IsQueuedCall(lParam))
+            return 0;
         return CProxyWindow::WindowProc(message, wParam, lParam);
     }
 
@@ -145,9 +150,26 @@ int CDaemonWinThread::Run()
                     owner.OnUncaughtException();
                 });
             if (!delivered)
+            {
                 CExceptionTunnel::LogAbandonedException(m_sThreadName);
+                // Given up: the loop dispatches nothing more.
+                return ExitInstance();
+            }
         }
     }
+}
+
+BOOL CDaemonWinThread::DispatchCurrentMessage()
+{
+    // Any message may reach the owner, whichever window it is for (a timer a subclass made in
+    // OnThreadStart, say), so each is pinned as a hook is and the owner's destruction waits for
+    // it. Once given up, the loop ends instead of dispatching more.
+    const COwnerPin pin(*this);
+    if (!pin.Owner())
+        return FALSE;
+    CWinThread::DispatchCurrentMessage();
+    std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
+    return m_bAbandoned ? FALSE : TRUE;
 }
 
 int CDaemonWinThread::ExitInstance()
@@ -195,15 +217,26 @@ void CDaemonWinThread::PostQuit()
 
 bool CDaemonWinThread::Abandon()
 {
-    std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
-    if (m_bEnded)
-        return false;
-    m_bAbandoned = true;
-    // Under the lock that pins the owner, so that no queued call can slip in between.
-    if (m_poProxyWnd)
-        m_poProxyWnd->Release(k_szAbandoned);
-    if (m_iOwnerCalls > 0)
-        ++m_poOwner->m_iAbandonedHooks;
+    boost::shared_ptr<CProxyWindow> window;
+    {
+        std::lock_guard<std::mutex> lock(s_oLifetimeMutex);
+        if (m_bEnded)
+            return false;
+        // From here on no queued call gets a pin, so none runs before it is dropped below.
+        m_bAbandoned = true;
+        window = m_poProxyWnd;
+        // On this thread, the pins are the caller's own frames: nobody may wait for them, and
+        // they let go only once the owner, on its way out, is gone, so they must forget it.
+        if (::GetCurrentThreadId() == m_nThreadID)
+            m_poOwner = nullptr;
+        else if (m_iOwnerCalls > 0)
+            ++m_poOwner->m_iAbandonedHooks;
+    }
+    // Outside the lock: dropping the calls destroys their delegates, and one may hold the last
+    // reference to another worker, whose destruction takes the lock. The copy keeps the window
+    // for this, while the thread may already be deleting itself.
+    if (window)
+        window->Release(k_szAbandoned);
     return true;
 }
 

@@ -24,15 +24,17 @@ public:
 
     Platform::BOOL InitInstance() override;
     int Run() override;
+    /// Pins the owner for the message, as for a hook; FALSE once the owner has given it up.
+    Platform::BOOL DispatchCurrentMessage() override;
     int ExitInstance() override;
     void Delete() override;
 
     /// On the owner's thread: asks the message loop to end.
     void PostQuit();
-    /// On the owner's thread, once it has stopped waiting for this thread; never waits. Returns
-    /// true when the thread is still going: it then drops the calls queued for its window, deletes
-    /// itself when it ends, and calls the owner no more once a hook or call it may be inside has
-    /// returned.
+    /// On the owner's thread, once it has stopped waiting for this thread, or on this thread
+    /// itself; never waits. Returns true when the thread is still going: it then drops the calls
+    /// queued for its window, deletes itself when it ends, and dispatches nothing more and calls
+    /// the owner no more once the hook or message it may be inside has returned.
     bool Abandon();
     /// Whether an abandoned thread is still inside one of the owner's hooks or calls.
     static bool HasAbandonedHooks(CDaemonThread& owner);

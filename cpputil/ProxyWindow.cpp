@@ -154,6 +154,11 @@ void CProxyWindow::Close()
         TearDown();
 }
 
+bool CProxyWindow::IsQueuedCall(LPARAM lParam)
+{
+    return lParam != k_lSent;
+}
+
 LRESULT CProxyWindow::WindowProc(UINT message, WPARAM wParam, LPARAM lParam)
 {
     if (message == WM_USER)

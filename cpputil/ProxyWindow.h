@@ -51,6 +51,9 @@ public:
     void Release(const char* reason);
 
 protected:
+    /// Whether the lParam of a WM_USER message to the window is that of a queued call rather
+    /// than of one run by Send.
+    static bool IsQueuedCall(Platform::LPARAM lParam);
     Platform::LRESULT WindowProc(Platform::UINT message, Platform::WPARAM wParam,
                                  Platform::LPARAM lParam) override;
 

@@ -2,6 +2,7 @@
 #include "UiThreadStandIn.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
+#include <cpputil/CppUtil.Thread.OneShotTimer.h>
 #include <cpputil/DaemonThread.h>
 #include <cpputil/Platform/Kernel/CEvent.h>
 #include <cpputil/Platform/Kernel/WinMessages.h>
@@ -10,6 +11,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -92,6 +95,16 @@ bool WaitFor(Predicate done)
     for (int i = 0; i < 6000 && !done(); ++i) // up to 30 s
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     return done();
+}
+
+// A hang cannot be failed and left behind: the process ends, as no later test could run.
+void ExitUnless(bool done, const char* what)
+{
+    if (done)
+        return;
+    std::fprintf(stderr, "Hangs: %s\n", what);
+    std::fflush(stderr);
+    std::_Exit(3);
 }
 
 // Lets a hanging worker go once its owner is well into its destruction.
@@ -379,4 +392,88 @@ TEST_F(DaemonThreadTest, DestroyingAWorkerWithAPendingExceptionStopsItAndLogsIt)
     EXPECT_FALSE(IsWindow(window));
     ASSERT_EQ(4u, m_oRecorder.Lines().size());
     EXPECT_NE(std::string::npos, m_oRecorder.Lines()[3].m_sText.find("Stop failed."));
+}
+
+TEST_F(DaemonThreadTest, StopDropsACallThatOwnsAnotherWorkerWithoutHanging)
+{
+    auto busy = std::make_shared<std::atomic<bool>>(false);
+    auto release = std::make_shared<CEvent>(FALSE, TRUE);
+    CPatientWorker worker(m_oOut);
+    worker.SetShutdownTimeout(100);
+    worker.Start();
+    auto other = std::make_shared<CBareWorker>(m_oOut);
+    other->Start();
+    worker.Proxy().Post(
+        [busy, release]
+        {
+            *busy = true;
+            release->Lock(INFINITE);
+        });
+    // The dropped call holds the last reference: dropping it destroys the other worker.
+    worker.Proxy().Post([other] {});
+    other.reset();
+    ASSERT_TRUE(WaitFor([&] { return busy->load(); }));
+    std::atomic<bool> stopped(false);
+    std::thread stopper(
+        [&]
+        {
+            worker.Stop();
+            stopped = true;
+        });
+    ExitUnless(WaitFor([&] { return stopped.load(); }), "Stop dropping a call that owns a worker");
+    stopper.join();
+    release->SetEvent();
+}
+
+TEST_F(DaemonThreadTest, AWorkerDestroyedByItsOwnCallDoesNotWaitForItself)
+{
+    auto destroyed = std::make_shared<std::atomic<bool>>(false);
+    std::shared_ptr<CPatientWorker> worker(new CPatientWorker(m_oOut),
+                                           [destroyed](CPatientWorker* w)
+                                           {
+                                               delete w;
+                                               *destroyed = true;
+                                           });
+    // Longer than WaitFor: a destruction that waited for its own thread would not be done.
+    worker->SetShutdownTimeout(60000);
+    worker->Start();
+    auto go = std::make_shared<CEvent>(FALSE, TRUE);
+    worker->Proxy().Post([worker, go] { go->Lock(INFINITE); });
+    worker.reset();
+    go->SetEvent();
+    ExitUnless(WaitFor([&] { return destroyed->load(); }), "a worker destroyed on its own thread");
+    EXPECT_TRUE(m_oRecorder.Lines().empty());
+}
+
+TEST_F(DaemonThreadTest, DestructionWaitsForATimerCallOfAGivenUpWorker)
+{
+    auto entered = std::make_shared<std::atomic<bool>>(false);
+    auto returned = std::make_shared<std::atomic<bool>>(false);
+    auto release = std::make_shared<CEvent>(FALSE, TRUE);
+    // Made on the worker and used by its call, as a subclass's member would be; it outlives the
+    // worker's destruction here as such a member outlives the subclass's Shutdown().
+    std::unique_ptr<CppUtil::Thread::COneShotTimer> timer;
+    std::unique_ptr<CPatientWorker> worker(new CPatientWorker(m_oOut));
+    worker->SetShutdownTimeout(100);
+    CPatientWorker* const self = worker.get();
+    worker->m_oOnStart = [&timer, self, entered, returned, release]
+    {
+        timer.reset(new CppUtil::Thread::COneShotTimer(
+            [self, entered, returned, release]
+            {
+                *entered = true;
+                release->Lock(INFINITE);
+                // Freed memory, had the owner not waited.
+                self->m_hProxyWnd = nullptr;
+                *returned = true;
+            },
+            "Tick"));
+        timer->Trigger(1);
+    };
+    worker->Start();
+    ASSERT_TRUE(WaitFor([&] { return entered->load(); }));
+    std::thread releaser = ReleaseLater(release);
+    worker.reset();
+    EXPECT_TRUE(returned->load());
+    releaser.join();
 }

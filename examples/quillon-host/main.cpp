@@ -148,7 +148,9 @@ public:
     {
         SetThreadName(("Programmer " + std::to_string(site)).c_str());
     }
-    ~CProgrammer() override { Stop(); }
+    // Its calls use its members, which go before the base destructor runs; the host stops it
+    // itself to hear of a failure, so this only waits for what a given-up worker still runs.
+    ~CProgrammer() override { Shutdown(); }
 
     // Runs on the worker; waits for it.
     void Program(int device)

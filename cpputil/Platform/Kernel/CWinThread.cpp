@@ -97,10 +97,18 @@ int CWinThread::Run()
             return ExitInstance();
         }
         // The message is already taken: it is handled before a failure leaves, or it is lost.
-        ::TranslateMessage(&m_msgCur);
-        ::DispatchMessage(&m_msgCur);
+        const BOOL goOn = DispatchCurrentMessage();
         call.Rethrow();
+        if (!goOn)
+            return ExitInstance();
     }
+}
+
+BOOL CWinThread::DispatchCurrentMessage()
+{
+    ::TranslateMessage(&m_msgCur);
+    ::DispatchMessage(&m_msgCur);
+    return TRUE;
 }
 
 int CWinThread::ExitInstance()

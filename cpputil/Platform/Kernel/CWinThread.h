@@ -52,6 +52,10 @@ public:
     CppUtil::Platform::DWORD m_nThreadID;
 
 protected:
+    /// Run's handling of m_msgCur, the message it has just taken: translates and dispatches it.
+    /// FALSE ends the loop there, as WM_QUIT would.
+    virtual CppUtil::Platform::BOOL DispatchCurrentMessage();
+
     CppUtil::Platform::MSG m_msgCur;
     AFX_THREADPROC m_pfnThreadProc;
     CppUtil::Platform::LPVOID m_pThreadParams;
