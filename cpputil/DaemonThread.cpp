@@ -72,6 +72,13 @@ void CDaemonThread::Start()
 
 void CDaemonThread::Stop()
 {
+    // On the worker the caller is itself a hook or call of this object: the worker could neither
+    // wait for it nor be given up under it, and another thread may be stopping it meanwhile. So
+    // it is refused before anything is touched; the destructor alone may end it there.
+    if (CDaemonWinThread::IsWorkerOf(*this))
+        k_oSource.Throw(79, "CppUtil::Thread::CDaemonThread::Stop",
+                        "The thread " + m_sThreadName +
+                            " cannot be stopped from its own thread; stop it from another one.");
     // The worker is asked to end before anything is thrown, so that an owner on its way out
     // never leaves it running.
     if (StopWorker())
@@ -90,10 +97,10 @@ bool CDaemonThread::StopWorker()
     if (!m_poThread)
         return false;
     m_poThread->PostQuit();
-    // On the worker itself (one of its calls let go of the last reference to this object, say)
-    // there is nothing to wait for: the thread cannot end while it is in here. It is given up at
-    // once, its loop ends when that call returns, and it frees itself.
-    if (::GetCurrentThreadId() != m_poThread->m_nThreadID)
+    // On the worker itself (one of its calls let go of the last reference to this object, in
+    // Shutdown) there is nothing to wait for: the thread cannot end while it is in here. It is
+    // given up at once, its loop ends when that call returns, and it frees itself.
+    if (!CDaemonWinThread::IsWorkerOf(*this))
     {
         HANDLE handle = m_poThread->m_hThread;
         ::MsgWaitForMultipleObjects(1, &handle, FALSE, m_uShutdownTimeout, 0);

@@ -38,8 +38,9 @@ public:
     /// Asks the worker to end and waits for it up to the shut-down time-out, whatever it is doing;
     /// a worker that is not done by then is abandoned, never killed: the calls still queued for it
     /// are dropped, their waiters released with a CQlException, and once what it is inside has
-    /// returned it dispatches no further message and calls no further hook. On the worker itself
-    /// it waits for nothing. Then re-throws what the worker left behind.
+    /// returned it dispatches no further message and calls no further hook. Then re-throws what the
+    /// worker left behind. On the worker's own thread (from a hook, call or timer) it throws
+    /// CQlException and does nothing else.
     void Stop();
 
 protected:

@@ -35,6 +35,9 @@ void NameThreadForDebugger(const CString&) {}
 
 const char* const k_szAbandoned = "its thread was given up by its owner before the call's turn";
 
+// The daemon thread object of the calling thread, null on threads that are none.
+thread_local CDaemonWinThread* t_poCurrent = nullptr;
+
 } // namespace
 
 // Pins the owner for one of its hooks or calls, unless it has given this thread up: an owner
@@ -116,6 +119,7 @@ BOOL CDaemonWinThread::InitInstance()
         k_oSource.Throw(40, "CppUtil::Thread::CDaemonWinThread::InitInstance",
                         "((m_poOwner) != NULL) && AfxIsValidAddress((m_poOwner), "
                         "sizeof(CDaemonThread), FALSE)");
+    t_poCurrent = this;
     // Start waits for the start-up, so the owner cannot abandon the thread meanwhile.
     CallOwner(
         [this](CDaemonThread& owner)
@@ -225,11 +229,7 @@ bool CDaemonWinThread::Abandon()
         // From here on no queued call gets a pin, so none runs before it is dropped below.
         m_bAbandoned = true;
         window = m_poProxyWnd;
-        // On this thread, the pins are the caller's own frames: nobody may wait for them, and
-        // they let go only once the owner, on its way out, is gone, so they must forget it.
-        if (::GetCurrentThreadId() == m_nThreadID)
-            m_poOwner = nullptr;
-        else if (m_iOwnerCalls > 0)
+        if (m_iOwnerCalls > 0)
             ++m_poOwner->m_iAbandonedHooks;
     }
     // Outside the lock: dropping the calls destroys their delegates, and one may hold the last
@@ -238,6 +238,12 @@ bool CDaemonWinThread::Abandon()
     if (window)
         window->Release(k_szAbandoned);
     return true;
+}
+
+bool CDaemonWinThread::IsWorkerOf(const CDaemonThread& owner)
+{
+    // Only this thread changes its own m_poOwner.
+    return t_poCurrent && t_poCurrent->m_poOwner == &owner;
 }
 
 bool CDaemonWinThread::HasAbandonedHooks(CDaemonThread& owner)
@@ -256,6 +262,15 @@ void CDaemonWinThread::AwaitAbandonedHooks(CDaemonThread& owner)
     bool quit = false;
     WPARAM exitCode = 0;
     std::unique_lock<std::mutex> lock(s_oLifetimeMutex);
+    // On a worker of the owner (one of its calls let go of the owner's last reference, given up
+    // or not), that worker's pins are the caller's own frames: nobody may wait for them, and they
+    // let go only once the owner is gone, so they must forget it.
+    if (IsWorkerOf(owner))
+    {
+        if (t_poCurrent->m_bAbandoned && t_poCurrent->m_iOwnerCalls > 0)
+            --owner.m_iAbandonedHooks;
+        t_poCurrent->m_poOwner = nullptr;
+    }
     while (!s_oAbandonedHookReturned.wait_for(lock, k_oServeInterval,
                                               [&owner] { return owner.m_iAbandonedHooks == 0; }))
     {

@@ -36,10 +36,13 @@ public:
     /// queued for its window, deletes itself when it ends, and dispatches nothing more and calls
     /// the owner no more once the hook or message it may be inside has returned.
     bool Abandon();
+    /// Whether the calling thread is one of owner's, given up or not.
+    static bool IsWorkerOf(const CDaemonThread& owner);
     /// Whether an abandoned thread is still inside one of the owner's hooks or calls.
     static bool HasAbandonedHooks(CDaemonThread& owner);
-    /// On the owner's thread, while it is destroyed: waits until no abandoned thread is inside one
-    /// of its hooks or calls, serving meanwhile the calls queued for this thread's proxy windows.
+    /// While the owner is destroyed: waits until no abandoned thread is inside one of its hooks or
+    /// calls, serving meanwhile the calls queued for this thread's proxy windows. On one of the
+    /// owner's workers, that worker's own hooks and calls are not waited for and forget the owner.
     static void AwaitAbandonedHooks(CDaemonThread& owner);
 
     CDaemonThread* m_poOwner;

@@ -477,3 +477,95 @@ TEST_F(DaemonThreadTest, DestructionWaitsForATimerCallOfAGivenUpWorker)
     EXPECT_TRUE(returned->load());
     releaser.join();
 }
+
+// Stop's caller holds no reference of its own: the last one is in a call queued behind.
+class CSelfHeldWorker : public CPatientWorker
+{
+public:
+    using CPatientWorker::CPatientWorker;
+    ~CSelfHeldWorker() override { *m_poDestroyed = true; }
+    std::shared_ptr<std::atomic<bool>> m_poDestroyed = std::make_shared<std::atomic<bool>>(false);
+};
+
+TEST_F(DaemonThreadTest, StopOnTheWorkersOwnThreadIsRefusedWithoutTouchingAnything)
+{
+    // Whether Stop, called on the worker, was refused with the expected text.
+    const auto refused = [](CWorker* self)
+    {
+        try
+        {
+            self->Stop();
+        }
+        catch (const CQlException& error)
+        {
+            return std::string(error.what()).find("cannot be stopped from its own thread") !=
+                   std::string::npos;
+        }
+        return false;
+    };
+    std::atomic<int> refusals(0);
+    {
+        CWorker worker(m_oOut);
+        CWorker* const self = &worker;
+        // From OnThreadStart while Start waits, and from OnThreadStop while a Stop elsewhere
+        // waits for the worker to end.
+        worker.m_oOnStart = [&] { refusals += refused(self); };
+        worker.m_oOnStop = [&] { refusals += refused(self); };
+        worker.Start();
+        EXPECT_EQ(1, refusals.load());
+        // From a call: the worker goes on and keeps its owner.
+        worker.Proxy().PostAndWait([&] { refusals += refused(self); });
+        EXPECT_EQ(2, refusals.load());
+        worker.Proxy().PostAndWait([] {});
+        worker.Stop();
+        EXPECT_EQ(3, refusals.load());
+        EXPECT_EQ(1, worker.m_iStops.load());
+    }
+    // A call refused so whose owner's last reference goes with the call queued behind it: the
+    // owner is destroyed on its worker, and nothing freed is read (AddressSanitizer).
+    auto held = std::make_shared<CSelfHeldWorker>(m_oOut);
+    const std::shared_ptr<std::atomic<bool>> destroyed = held->m_poDestroyed;
+    held->Start();
+    CSelfHeldWorker* const self = held.get();
+    auto go = std::make_shared<CEvent>(FALSE, TRUE);
+    auto wasRefused = std::make_shared<std::atomic<bool>>(false);
+    self->Proxy().Post(
+        [self, go, wasRefused, refused]
+        {
+            go->Lock(10000);
+            *wasRefused = refused(self);
+        });
+    self->Proxy().Post([held] {});
+    held.reset();
+    go->SetEvent();
+    ExitUnless(WaitFor([&] { return destroyed->load(); }), "a worker refused to stop itself");
+    EXPECT_TRUE(wasRefused->load());
+    EXPECT_TRUE(m_oRecorder.Lines().empty());
+}
+
+TEST_F(DaemonThreadTest, AGivenUpWorkerWhoseCallLetsGoOfTheOwnerLastDoesNotWaitForItself)
+{
+    auto destroyed = std::make_shared<std::atomic<bool>>(false);
+    std::shared_ptr<CPatientWorker> worker(new CPatientWorker(m_oOut),
+                                           [destroyed](CPatientWorker* w)
+                                           {
+                                               delete w;
+                                               *destroyed = true;
+                                           });
+    worker->SetShutdownTimeout(100);
+    worker->Start();
+    auto busy = std::make_shared<std::atomic<bool>>(false);
+    auto go = std::make_shared<CEvent>(FALSE, TRUE);
+    worker->Proxy().Post(
+        [worker, busy, go]
+        {
+            *busy = true;
+            go->Lock(10000);
+        });
+    ASSERT_TRUE(WaitFor([&] { return busy->load(); }));
+    // Given up inside the call, which then holds the owner's last reference.
+    worker->Stop();
+    worker.reset();
+    go->SetEvent();
+    ExitUnless(WaitFor([&] { return destroyed->load(); }), "a given-up worker waiting for itself");
+}
