@@ -34,6 +34,10 @@ std::atomic<std::int64_t> s_iGmtDeltaCache(-1);
 // Room for the longest date and time strftime makes of the format, and for either suffix.
 const int k_iTextSize = 96;
 
+// 9999-12-31 23:59:59 UTC, the last moment the text forms can show. Clock fields carry over, so a
+// text of an accepted year may still name a later moment; such a text is refused.
+const std::int64_t k_iLastMoment = 253402300799;
+
 } // namespace
 
 CDateTime::CDateTime() : m_usMilliseconds(0), m_bHasMilliseconds(false) {}
@@ -248,6 +252,8 @@ bool CDateTime::Set(const CString& text, bool utc)
         time -= ATL::CTimeSpan(0, hours, minutes, 0);
         time += GetGmtDelta();
     }
+    if (time.GetTime() > k_iLastMoment)
+        return false;
     m_oTime = time;
     return true;
 }

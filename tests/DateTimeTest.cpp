@@ -218,7 +218,9 @@ TEST_F(DateTimeTest, SetReadsOnlyTheFixedFormAndAppliesItsZone)
           "2019-04-08T12:34:56 +0200", "2019-04-08 12:34:56 +0200 ", "2019-04-08 12:34: 6 +0200",
           "99999999999-04-08 12:34:56 +0200",
           // A clock field past what an int holds would wrap round to centuries earlier.
-          "2019-04-08 12:2147483648:56 +0200"})
+          "2019-04-08 12:2147483648:56 +0200",
+          // Clock fields that carry over past the year 9999, which no text form can show.
+          "2019-04-08 100004789:34:789 -0530"})
     {
         EXPECT_FALSE(value.Set(text, false)) << text;
         EXPECT_FALSE(value.Set(text, true)) << text;
