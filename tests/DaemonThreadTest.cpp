@@ -107,6 +107,18 @@ void ExitUnless(bool done, const char* what)
     std::_Exit(3);
 }
 
+// A worker whose flag is set once its destruction is complete, wherever its last reference goes.
+std::shared_ptr<CPatientWorker> FlaggedWorker(COutput& output,
+                                              const std::shared_ptr<std::atomic<bool>>& destroyed)
+{
+    return std::shared_ptr<CPatientWorker>(new CPatientWorker(output),
+                                           [destroyed](CPatientWorker* worker)
+                                           {
+                                               delete worker;
+                                               *destroyed = true;
+                                           });
+}
+
 // Lets a hanging worker go once its owner is well into its destruction.
 std::thread ReleaseLater(const std::shared_ptr<CEvent>& release)
 {
@@ -428,12 +440,7 @@ TEST_F(DaemonThreadTest, StopDropsACallThatOwnsAnotherWorkerWithoutHanging)
 TEST_F(DaemonThreadTest, AWorkerDestroyedByItsOwnCallDoesNotWaitForItself)
 {
     auto destroyed = std::make_shared<std::atomic<bool>>(false);
-    std::shared_ptr<CPatientWorker> worker(new CPatientWorker(m_oOut),
-                                           [destroyed](CPatientWorker* w)
-                                           {
-                                               delete w;
-                                               *destroyed = true;
-                                           });
+    std::shared_ptr<CPatientWorker> worker = FlaggedWorker(m_oOut, destroyed);
     // Longer than WaitFor: a destruction that waited for its own thread would not be done.
     worker->SetShutdownTimeout(60000);
     worker->Start();
@@ -546,12 +553,7 @@ TEST_F(DaemonThreadTest, StopOnTheWorkersOwnThreadIsRefusedWithoutTouchingAnythi
 TEST_F(DaemonThreadTest, AGivenUpWorkerWhoseCallLetsGoOfTheOwnerLastDoesNotWaitForItself)
 {
     auto destroyed = std::make_shared<std::atomic<bool>>(false);
-    std::shared_ptr<CPatientWorker> worker(new CPatientWorker(m_oOut),
-                                           [destroyed](CPatientWorker* w)
-                                           {
-                                               delete w;
-                                               *destroyed = true;
-                                           });
+    std::shared_ptr<CPatientWorker> worker = FlaggedWorker(m_oOut, destroyed);
     worker->SetShutdownTimeout(100);
     worker->Start();
     auto busy = std::make_shared<std::atomic<bool>>(false);
