@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -61,10 +62,16 @@ BOOST_CLASS_VERSION(SNozzle, 1)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const std::string file =
-        (std::filesystem::temp_directory_path() /
-         ("cpputil-xml-archive-fuzz-" + std::to_string(::getpid()) + ".xml"))
-            .string();
+    // One file per fuzzing process, gone when the process ends.
+    static const struct SInputFile
+    {
+        const std::string m_sPath =
+            (std::filesystem::temp_directory_path() /
+             ("cpputil-xml-archive-fuzz-" + std::to_string(::getpid()) + ".xml"))
+                .string();
+        ~SInputFile() { std::remove(m_sPath.c_str()); }
+    } input;
+    const std::string& file = input.m_sPath;
     std::ofstream(file, std::ios::binary | std::ios::trunc)
         .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     try
