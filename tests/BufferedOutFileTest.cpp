@@ -1,4 +1,5 @@
 #include "LogRecorder.h"
+#include "ScratchFolder.h"
 #include "SelfProcess.h"
 
 #include <cpputil/CppUtil.Thread.BufferedOutFile.h>
@@ -46,21 +47,8 @@ std::string WriterLine(unsigned int number)
 class BufferedOutFileTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    BufferedOutFileTest()
-    {
-        const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
-        m_oDir =
-            std::filesystem::temp_directory_path() / ("cpputil-bof-" + std::string(test->name()) +
-                                                      "-" + std::to_string(std::random_device()()));
-        std::filesystem::create_directories(m_oDir);
-    }
-    ~BufferedOutFileTest() override
-    {
-        std::error_code error;
-        std::filesystem::remove_all(m_oDir, error);
-    }
-
-    std::filesystem::path m_oDir;
+    const CScratchFolder m_oScratch;
+    const std::filesystem::path& m_oDir = m_oScratch.Path();
 };
 
 TEST_F(BufferedOutFileTest, LinesFromManyThreadsArriveWholeInOrderAndNoneIsLostAtStop)
@@ -158,12 +146,14 @@ TEST_F(BufferedOutFileTest, UnopenableFileKeepsItsLinesAndStartCutsAnUnfinishedL
     EXPECT_EQ("", tail);
 }
 
-// Run as a separate process by the next test, which kills it while it appends.
-TEST_F(BufferedOutFileTest, DISABLED_WriterProcess)
+// Run as a separate process by the next test, which kills it while it appends: without the
+// fixture, whose folder a killed process would leave behind.
+TEST(BufferedOutFileWriter, DISABLED_Process)
 {
     const char* target = std::getenv(k_szWriterFileVariable);
     ASSERT_NE(nullptr, target);
-    CBufferedOutFile file(m_oOut, target);
+    SRecordedOutput recorded;
+    CBufferedOutFile file(recorded.m_oOut, target);
     file.Start();
     for (unsigned int number = 0;; ++number)
     {
@@ -181,7 +171,7 @@ TEST_F(BufferedOutFileTest, AWriterKilledWhileAppendingLeavesOnlyWholeLinesAfter
     for (int round = 0; round < 3; ++round)
     {
         CSelfProcess writer(k_szWriterFileVariable, path.string(),
-                            "BufferedOutFileTest.DISABLED_WriterProcess");
+                            "BufferedOutFileWriter.DISABLED_Process");
         ASSERT_TRUE(writer.m_bStarted);
         // Killed a moment after an append has begun, while that append is likely still going.
         const auto size = [&path]

@@ -50,6 +50,24 @@ public:
         return m_oLines;
     }
 
+    // The log lines' texts, in order.
+    std::vector<std::string> Texts()
+    {
+        std::vector<std::string> texts;
+        for (const SLogLine& line : Lines())
+            texts.push_back(line.m_sText);
+        return texts;
+    }
+
+    // How many log lines contain the part.
+    int Count(const std::string& part)
+    {
+        int count = 0;
+        for (const SLogLine& line : Lines())
+            count += line.m_sText.find(part) != std::string::npos;
+        return count;
+    }
+
     std::vector<SWindowLine> WindowLines()
     {
         std::lock_guard<std::mutex> lock(m_oMutex);

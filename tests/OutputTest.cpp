@@ -78,10 +78,7 @@ TEST_F(OutputTest, NumberIsMessageIdForLogButDroppedForJobAndAps)
         EXPECT_EQ(7u, m_oOut.HtmlLegacyLogF("legacy", 7u).GetMessageId());
     }
     // Message ids are verbose-logging areas, all off here: only the job and APS lines remain.
-    std::vector<std::string> texts;
-    for (const SLogLine& line : m_oRecorder.Lines())
-        texts.push_back(line.m_sText);
-    EXPECT_EQ((std::vector<std::string>{"aps", "job", "job"}), texts);
+    EXPECT_EQ((std::vector<std::string>{"aps", "job", "job"}), m_oRecorder.Texts());
     m_oOut.LegacyLogF("legacy %d", 0x10000u) % 1;
     EXPECT_EQ(3u, m_oRecorder.Lines().size());
 }
@@ -108,14 +105,11 @@ TEST_F(OutputTest, ArgumentsFollowBoostFormatAndReusedFormatsStartClean)
         m_oOut.LogF("value %d of %s", 0u) % 2 % "inner";
         outer % "outer";
     }
-    std::vector<std::string> texts;
-    for (const SLogLine& line : m_oRecorder.Lines())
-        texts.push_back(line.m_sText);
     EXPECT_EQ(
         (std::vector<std::string>{"Lot A-17: 1200 devices, yield 99.25%", "b-a|a", "[0xff]", "1",
                                   "value 0 of run", "value 1 of run", "value 1 of x",
                                   "value 9 of after", "value 2 of inner", "value 1 of outer"}),
-        texts);
+        m_oRecorder.Texts());
     EXPECT_GT(CFormatCache::GetPooledCount(), 0u);
 }
 

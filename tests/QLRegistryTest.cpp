@@ -277,16 +277,16 @@ TEST_F(QLRegistryTest, WriteAccessWalkCoversEveryChildKey)
     const std::string cannotOpen = "Could not open " + std::string(walk);
     EXPECT_TRUE(CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk));
     EXPECT_FALSE(CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk + "\\Z"));
-    ASSERT_EQ(1u, LogTexts().size());
-    EXPECT_EQ(
-        0u, LogTexts()[0].find(cannotOpen + "\\Z for write access. RegOpenKeyEx() failed with: "));
+    ASSERT_EQ(1u, m_oRecorder.Texts().size());
+    EXPECT_EQ(0u, m_oRecorder.Texts()[0].find(
+                      cannotOpen + "\\Z for write access. RegOpenKeyEx() failed with: "));
 
     CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, walk, true);
     ExpectOpenToEveryoneWithSubKeys(walk);
     CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, m_oSandbox.KeyPath("Nowhere"), false);
-    ASSERT_EQ(3u, LogTexts().size());
+    ASSERT_EQ(3u, m_oRecorder.Texts().size());
     EXPECT_EQ("Could not set \"Everyone\" permission for HKEY_LOCAL_MACHINE\\" +
                   std::string(m_oSandbox.KeyPath("Nowhere")) +
                   " because the current user does not have write access to all subkeys.",
-              LogTexts()[2]);
+              m_oRecorder.Texts()[2]);
 }

@@ -35,14 +35,6 @@ protected:
         CRegistryValue<T>(m_oOut, hive, section, name, T(), true, false, false).SetValue(value);
     }
 
-    std::vector<std::string> LogTexts()
-    {
-        std::vector<std::string> texts;
-        for (const SLogLine& line : m_oRecorder.Lines())
-            texts.push_back(line.m_sText);
-        return texts;
-    }
-
     CRegistrySandbox m_oSandbox;
     CLogRecorder m_oRecorder;
     CMessageManager* m_poManager;

@@ -66,7 +66,7 @@ TEST_F(QLRegistryTest, WriteAccessWalkStopsAtAKeyThisUserCannotWrite)
                                  std::string(walk) + "\\B\\C", false, locked));
     ASSERT_EQ(0, ::chmod(locked.c_str(), 0555));
     ASSERT_EQ(0, ::chmod(m_oSandbox.Root().c_str(), 0755));
-    const std::size_t before = LogTexts().size();
+    const std::size_t before = m_oRecorder.Texts().size();
     // The child exits with 1 when the walk passed, 2 on wrong log lines, 10 without setuid.
     EXPECT_EXIT(
         {
@@ -74,7 +74,7 @@ TEST_F(QLRegistryTest, WriteAccessWalkStopsAtAKeyThisUserCannotWrite)
                 ::_exit(10);
             int status = CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk) ? 1 : 0;
             CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, walk, false);
-            const std::vector<std::string> texts = LogTexts();
+            const std::vector<std::string> texts = m_oRecorder.Texts();
             const std::string expected =
                 cannotOpen +
                 "\\B\\C for write access. RegOpenKeyEx() failed with: Access is denied.";
