@@ -1,20 +1,21 @@
+#include "ScratchFolder.h"
 #include "Thrown.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Gui.HtmlDlg.h>
 #include <cpputil/CppUtil.Gui.HtmlReport.h>
 
-#include <filesystem>
-#include <fstream>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <iterator>
-#include <random>
+
 #include <string>
 #include <vector>
 
 using CppUtil::Exception::CQlException;
 using CppUtil::Gui::CHtmlDlg;
 using CppUtil::Gui::CHtmlReport;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 namespace
 {
@@ -27,18 +28,6 @@ std::size_t Count(const std::string& text, const std::string& part)
     for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
         ++count;
     return count;
-}
-
-template <class TCall>
-std::string Failure(const TCall& call)
-{
-    return Thrown<CQlException>(call);
-}
-
-std::string ReadAll(const std::filesystem::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
 } // namespace
@@ -68,12 +57,12 @@ TEST(HtmlReportTest, HostileTextStaysTextInThePageAndInTheTextForm)
     const std::string seen = CHtmlDlg::ToPlainText(report.ToHtml()).Str();
     for (const char* label :
          {"Section ", "Paragraph ", "Head ", "Cell ", "Warning: Warning ", "Error: Error "})
-        EXPECT_NE(seen.find(label + k_sHostile), std::string::npos) << label;
+        EXPECT_THAT(seen, HasSubstr(label + k_sHostile));
 
     const std::string text = report.ToText().Str();
-    EXPECT_EQ(text.rfind("Title " + k_sHostile + "\r\n===", 0), 0u) << text;
+    EXPECT_THAT(text, StartsWith("Title " + k_sHostile + "\r\n==="));
     for (const char* line : {"\r\nWarning: Warning ", "\r\nError: Error "})
-        EXPECT_NE(text.find(line + k_sHostile + "\r\n"), std::string::npos) << line;
+        EXPECT_THAT(text, HasSubstr(line + k_sHostile + "\r\n"));
 
     // The page's title is one line of text in its head.
     const std::string twoLines = CHtmlReport("T1\r\n<T2>").ToHtml().Str();
@@ -82,8 +71,8 @@ TEST(HtmlReportTest, HostileTextStaysTextInThePageAndInTheTextForm)
 
     // Control characters show alike in both forms; ANSI bytes as what they mean.
     CHtmlReport controls("Bell\a\x80");
-    EXPECT_NE(controls.ToHtml().Str().find(">Bell?&#8364;</h1>"), std::string::npos);
-    EXPECT_EQ(controls.ToText().Str().rfind("Bell?\x80\r\n", 0), 0u);
+    EXPECT_THAT(controls.ToHtml().Str(), HasSubstr(">Bell?&#8364;</h1>"));
+    EXPECT_THAT(controls.ToText().Str(), StartsWith("Bell?\x80\r\n"));
 }
 
 TEST(HtmlReportTest, TablesRightAlignNumbersAndShowAHeaderWithoutRows)
@@ -98,52 +87,42 @@ TEST(HtmlReportTest, TablesRightAlignNumbersAndShowAHeaderWithoutRows)
     EXPECT_EQ(Count(html, "<tr>"), 4u);
     EXPECT_EQ(Count(html, "text-align:right"), 3u);
     for (const char* cell : {"1,250.5", "98.5%", "-7"})
-        EXPECT_NE(html.find(std::string("text-align:right\">") + cell + "</td>"), std::string::npos)
-            << cell;
-    EXPECT_NE(html.find(">Empty</th>"), std::string::npos);
+        EXPECT_THAT(html, HasSubstr(std::string("text-align:right\">") + cell + "</td>"));
+    EXPECT_THAT(html, HasSubstr(">Empty</th>"));
+    EXPECT_THAT(report.ToText().Str(), HasSubstr("Device    Rate     Yield\r\n"
+                                                 "--------  -------  -----\r\n"
+                                                 "AT29C256  1,250.5  98.5%\r\n"
+                                                 "      -7  1.2.     n/a\r\n"
+                                                 "\r\n"
+                                                 "Empty  Table\r\n"
+                                                 "-----  -----\r\n"));
 
-    EXPECT_NE(report.ToText().Str().find("Device    Rate     Yield\r\n"
-                                         "--------  -------  -----\r\n"
-                                         "AT29C256  1,250.5  98.5%\r\n"
-                                         "      -7  1.2.     n/a\r\n"
-                                         "\r\n"
-                                         "Empty  Table\r\n"
-                                         "-----  -----\r\n"),
-              std::string::npos)
-        << report.ToText();
-
-    EXPECT_NE(Failure([&] { report.AddRow({"one"}); })
-                  .find("A report row has 1 cells where its table has 2 columns."),
-              std::string::npos);
+    EXPECT_THAT(Thrown<CQlException>([&] { report.AddRow({"one"}); }),
+                HasSubstr("A report row has 1 cells where its table has 2 columns."));
     report.AddParagraph("After the tables");
-    const auto addRow = [&] { report.AddRow({"a", "b"}); };
-    EXPECT_NE(Failure(addRow).find("no table was started"), std::string::npos);
+    EXPECT_THAT(Thrown<CQlException>(
+                    [&] {
+                        report.AddRow({"a", "b"});
+                    }),
+                HasSubstr("no table was started"));
 }
 
 TEST(HtmlReportTest, SavingAndPrintingFailWithClearTexts)
 {
-    const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() /
-        ("cpputil-html-report-" + std::to_string(std::random_device()()));
-    std::filesystem::create_directories(folder);
+    const CScratchFolder folder;
     CHtmlReport report("Lot 7");
-    EXPECT_EQ(Failure([&] { report.Print(); }),
-              "The report \"Lot 7\" cannot be printed before it is saved.");
-
-    const std::filesystem::path unwritable = folder / "missing" / "report.html";
-    const std::string unsaved =
-        "Could not save the report \"Lot 7\" to " + unwritable.string() + ": ";
-    EXPECT_EQ(unsaved,
-              Failure([&] { report.Save(unwritable.string().c_str()); }).substr(0, unsaved.size()));
+    const auto print = [&] { return Thrown<CQlException>([&] { report.Print(); }); };
+    const std::string unsaved = "The report \"Lot 7\" cannot be printed before it is saved.";
+    EXPECT_EQ(print(), unsaved);
+    const std::string unwritable = folder / "missing/report.html";
+    EXPECT_THAT(Thrown<CQlException>([&] { report.Save(unwritable.c_str()); }),
+                StartsWith("Could not save the report \"Lot 7\" to " + unwritable + ": "));
     // A failed save leaves nothing to print.
-    EXPECT_NE(Failure([&] { report.Print(); }).find("cannot be printed before it is saved"),
-              std::string::npos);
+    EXPECT_EQ(print(), unsaved);
 
-    const std::filesystem::path saved = folder / "-report.html";
+    const std::string saved = folder / "-report.html";
     report.AddTable({"Device"});
-    report.Save(saved.string().c_str());
+    report.Save(saved.c_str());
     EXPECT_EQ(ReadAll(saved), report.ToHtml().Str());
-
-    CheckPrintingThroughThePlatform(report, saved, folder);
-    std::filesystem::remove_all(folder);
+    CheckPrintingThroughThePlatform(report, saved, folder.Path(), print);
 }

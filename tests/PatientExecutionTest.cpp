@@ -30,27 +30,12 @@ namespace
 // Answers like a modal box whose thread is asked to quit: it ends then, handing the quit back.
 const int k_iAnswerAtQuit = -1;
 
-// Work whose first call blocks until released; later calls succeed at once.
+// Lets a test hold an attempt inside the work and let it go again.
 struct SGate
 {
     std::promise<void> m_oEntered, m_oRelease, m_oLeft;
     std::shared_future<void> m_oReleased{m_oRelease.get_future().share()};
-    std::atomic<int> m_iCalls{0};
 };
-
-CPatientExecution::TWork BlockOnce(const std::shared_ptr<SGate>& gate)
-{
-    return [gate]
-    {
-        if (gate->m_iCalls++ == 0)
-        {
-            gate->m_oEntered.set_value();
-            gate->m_oReleased.wait();
-            gate->m_oLeft.set_value();
-        }
-        return true;
-    };
-}
 
 class PatientExecutionTest : public ::testing::Test, protected SRecordedOutput
 {
@@ -80,29 +65,24 @@ protected:
         CCheckableMessageBox::SetPresenter(CCheckableMessageBox::TPresenter());
     }
 
-    // One step an attempt: "" succeeds, "false" returns false, "std" throws std::runtime_error,
-    // any other text is thrown as CQlException; past the script, attempts return false.
+    // One step an attempt: "" succeeds, "false" returns false, "block" succeeds once the gate lets
+    // it go, "std" throws std::runtime_error, any other text is thrown as CQlException; past the
+    // script, attempts return false.
     CPatientExecution::TWork Work(const std::vector<std::string>& script)
     {
         auto attempts = m_poAttempts = std::make_shared<int>(0);
-        return [script, attempts]
+        return [script, attempts, gate = m_poGate = std::make_shared<SGate>()]
         {
             const std::size_t at = static_cast<std::size_t>((*attempts)++);
             const std::string step = at < script.size() ? script[at] : "false";
+            if (step == "block")
+                gate->m_oEntered.set_value(), gate->m_oReleased.wait(), gate->m_oLeft.set_value();
             if (step == "std")
                 throw std::runtime_error("Socket table corrupt.");
             if (!step.empty() && step != "false")
                 throw CQlException(step.c_str(), "Device::Connect", "Device", 12);
-            return step.empty();
+            return step.empty() || step == "block";
         };
-    }
-
-    int Count(const std::string& text)
-    {
-        int count = 0;
-        for (const SLogLine& line : m_oRecorder.Lines())
-            count += line.m_sText.find(text) != std::string::npos;
-        return count;
     }
 
     std::mutex m_oMutex;
@@ -111,11 +91,12 @@ protected:
     std::vector<unsigned int> m_oTypes;
     std::atomic<bool> m_bAtQuit{false};
     std::shared_ptr<int> m_poAttempts;
+    std::shared_ptr<SGate> m_poGate;
 };
 
 } // namespace
 
-TEST_F(PatientExecutionTest, RetryCancelCapAndDisabledDialogs)
+TEST_F(PatientExecutionTest, RetryCancelCapDefectsAndDisabledDialogs)
 {
     CPatientExecution execution(m_oOut, Work({"Programmer not answering.", "false", ""}),
                                 "Connect");
@@ -129,9 +110,9 @@ TEST_F(PatientExecutionTest, RetryCancelCapAndDisabledDialogs)
     // Uncapped, the box's default is Cancel.
     EXPECT_EQ(static_cast<unsigned int>(MB_RETRYCANCEL | MB_DEFBUTTON2),
               m_oTypes[0] & (MB_TYPEMASK | MB_DEFMASK));
-    EXPECT_EQ(1, Count("Connect: attempt 1 failed: Programmer not answering."));
-    EXPECT_EQ(2, Count("Connect: answered Retry"));
-    EXPECT_EQ(1, Count("Connect: attempt 3 succeeded"));
+    EXPECT_EQ(1, m_oRecorder.Count("Connect: attempt 1 failed: Programmer not answering."));
+    EXPECT_EQ(2, m_oRecorder.Count("Connect: answered Retry"));
+    EXPECT_EQ(1, m_oRecorder.Count("Connect: attempt 3 succeeded"));
 
     // Cancel: nothing is thrown, the failure stays readable.
     CPatientExecution cancelled(m_oOut, Work({"Socket closed."}), "Connect");
@@ -139,7 +120,16 @@ TEST_F(PatientExecutionTest, RetryCancelCapAndDisabledDialogs)
     EXPECT_EQ(CPatientExecution::k_eCancelled, cancelled.Execute());
     EXPECT_EQ(1, *m_poAttempts);
     EXPECT_STREQ("Socket closed.", cancelled.GetLastFailure());
-    EXPECT_EQ(1, Count("Connect: answered Cancel"));
+    EXPECT_EQ(1, m_oRecorder.Count("Connect: answered Cancel"));
+
+    // Any other exception is no failure to retry: it ends the run, unasked, and reaches the owner;
+    // the worker lives on.
+    CPatientExecution defect(m_oOut, Work({"std", ""}), "Connect");
+    EXPECT_EQ("Socket table corrupt.", Thrown<CQlException>([&] { defect.Execute(); }));
+    EXPECT_EQ(CPatientExecution::k_eStopped, defect.GetResult());
+    EXPECT_EQ(1,
+              m_oRecorder.Count("The following exception has been caught: Socket table corrupt."));
+    EXPECT_EQ(CPatientExecution::k_eSucceeded, defect.Execute());
 
     // Capped: the boxes before the last attempt default to Retry.
     CPatientExecution capped(m_oOut, Work({}), "Erase");
@@ -150,55 +140,33 @@ TEST_F(PatientExecutionTest, RetryCancelCapAndDisabledDialogs)
     // Nobody is asked after the last attempt.
     ASSERT_EQ(5u, m_oShown.size());
     EXPECT_EQ(0u, m_oTypes[3] & MB_DEFMASK);
-    EXPECT_EQ(1, Count("Erase: given up after 3 attempts"));
+    EXPECT_EQ(1, m_oRecorder.Count("Erase: given up after 3 attempts"));
 
     // No dialogs: no box, the question is logged and the default answers it.
     m_oOut.DialogsEnabled(false);
     EXPECT_EQ(CPatientExecution::k_eExhausted, capped.Execute());
     EXPECT_EQ(6, *m_poAttempts);
-    EXPECT_EQ(2, Count("Erase: dialogs are disabled, so the default answer applies"));
+    EXPECT_EQ(2, m_oRecorder.Count("Erase: dialogs are disabled, so the default answer applies"));
     CPatientExecution uncapped(m_oOut, Work({"Head 2 cold."}), "Heat");
     EXPECT_EQ(CPatientExecution::k_eCancelled, uncapped.Execute());
     EXPECT_EQ(5u, m_oShown.size());
-    EXPECT_EQ(1, Count("Head 2 cold.\r\n\r\nTry again?"));
-    EXPECT_EQ(1, Count("Heat: answered Cancel"));
+    EXPECT_EQ(1, m_oRecorder.Count("Head 2 cold.\r\n\r\nTry again?"));
+    EXPECT_EQ(1, m_oRecorder.Count("Heat: answered Cancel"));
 }
 
-TEST_F(PatientExecutionTest, OtherExceptionsReachTheOwner)
-{
-    CPatientExecution execution(m_oOut, Work({"std", ""}), "Connect");
-    EXPECT_EQ("Socket table corrupt.", Thrown<CQlException>([&] { execution.Execute(); }));
-    EXPECT_EQ(CPatientExecution::k_eStopped, execution.GetResult());
-    EXPECT_TRUE(m_oShown.empty());
-    EXPECT_EQ(1, Count("The following exception has been caught: Socket table corrupt."));
-    // The worker lives on.
-    EXPECT_EQ(CPatientExecution::k_eSucceeded, execution.Execute());
-}
-
-TEST_F(PatientExecutionTest, StopAndDestructionDoNotWaitForBlockedWork)
+TEST_F(PatientExecutionTest, StopGivesUpBlockedWorkAndLateAnswers)
 {
     // Stop gives the attempt up, and no attempt starts while it still runs.
-    auto first = std::make_shared<SGate>();
-    CPatientExecution stopped(m_oOut, BlockOnce(first), "Read");
+    CPatientExecution stopped(m_oOut, Work({"block"}), "Read");
     stopped.Begin();
-    first->m_oEntered.get_future().wait();
+    m_poGate->m_oEntered.get_future().wait();
     EXPECT_FALSE(stopped.Wait(20));
     stopped.Stop();
     EXPECT_EQ(CPatientExecution::k_eStopped, stopped.GetResult());
-    EXPECT_EQ(1, Count("Read: stopped during attempt 1, which is given up on"));
+    EXPECT_EQ(1, m_oRecorder.Count("Read: stopped during attempt 1, which is given up on"));
     EXPECT_THROW(stopped.Begin(), CQlException);
-    first->m_oRelease.set_value();
-    first->m_oLeft.get_future().wait();
-
-    // Destroyed while the work blocks; the work runs on to its end afterwards.
-    auto second = std::make_shared<SGate>();
-    {
-        CPatientExecution destroyed(m_oOut, BlockOnce(second), "Read");
-        destroyed.Begin();
-        second->m_oEntered.get_future().wait();
-    }
-    second->m_oRelease.set_value();
-    second->m_oLeft.get_future().wait();
+    m_poGate->m_oRelease.set_value();
+    m_poGate->m_oLeft.get_future().wait();
 
     // A box answered while the run is being stopped: the answer is ignored.
     CPatientExecution asked(m_oOut, Work({"Timeout."}), "Write");
@@ -209,42 +177,42 @@ TEST_F(PatientExecutionTest, StopAndDestructionDoNotWaitForBlockedWork)
     asked.Stop();
     EXPECT_EQ(CPatientExecution::k_eStopped, asked.GetResult());
     EXPECT_EQ(1, *m_poAttempts);
-    EXPECT_EQ(0, Count("Write: answered"));
-    EXPECT_EQ(1, Count("Write: stopped"));
+    EXPECT_EQ(0, m_oRecorder.Count("Write: answered"));
+    EXPECT_EQ(1, m_oRecorder.Count("Write: stopped"));
 }
 
-TEST_F(PatientExecutionTest, ConcurrentBeginsAndDialogToggles)
+TEST_F(PatientExecutionTest, ConcurrentBeginsDestructionAndDialogToggles)
 {
     // Of two Begins at once exactly one wins, and destruction gives up the winner's blocked work.
     for (int round = 0; round < 50; ++round)
     {
-        auto gate = std::make_shared<SGate>();
         const auto start = std::chrono::steady_clock::now();
         {
-            CPatientExecution execution(m_oOut, BlockOnce(gate), "Race");
-            std::atomic<int> won{0};
+            CPatientExecution execution(m_oOut, Work({"block"}), "Race");
             std::atomic<bool> go{false};
-            auto begin = [&]
+            const auto begin = [&]
             {
                 while (!go)
                     std::this_thread::yield();
                 try
                 {
                     execution.Begin();
-                    ++won;
+                    return 1;
                 }
                 catch (const CQlException&)
                 {
+                    return 0;
                 }
             };
-            std::thread other(begin);
+            auto other = std::async(std::launch::async, begin);
             go = true;
-            begin();
-            other.join();
-            EXPECT_EQ(1, won.load());
+            EXPECT_EQ(1, begin() + other.get());
+            m_poGate->m_oEntered.get_future().wait();
         }
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
-        gate->m_oRelease.set_value();
+        // The work given up on runs on to its end.
+        m_poGate->m_oRelease.set_value();
+        m_poGate->m_oLeft.get_future().wait();
     }
 
     // Turning dialogs on and off while the run asks.

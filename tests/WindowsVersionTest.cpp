@@ -4,11 +4,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <string>
 #include <utility>
 
 #include "Fifo.h"
+#include "ScratchFolder.h"
 
 using CppUtil::Settings::CWindowsVersion;
 
@@ -36,21 +36,17 @@ TEST(WindowsVersionTest, OsReleaseTextsAndFiles)
         EXPECT_EQ(c.second, CWindowsVersion::ParseOsRelease(c.first.c_str()).GetString())
             << c.first;
 
-    const std::filesystem::path file =
-        std::filesystem::temp_directory_path() /
-        ("cpputil-windows-version-test-" + std::to_string(std::random_device()()));
-    // What an interrupted run left there, a FIFO perhaps, must not block the write.
-    std::filesystem::remove(file);
+    const CScratchFolder folder;
+    const std::string file = folder / "os-release";
     std::ofstream(file, std::ios::binary) << "ID=quillonos\nPRETTY_NAME=\"Quillon OS 3\"\n";
-    EXPECT_STREQ("Quillon OS 3", CWindowsVersion::ReadOsRelease(file.string().c_str()));
+    EXPECT_STREQ("Quillon OS 3", CWindowsVersion::ReadOsRelease(file.c_str()));
     std::filesystem::remove(file);
-    EXPECT_STREQ("", CWindowsVersion::ReadOsRelease(file.string().c_str()));
+    EXPECT_STREQ("", CWindowsVersion::ReadOsRelease(file.c_str()));
     // A FIFO nobody writes to would block a plain read for ever; it counts as no file. Windows
     // has no such file to make.
-    if (MakeFifo(file.string()))
+    if (MakeFifo(file))
     {
-        EXPECT_STREQ("", CWindowsVersion::ReadOsRelease(file.string().c_str()));
-        std::filesystem::remove(file);
+        EXPECT_STREQ("", CWindowsVersion::ReadOsRelease(file.c_str()));
     }
 }
 

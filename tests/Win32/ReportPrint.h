@@ -1,15 +1,15 @@
 // Printing on Windows: the shell's "print" verb, for which a bare prefix has no program
-// registered. Included by HtmlReportTest.cpp after its helper Failure.
+// registered.
 #pragma once
 
 #include <filesystem>
 #include <string>
 
-inline void CheckPrintingThroughThePlatform(CppUtil::Gui::CHtmlReport& report,
-                                            const std::filesystem::path& saved,
-                                            const std::filesystem::path&)
+// print answers the text of the failure that printing the saved report raises.
+template <class TPrint>
+void CheckPrintingThroughThePlatform(CppUtil::Gui::CHtmlReport&, const std::string& saved,
+                                     const std::filesystem::path&, const TPrint& print)
 {
-    EXPECT_EQ(Failure([&] { report.Print(); }),
-              "Could not print the report " + saved.string() +
-                  ": no application is registered to print this kind of file");
+    EXPECT_EQ(print(), "Could not print the report " + saved +
+                           ": no application is registered to print this kind of file");
 }
