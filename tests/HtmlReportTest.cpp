@@ -1,7 +1,6 @@
 #include "ScratchFolder.h"
 #include "Thrown.h"
 
-#include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Gui.HtmlDlg.h>
 #include <cpputil/CppUtil.Gui.HtmlReport.h>
 

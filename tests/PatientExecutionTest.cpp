@@ -1,9 +1,7 @@
 #include "LogRecorder.h"
+#include "ScriptedUser.h"
 #include "Thrown.h"
 
-#include <cpputil/CppUtil.Exception.QlException.h>
-#include <cpputil/CppUtil.Gui.CheckableMessageBox.h>
-#include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/CppUtil.Thread.PatientExecution.h>
 #include <cpputil/Platform/Kernel/MessageBox.h>
 #include <cpputil/Platform/Types/WinTypes.h>
@@ -12,7 +10,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <deque>
 #include <future>
 #include <memory>
 #include <stdexcept>
@@ -21,14 +18,10 @@
 #include <vector>
 
 using CppUtil::Exception::CQlException;
-using CppUtil::Gui::CCheckableMessageBox;
 using CppUtil::Thread::CPatientExecution;
 
 namespace
 {
-
-// Answers like a modal box whose thread is asked to quit: it ends then, handing the quit back.
-const int k_iAnswerAtQuit = -1;
 
 // Lets a test hold an attempt inside the work and let it go again.
 struct SGate
@@ -40,31 +33,6 @@ struct SGate
 class PatientExecutionTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    PatientExecutionTest()
-    {
-        CCheckableMessageBox::SetPresenter(
-            [this](const CString& text, const CString& caption, unsigned int type, unsigned int,
-                   bool, bool&)
-            {
-                std::unique_lock<std::mutex> lock(m_oMutex);
-                m_oShown.push_back(caption + "|" + text);
-                m_oTypes.push_back(type);
-                const int answer = m_oAnswers.empty() ? IDCANCEL : m_oAnswers.front();
-                if (!m_oAnswers.empty())
-                    m_oAnswers.pop_front();
-                lock.unlock();
-                if (answer != k_iAnswerAtQuit)
-                    return answer;
-                m_bAtQuit = true;
-                CppUtil::Thread::PostQuitMessage(CppUtil::Thread::RunMessageLoop());
-                return IDRETRY;
-            });
-    }
-    ~PatientExecutionTest() override
-    {
-        CCheckableMessageBox::SetPresenter(CCheckableMessageBox::TPresenter());
-    }
-
     // One step an attempt: "" succeeds, "false" returns false, "block" succeeds once the gate lets
     // it go, "std" throws std::runtime_error, any other text is thrown as CQlException; past the
     // script, attempts return false.
@@ -85,11 +53,7 @@ protected:
         };
     }
 
-    std::mutex m_oMutex;
-    std::deque<int> m_oAnswers;
-    std::vector<CString> m_oShown;
-    std::vector<unsigned int> m_oTypes;
-    std::atomic<bool> m_bAtQuit{false};
+    CScriptedUser m_oUser{IDCANCEL};
     std::shared_ptr<int> m_poAttempts;
     std::shared_ptr<SGate> m_poGate;
 };
@@ -101,22 +65,24 @@ TEST_F(PatientExecutionTest, RetryCancelCapDefectsAndDisabledDialogs)
     CPatientExecution execution(m_oOut, Work({"Programmer not answering.", "false", ""}),
                                 "Connect");
     execution.SetPause(5);
-    m_oAnswers = {IDRETRY, IDRETRY};
+    m_oUser.Answer(IDRETRY), m_oUser.Answer(IDRETRY);
     EXPECT_EQ(CPatientExecution::k_eSucceeded, execution.Execute());
     EXPECT_EQ(3, *m_poAttempts);
-    ASSERT_EQ(2u, m_oShown.size());
-    EXPECT_STREQ("Connect|Programmer not answering.\r\n\r\nTry again?", m_oShown[0]);
-    EXPECT_STREQ("Connect|The attempt did not succeed.\r\n\r\nTry again?", m_oShown[1]);
+    std::vector<SShownBox> shown = m_oUser.Shown();
+    ASSERT_EQ(2u, shown.size());
+    EXPECT_EQ("Connect", shown[0].m_sCaption);
+    EXPECT_EQ("Programmer not answering.\r\n\r\nTry again?", shown[0].m_sText);
+    EXPECT_EQ("The attempt did not succeed.\r\n\r\nTry again?", shown[1].m_sText);
     // Uncapped, the box's default is Cancel.
     EXPECT_EQ(static_cast<unsigned int>(MB_RETRYCANCEL | MB_DEFBUTTON2),
-              m_oTypes[0] & (MB_TYPEMASK | MB_DEFMASK));
+              shown[0].m_uType & (MB_TYPEMASK | MB_DEFMASK));
     EXPECT_EQ(1, m_oRecorder.Count("Connect: attempt 1 failed: Programmer not answering."));
     EXPECT_EQ(2, m_oRecorder.Count("Connect: answered Retry"));
     EXPECT_EQ(1, m_oRecorder.Count("Connect: attempt 3 succeeded"));
 
     // Cancel: nothing is thrown, the failure stays readable.
     CPatientExecution cancelled(m_oOut, Work({"Socket closed."}), "Connect");
-    m_oAnswers = {IDCANCEL};
+    m_oUser.Answer(IDCANCEL);
     EXPECT_EQ(CPatientExecution::k_eCancelled, cancelled.Execute());
     EXPECT_EQ(1, *m_poAttempts);
     EXPECT_STREQ("Socket closed.", cancelled.GetLastFailure());
@@ -134,12 +100,13 @@ TEST_F(PatientExecutionTest, RetryCancelCapDefectsAndDisabledDialogs)
     // Capped: the boxes before the last attempt default to Retry.
     CPatientExecution capped(m_oOut, Work({}), "Erase");
     capped.SetMaxAttempts(3);
-    m_oAnswers = {IDRETRY, IDRETRY};
+    m_oUser.Answer(IDRETRY), m_oUser.Answer(IDRETRY);
     EXPECT_EQ(CPatientExecution::k_eExhausted, capped.Execute());
     EXPECT_EQ(3, *m_poAttempts);
     // Nobody is asked after the last attempt.
-    ASSERT_EQ(5u, m_oShown.size());
-    EXPECT_EQ(0u, m_oTypes[3] & MB_DEFMASK);
+    shown = m_oUser.Shown();
+    ASSERT_EQ(5u, shown.size());
+    EXPECT_EQ(0u, shown[3].m_uType & MB_DEFMASK);
     EXPECT_EQ(1, m_oRecorder.Count("Erase: given up after 3 attempts"));
 
     // No dialogs: no box, the question is logged and the default answers it.
@@ -149,12 +116,12 @@ TEST_F(PatientExecutionTest, RetryCancelCapDefectsAndDisabledDialogs)
     EXPECT_EQ(2, m_oRecorder.Count("Erase: dialogs are disabled, so the default answer applies"));
     CPatientExecution uncapped(m_oOut, Work({"Head 2 cold."}), "Heat");
     EXPECT_EQ(CPatientExecution::k_eCancelled, uncapped.Execute());
-    EXPECT_EQ(5u, m_oShown.size());
+    EXPECT_EQ(5u, m_oUser.Shown().size());
     EXPECT_EQ(1, m_oRecorder.Count("Head 2 cold.\r\n\r\nTry again?"));
     EXPECT_EQ(1, m_oRecorder.Count("Heat: answered Cancel"));
 }
 
-TEST_F(PatientExecutionTest, StopGivesUpBlockedWorkAndLateAnswers)
+TEST_F(PatientExecutionTest, StopDestructionAndRacingBeginsGiveUpBlockedWork)
 {
     // Stop gives the attempt up, and no attempt starts while it still runs.
     CPatientExecution stopped(m_oOut, Work({"block"}), "Read");
@@ -170,19 +137,16 @@ TEST_F(PatientExecutionTest, StopGivesUpBlockedWorkAndLateAnswers)
 
     // A box answered while the run is being stopped: the answer is ignored.
     CPatientExecution asked(m_oOut, Work({"Timeout."}), "Write");
-    m_oAnswers = {k_iAnswerAtQuit};
+    m_oUser.Answer(CScriptedUser::k_iAnswerAtQuit);
     asked.Begin();
-    while (!m_bAtQuit)
+    while (!m_oUser.AnsweredAtQuit())
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     asked.Stop();
     EXPECT_EQ(CPatientExecution::k_eStopped, asked.GetResult());
     EXPECT_EQ(1, *m_poAttempts);
     EXPECT_EQ(0, m_oRecorder.Count("Write: answered"));
     EXPECT_EQ(1, m_oRecorder.Count("Write: stopped"));
-}
 
-TEST_F(PatientExecutionTest, ConcurrentBeginsDestructionAndDialogToggles)
-{
     // Of two Begins at once exactly one wins, and destruction gives up the winner's blocked work.
     for (int round = 0; round < 50; ++round)
     {
@@ -214,15 +178,4 @@ TEST_F(PatientExecutionTest, ConcurrentBeginsDestructionAndDialogToggles)
         m_poGate->m_oRelease.set_value();
         m_poGate->m_oLeft.get_future().wait();
     }
-
-    // Turning dialogs on and off while the run asks.
-    CPatientExecution asked(m_oOut, Work({}), "Toggle");
-    asked.SetMaxAttempts(200);
-    m_oAnswers.assign(200, IDRETRY);
-    asked.Begin();
-    bool enabled = false;
-    while (!asked.Wait(0))
-        m_oOut.DialogsEnabled(enabled = !enabled);
-    EXPECT_EQ(CPatientExecution::k_eExhausted, asked.GetResult());
-    m_oOut.DialogsEnabled(true);
 }

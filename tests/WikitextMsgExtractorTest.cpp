@@ -4,7 +4,6 @@
 #include "Thrown.h"
 
 #include <cpputil/CppUtil.Exception.Globals.h>
-#include <cpputil/CppUtil.Exception.QlException.h>
 #include <cpputil/CppUtil.Text.WikitextTable.h>
 #include <cpputil/CppUtil.WikitextMsgExtractor.h>
 #include <cpputil/Platform/Registry/CRegKey.h>
@@ -28,17 +27,6 @@ using CppUtil::Settings::CQLRegistry;
 using CppUtil::Text::CWikitextTable;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
-
-namespace
-{
-
-const std::map<unsigned long, CString> k_oTestNames = {{MSG_TEST_LINES, "MSG_TEST_LINES"},
-                                                       {MSG_TEST_INSERTS, "MSG_TEST_INSERTS"},
-                                                       {MSG_TEST_ESCAPES, "MSG_TEST_ESCAPES"},
-                                                       {MSG_TEST_ERROR, "MSG_TEST_ERROR"},
-                                                       {MSG_TEST_GREETING, "MSG_TEST_GREETING"}};
-
-} // namespace
 
 // Runs first: no registry store has been built in this program before.
 TEST(WikitextMsgExtractorTest, SwitchOnFirstStoreWritesTheLibraryMessagesOnce)
@@ -119,7 +107,12 @@ TEST(WikitextMsgExtractorTest, HostileTextsStayTextAndRowsFollowTheIds)
 
 TEST(WikitextMsgExtractorTest, ProgramTableListsAsItsSourceDoes)
 {
-    const std::string listed = CWikitextMsgExtractor::ListMessages("", k_oTestNames).Str();
+    const std::map<unsigned long, CString> names = {{MSG_TEST_LINES, "MSG_TEST_LINES"},
+                                                    {MSG_TEST_INSERTS, "MSG_TEST_INSERTS"},
+                                                    {MSG_TEST_ESCAPES, "MSG_TEST_ESCAPES"},
+                                                    {MSG_TEST_ERROR, "MSG_TEST_ERROR"},
+                                                    {MSG_TEST_GREETING, "MSG_TEST_GREETING"}};
+    const std::string listed = CWikitextMsgExtractor::ListMessages("", names).Str();
     for (const char* row : {"| 1 || MSG_TEST_LINES || first line<br /><br />third line\n",
                             "| 5 || MSG_TEST_ESCAPES || Tab\there, 100%% sure<br />last\n",
                             "| 49 || MSG_TEST_GREETING || Hello\n"})
