@@ -1,6 +1,7 @@
 // The POSIX file registry: names that try to leave the hive, damaged files, killed and
 // concurrent writers, and the registry editor's file format.
 #include "RegistrySandbox.h"
+#include "ScratchFolder.h"
 
 #include <cpputil/CppUtil.Text.Output.h>
 #include <cpputil/Platform/Registry/CRegKey.h>
@@ -13,7 +14,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <iostream>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -55,10 +56,10 @@ std::string KeyFolder(const std::string& key, bool create = false)
     return folder;
 }
 
-std::string ValueFile(const CString& section)
+// A file of a key below HKEY_CURRENT_USER: its values, or the journal of writes not yet folded.
+std::string KeyFile(const std::string& key, const char* name = ".values.reg")
 {
-    return KeyFolder(CppUtil::Settings::CQLRegistry::GetSectionKeyName(section).GetString()) +
-           "/.values.reg";
+    return KeyFolder(key) + "/" + name;
 }
 
 LONG CreateKey(CRegKey& key, const std::string& path)
@@ -90,21 +91,9 @@ int InChild(const std::function<int()>& body)
     return Reap(Spawn(body));
 }
 
-std::string JournalFile(const CString& section)
-{
-    const std::string values = ValueFile(section);
-    return values.substr(0, values.size() - 3) + "journal";
-}
-
 std::string Text(const std::vector<unsigned char>& data)
 {
     return std::string(data.begin(), data.end());
-}
-
-// The text of a string value as stored, with its terminating zero.
-std::string Stored(const std::string& prefix, int index)
-{
-    return prefix + std::to_string(index) + std::string(1, '\0');
 }
 
 // Writes count values name0... of one key, each with the text prefix + index.
@@ -179,8 +168,8 @@ TEST(FileRegistryTest, HostileNamesStayInsideTheirHive)
     std::size_t entries = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(sandbox.Root()))
     {
-        EXPECT_EQ(0u, entry.path().string().find(sandbox.Root() + "/HKEY_CURRENT_USER"))
-            << entry.path();
+        EXPECT_THAT(entry.path().string(),
+                    ::testing::StartsWith(sandbox.Root() + "/HKEY_CURRENT_USER"));
         ++entries;
     }
     EXPECT_GT(entries, names.size());
@@ -194,9 +183,8 @@ TEST(FileRegistryTest, HostileNamesStayInsideTheirHive)
                                         KEY_ALL_ACCESS, nullptr, nullptr));
     ASSERT_EQ(ERROR_SUCCESS, key.SetStringValue(broken, "kept"));
     ASSERT_EQ(ERROR_SUCCESS, key.Flush());
-    std::ifstream file(ValueFile(sandbox.Section("Breaks")), std::ios::binary);
     std::vector<SRegSection> sections;
-    ASSERT_TRUE(CRegFile::Parse(std::string(std::istreambuf_iterator<char>(file), {}), sections));
+    ASSERT_TRUE(CRegFile::Parse(ReadAll(KeyFile(sandbox.KeyPath("Breaks").GetString())), sections));
     ASSERT_EQ(1u, sections.size());
     ASSERT_EQ(1u, sections[0].m_oValues.size());
     EXPECT_EQ(broken, sections[0].m_oValues[0].m_sName);
@@ -224,7 +212,9 @@ TEST(FileRegistryTest, DamagedValueFilesReadAsDefaultsAndAreRepaired)
         ASSERT_EQ(ERROR_SUCCESS,
                   key.Open(HKEY_CURRENT_USER, sandbox.KeyPath("Damaged"), KEY_WRITE));
         ASSERT_EQ(ERROR_SUCCESS, key.Flush());
-        std::ofstream(ValueFile(section), std::ios::binary | std::ios::trunc) << damages[i];
+        std::ofstream(KeyFile(sandbox.KeyPath("Damaged").GetString()),
+                      std::ios::binary | std::ios::trunc)
+            << damages[i];
         const bool keeps = i < 3;
         EXPECT_EQ(CString(keeps ? "kept" : "default"), Load(section, "Keep", "default")) << i;
         EXPECT_EQ(CString("default"), Load(section, "Lost", "default")) << i;
@@ -239,7 +229,7 @@ TEST(FileRegistryTest, TornAndForgedJournalRecordsAreIgnoredAndFileSystemFailure
     CRegistrySandbox sandbox;
     const CString section = sandbox.Section("Journal");
     Store(section, "Keep", "kept");
-    const std::string journal = JournalFile(section);
+    const std::string journal = KeyFile(sandbox.KeyPath("Journal").GetString(), ".values.journal");
     // A record whose checksum does not match, then one cut short by a killed writer.
     std::ofstream(journal, std::ios::binary | std::ios::app)
         << "\"Keep\"=\"forged\"\n; 0123456789abcdef\n\"Keep\"=\"tor";
@@ -366,7 +356,8 @@ TEST(FileRegistryTest, ConcurrentWritersLoseNoValue)
     {
         const SRegValue* value = CFileRegistry::FindValue(values, "name" + std::to_string(i));
         ASSERT_NE(nullptr, value) << i;
-        EXPECT_EQ(Stored("v", i), Text(value->m_oData));
+        EXPECT_EQ("v" + std::to_string(i) + '\0',
+                  Text(value->m_oData)); // with its terminating zero
     }
 }
 
@@ -398,16 +389,17 @@ TEST(FileRegistryTest, EditorFilesParseInBothEncodings)
         const std::vector<SRegValue>& values = sections[0].m_oValues;
         ASSERT_EQ(8u, values.size());
         EXPECT_EQ("", values[0].m_sName);
-        EXPECT_EQ(std::string("default\0", 8), Text(values[0].m_oData));
+        std::vector<std::string> data;
+        for (std::size_t i = 0; i < 7; ++i)
+            data.push_back(Text(values[i].m_oData));
+        using namespace std::string_literals;
+        EXPECT_THAT(data, ::testing::ElementsAre("default\0"s, "\x01\0\0\0"s,
+                                                 "C:\\Program Files\\\"Q\"\0"s,
+                                                 "\x10\x32\x54\x76\x98\xba\xdc\xfe"s, "ab\0c\0\0"s,
+                                                 "%A%\0"s, "\0\xff\x10"s));
         EXPECT_EQ(static_cast<DWORD>(REG_DWORD), values[1].m_dwType);
-        EXPECT_EQ(std::string("\x01\0\0\0", 4), Text(values[1].m_oData));
-        EXPECT_EQ(std::string("C:\\Program Files\\\"Q\"\0", 21), Text(values[2].m_oData));
         EXPECT_EQ(static_cast<DWORD>(REG_QWORD), values[3].m_dwType);
-        EXPECT_EQ(std::string("\x10\x32\x54\x76\x98\xba\xdc\xfe"), Text(values[3].m_oData));
         EXPECT_EQ(static_cast<DWORD>(REG_MULTI_SZ), values[4].m_dwType);
-        EXPECT_EQ(std::string("ab\0c\0\0", 6), Text(values[4].m_oData));
-        EXPECT_EQ(std::string("%A%\0", 4), Text(values[5].m_oData));
-        EXPECT_EQ(std::string("\0\xff\x10", 3), Text(values[6].m_oData));
         EXPECT_TRUE(values[7].m_bDelete);
     }
 
@@ -465,16 +457,17 @@ TEST(FileRegistryTest, ReaderInAnotherProcessSeesEachWriteOnReturn)
         char token = 'x';
         ASSERT_EQ(1, ::write(toChild[1], &token, 1));
         ASSERT_EQ(1, ::read(toParent[0], &token, 1));
-        char text[64] = {};
-        ULONG chars = sizeof text;
-        ASSERT_EQ(ERROR_SUCCESS,
-                  reader.QueryStringValue(("name" + std::to_string(count)).c_str(), text, &chars));
-        EXPECT_EQ(Stored("probe" + std::to_string(round) + "-", count).c_str(), std::string(text));
+        const auto query = [&reader](int i)
+        {
+            char text[64] = {};
+            ULONG chars = sizeof text;
+            EXPECT_EQ(ERROR_SUCCESS,
+                      reader.QueryStringValue(("name" + std::to_string(i)).c_str(), text, &chars));
+            return std::string(text);
+        };
+        EXPECT_EQ("probe" + std::to_string(round) + "-" + std::to_string(count), query(count));
         const int changed = round * 100 % count + 99;
-        chars = sizeof text;
-        ASSERT_EQ(ERROR_SUCCESS, reader.QueryStringValue(("name" + std::to_string(changed)).c_str(),
-                                                         text, &chars));
-        EXPECT_EQ(Stored("r" + std::to_string(round) + "-", changed).c_str(), std::string(text));
+        EXPECT_EQ("r" + std::to_string(round) + "-" + std::to_string(changed), query(changed));
     }
     EXPECT_EQ(0, Reap(child));
     EXPECT_EQ(
@@ -495,7 +488,6 @@ TEST(FileRegistryTest, WritesAcrossFoldsInAnotherProcessAreNeitherMissedNorUndon
     ASSERT_EQ(ERROR_SUCCESS, mine.SetDWORDValue("Theirs", 0));
     ASSERT_EQ(ERROR_SUCCESS, mine.SetDWORDValue("Mine", 0));
     ASSERT_EQ(ERROR_SUCCESS, mine.Flush());
-    const std::string folder = KeyFolder(key);
     for (DWORD round = 1; round <= 20; ++round)
     {
         const auto theirs = [&]
@@ -513,11 +505,9 @@ TEST(FileRegistryTest, WritesAcrossFoldsInAnotherProcessAreNeitherMissedNorUndon
         EXPECT_EQ(round, seen) << "a write of another process missed";
         ASSERT_EQ(ERROR_SUCCESS, mine.SetDWORDValue("Mine", round));
         ASSERT_EQ(ERROR_SUCCESS, mine.Flush());
-        std::ifstream file(folder + "/.values.reg");
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
         char expected[32];
         std::snprintf(expected, sizeof expected, "\"Theirs\"=dword:%08x\n", round);
-        EXPECT_NE(std::string::npos, text.find(expected))
+        EXPECT_THAT(ReadAll(KeyFile(key)), ::testing::HasSubstr(expected))
             << "a write of another process undone by our fold in round " << round;
     }
 }
@@ -533,10 +523,9 @@ TEST(FileRegistryTest, KeyInUseStaysInMemoryAmongManyOthers)
     DWORD seen = 0;
     ASSERT_EQ(ERROR_SUCCESS, mine.QueryDWORDValue("v", seen));
     {
-        std::fstream journal(KeyFolder("Software\\InUse") + "/.values.journal",
-                             std::ios::in | std::ios::out);
-        const std::string text{std::istreambuf_iterator<char>(journal), {}};
-        journal.seekp(static_cast<std::streamoff>(text.find("dword:00000001") + 13));
+        const std::string path = KeyFile("Software\\InUse", ".values.journal");
+        std::fstream journal(path, std::ios::in | std::ios::out);
+        journal.seekp(static_cast<std::streamoff>(ReadAll(path).find("dword:00000001") + 13));
         journal.put('2'); // the record's checksum no longer matches: read again, v is gone
     }
     for (int i = 0; i < 5000; ++i)
@@ -686,9 +675,8 @@ TEST(FileRegistryTest, FlushTakesTheWholeHiveAlong)
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(second, "Software\\Second"));
     const auto folded = [](const std::string& key, DWORD value)
     {
-        std::ifstream file(KeyFolder(key) + "/.values.reg");
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
-        return text.find("dword:0000000" + std::to_string(value)) != std::string::npos;
+        return ReadAll(KeyFile(key)).find("dword:0000000" + std::to_string(value)) !=
+               std::string::npos;
     };
     ASSERT_EQ(ERROR_SUCCESS, first.SetDWORDValue("One", 1));
     ASSERT_EQ(ERROR_SUCCESS, second.SetDWORDValue("Two", 2));

@@ -6,22 +6,15 @@
 
 #include <cpputil/RegistryValue.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <string>
 #include <vector>
 
 using namespace CppUtil::Settings;
-using CppUtil::Text::CMessageManager;
-using CppUtil::Text::COutput;
 
-class QLRegistryTest : public ::testing::Test
+class QLRegistryTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    QLRegistryTest() : m_poManager(new CMessageManager), m_oOut(m_poManager)
-    {
-        m_poManager->SetLoggingEventHandler(m_oRecorder.Handler());
-    }
-
     template <class T>
     T Load(HKEY hive, const CString& section, const char* name, const T& defaultValue)
     {
@@ -36,9 +29,6 @@ protected:
     }
 
     CRegistrySandbox m_oSandbox;
-    CLogRecorder m_oRecorder;
-    CMessageManager* m_poManager;
-    COutput m_oOut;
 };
 
 // Whether HKLM\\keyPath is open to every user; inherits tells whether sub-keys are to follow.

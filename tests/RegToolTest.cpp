@@ -1,16 +1,18 @@
 // cpputil-reg, run as an administrator would run it.
 #include "RegistrySandbox.h"
+#include "ScratchFolder.h"
 
 #include <cpputil/CppUtil.Settings.VerboseLogging.h>
 #include <cpputil/CppUtil.Text.Output.h>
 #include <cpputil/RegistryValue.h>
 
 #include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
+#include <gmock/gmock.h>
 #include <sys/wait.h>
 
 using CppUtil::Settings::CRegistryValue;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 namespace
 {
@@ -21,13 +23,6 @@ struct SRun
     std::string m_sOut;
     std::string m_sErr;
 };
-
-std::string Slurp(const std::string& path)
-{
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
 
 class RegToolTest : public ::testing::Test
 {
@@ -40,7 +35,7 @@ protected:
         const std::string out = m_oSandbox.Root() + "/out.txt";
         const std::string err = m_oSandbox.Root() + "/err.txt";
         const int status = std::system((command + " >" + out + " 2>" + err).c_str());
-        return SRun{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(out), Slurp(err)};
+        return SRun{WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadAll(out), ReadAll(err)};
     }
 
     CRegistrySandbox m_oSandbox;
@@ -62,16 +57,17 @@ TEST_F(RegToolTest, EditsMeetTheLibraryAndSurviveExportAndImport)
         .SetValue("from the library");
     run = Run({"query", "hklm\\software\\velmora\\quillon\\verboselogging"});
     EXPECT_EQ(0, run.m_iStatus);
-    EXPECT_NE(std::string::npos, run.m_sOut.find("    ApsLog    REG_DWORD    0x1\n")) << run.m_sOut;
-    EXPECT_NE(std::string::npos, run.m_sOut.find("    Note    REG_SZ    from the library\n"));
+    EXPECT_THAT(run.m_sOut,
+                ::testing::AllOf(HasSubstr("    ApsLog    REG_DWORD    0x1\n"),
+                                 HasSubstr("    Note    REG_SZ    from the library\n")));
 
     // Without /f the administrator is asked; "n" leaves the value alone.
     run = Run({"add", k_szKey, "/v", "apslog", "/t", "REG_DWORD", "/d", "0x10"}, "n\\n");
     EXPECT_EQ(1, run.m_iStatus);
-    EXPECT_NE(std::string::npos, Run({"query", k_szKey, "/v", "ApsLog"}).m_sOut.find("0x1\n"));
+    EXPECT_THAT(Run({"query", k_szKey, "/v", "ApsLog"}).m_sOut, HasSubstr("0x1\n"));
     run = Run({"add", k_szKey, "/v", "apslog", "/t", "REG_DWORD", "/d", "0x10"}, "y\\n");
     EXPECT_EQ(0, run.m_iStatus);
-    EXPECT_NE(std::string::npos, Run({"query", k_szKey, "/v", "ApsLog"}).m_sOut.find("0x10\n"));
+    EXPECT_THAT(Run({"query", k_szKey, "/v", "ApsLog"}).m_sOut, HasSubstr("0x10\n"));
 
     EXPECT_EQ(0, Run({"add", k_szKey, "/v", "List", "/t", "REG_MULTI_SZ", "/d", "a,b", "/s", ","})
                      .m_iStatus);
@@ -89,9 +85,8 @@ TEST_F(RegToolTest, EditsMeetTheLibraryAndSurviveExportAndImport)
     ASSERT_EQ(0, Run({"add", k_szKey, "/ve", "/d", "top", "/f"}).m_iStatus);
     const std::string before = Run({"query", k_szKey, "/s"}).m_sOut;
     ASSERT_EQ(0, Run({"export", k_szKey, file}).m_iStatus);
-    const std::string exported = Slurp(file);
-    EXPECT_EQ(0u, exported.find("\xFF\xFE"));
-    EXPECT_NE(std::string::npos, exported.find(std::string("\r\0\n\0", 4)));
+    EXPECT_THAT(ReadAll(file), ::testing::AllOf(::testing::StartsWith("\xFF\xFE"),
+                                                HasSubstr(std::string("\r\0\n\0", 4))));
     EXPECT_EQ(1, Run({"export", k_szKey, file}, "n\\n").m_iStatus);
     ASSERT_EQ(0, Run({"delete", k_szKey, "/f"}).m_iStatus);
     ASSERT_EQ(0, Run({"import", file}).m_iStatus);
@@ -104,10 +99,10 @@ TEST_F(RegToolTest, EditsMeetTheLibraryAndSurviveExportAndImport)
            "\"ApsLog\"=-\n\"VisionUpward\"=dword:00000002\n\n"
            "[-HKEY_LOCAL_MACHINE\\Software\\Velmora\\Quillon\\VerboseLogging\\Sub]\n";
     ASSERT_EQ(0, Run({"import", file}).m_iStatus);
-    const std::string after = Run({"query", k_szKey, "/s"}).m_sOut;
-    EXPECT_EQ(std::string::npos, after.find("ApsLog"));
-    EXPECT_NE(std::string::npos, after.find("VisionUpward    REG_DWORD    0x2"));
-    EXPECT_EQ(std::string::npos, after.find("Sub"));
+    EXPECT_THAT(Run({"query", k_szKey, "/s"}).m_sOut,
+                ::testing::AllOf(Not(HasSubstr("ApsLog")),
+                                 HasSubstr("VisionUpward    REG_DWORD    0x2"),
+                                 Not(HasSubstr("Sub"))));
     // No header, or a hive the tool does not serve.
     for (const char* text :
          {"[HKEY_LOCAL_MACHINE\\X]\n\"A\"=\"b\"\n",
@@ -141,7 +136,7 @@ TEST_F(RegToolTest, BadArgumentsFailWithAMessage)
     {
         const SRun run = Run(arguments);
         EXPECT_EQ(1, run.m_iStatus) << (arguments.empty() ? "" : arguments[0]);
-        EXPECT_EQ(0u, run.m_sErr.find("ERROR: ")) << run.m_sErr;
+        EXPECT_THAT(run.m_sErr, ::testing::StartsWith("ERROR: "));
     }
     EXPECT_EQ(0, Run({"/?"}).m_iStatus);
 }

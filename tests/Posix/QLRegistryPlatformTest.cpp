@@ -56,7 +56,6 @@ TEST_F(QLRegistryTest, WriteAccessWalkStopsAtAKeyThisUserCannotWrite)
     for (const char* section : {"Walk\\A", "Walk\\B\\C", "Walk\\B\\D"})
         Store<unsigned long>(HKEY_LOCAL_MACHINE, m_oSandbox.Section(section), "V", 1);
     const CString walk = m_oSandbox.KeyPath("Walk");
-    const std::string cannotOpen = "Could not open " + std::string(walk);
     CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, walk, true);
     // A sub-key this user cannot write; root writes everywhere, so the walk runs in a child that
     // has given up root.
@@ -75,9 +74,9 @@ TEST_F(QLRegistryTest, WriteAccessWalkStopsAtAKeyThisUserCannotWrite)
             int status = CQLRegistry::CurrentUserHasWriteAccessToAllChildKeys(m_oOut, walk) ? 1 : 0;
             CQLRegistry::GrantFullControlForEveryoneToKey(m_oOut, walk, false);
             const std::vector<std::string> texts = m_oRecorder.Texts();
-            const std::string expected =
-                cannotOpen +
-                "\\B\\C for write access. RegOpenKeyEx() failed with: Access is denied.";
+            const std::string expected = "Could not open " + std::string(walk) +
+                                         "\\B\\C for write access. RegOpenKeyEx() failed with: "
+                                         "Access is denied.";
             if (texts.size() != before + 3 || texts[before] != expected ||
                 texts[before + 1] != expected ||
                 texts[before + 2].find("Could not set \"Everyone\" permission") != 0)

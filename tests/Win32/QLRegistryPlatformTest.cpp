@@ -1,10 +1,10 @@
 // The settings store against Windows' own registry tools and security descriptors.
 #include "../QLRegistryTest.h"
+#include "../ScratchFolder.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <utility>
 
 bool IsOpenToEveryone(const CString& keyPath, bool* inherits)
@@ -50,9 +50,7 @@ bool ExchangeWithEditor(const std::string& keyName, const CString&, const std::s
     const auto regedit = [](const std::string& arguments)
     { return std::system(("regedit " + arguments + " 2>NUL").c_str()); };
     regedit("/e \"" + path + "\" \"" + keyName + "\"");
-    std::ifstream file(path, std::ios::binary);
-    exported.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    file.close();
+    exported = ReadAll(path);
     std::ofstream(path, std::ios::binary | std::ios::trunc) << import;
     regedit("/s \"" + path + "\"");
     std::remove(path.c_str());
@@ -88,7 +86,7 @@ TEST_F(QLRegistryTest, SystemRegToolAgreesWithTheStore)
     {
         const std::string output = reg("query " + key + " /v " + query.first);
         for (const std::string& expected : query.second)
-            EXPECT_NE(std::string::npos, output.find(expected)) << output;
+            EXPECT_THAT(output, ::testing::HasSubstr(expected));
     }
     reg("add " + key + " /v Added /t REG_DWORD /d 7 /f");
     reg("add " + key + " /v AddedText /t REG_SZ /d \"from reg\" /f");
