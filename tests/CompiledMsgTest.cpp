@@ -1,4 +1,5 @@
 #include "LogRecorder.h"
+#include "ScratchFolder.h"
 #include "Thrown.h"
 
 #include <cpputil/CppUtil.CompiledMsg.h>
@@ -7,13 +8,13 @@
 #include <cpputil/CppUtil.WikitextMsgExtractor.h>
 #include <cpputil/Platform/Types/WinTypes.h>
 
-#include <cstdio>
 #include <fstream>
 #include <functional>
-#include <gtest/gtest.h>
-#include <sstream>
+#include <gmock/gmock.h>
 
 using CppUtil::CCompiledMsgBase;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 namespace
 {
@@ -74,8 +75,7 @@ TEST(CompiledMsgTest, LibraryMessagesLoadWithTheirIdAndServeAsFormat)
     log.m_oOut.LogF(CCompiledMsgBase(2, "cpputil", ""), 0u) % "VerboseLogging";
     log.m_oOut.JobLogF(CCompiledMsgBase(11, "cpputil", ""), "second") % "VerboseLogging";
     ASSERT_EQ(2u, recorder.Lines().size());
-    EXPECT_NE(std::string::npos,
-              recorder.Lines()[0].m_sText.find("Quillon\\VerboseLogging to zero then restart"));
+    EXPECT_THAT(recorder.Texts()[0], HasSubstr("Quillon\\VerboseLogging to zero then restart"));
     EXPECT_EQ(CppUtil::Text::JobLog, recorder.Lines()[1].m_eDestination);
     EXPECT_EQ("second", recorder.Lines()[1].m_sSecondText);
 }
@@ -84,22 +84,19 @@ TEST(CompiledMsgTest, LoadFailureNamesIdModuleAndSystemReason)
 {
     const std::string missingId = LoadFailure(999, "cpputil");
     const std::string head = "Could not load compiled message with ID 999 in module cpputil:\r\n";
-    ASSERT_EQ(head, missingId.substr(0, head.size()));
     EXPECT_GT(missingId.size(), head.size());
-    EXPECT_NE('\n', missingId.back());
-    EXPECT_NE(missingId.find(SystemText(ERROR_MR_MID_NOT_FOUND)), std::string::npos) << missingId;
+    EXPECT_THAT(missingId,
+                ::testing::AllOf(StartsWith(head), HasSubstr(SystemText(ERROR_MR_MID_NOT_FOUND)),
+                                 ::testing::Not(::testing::EndsWith("\n"))));
     // This program has no message table of its own.
-    const std::string noTable = LoadFailure(1, "");
-    EXPECT_NE(noTable.find(SystemText(ERROR_RESOURCE_DATA_NOT_FOUND)), std::string::npos)
-        << noTable;
-    EXPECT_NE(Thrown<CppUtil::Exception::CQlException>(
-                  [] { CppUtil::CWikitextMsgExtractor::ListMessages("", {}); })
-                  .find(SystemText(ERROR_RESOURCE_DATA_NOT_FOUND)),
-              std::string::npos);
+    EXPECT_THAT(LoadFailure(1, ""), HasSubstr(SystemText(ERROR_RESOURCE_DATA_NOT_FOUND)));
+    EXPECT_THAT(Thrown<CppUtil::Exception::CQlException>(
+                    [] { CppUtil::CWikitextMsgExtractor::ListMessages("", {}); }),
+                HasSubstr(SystemText(ERROR_RESOURCE_DATA_NOT_FOUND)));
 
-    EXPECT_EQ(0u,
-              LoadFailure(5, "no-such-module")
-                  .find("Could not load compiled message with ID 5 in module no-such-module:\r\n"));
+    EXPECT_THAT(
+        LoadFailure(5, "no-such-module"),
+        StartsWith("Could not load compiled message with ID 5 in module no-such-module:\r\n"));
     // The failure is not mistaken for another, nor another for it.
     EXPECT_NE(LoadFailure(5, "no-such-module"), missingId);
     EXPECT_FALSE(CCompiledMsgBase::CheckException());
@@ -119,17 +116,15 @@ TEST(CompiledMsgTest, LoadFailureNamesIdModuleAndSystemReason)
 
 TEST(CompiledMsgTest, WriteToFileFlattensAndCuts)
 {
-    const std::string path = ::testing::TempDir() + "compiled-messages.txt";
+    CScratchFolder folder;
+    const std::string path = folder / "compiled-messages.txt";
     {
-        std::ofstream file(path.c_str());
+        std::ofstream file(path.c_str(), std::ios::binary);
         CCompiledMsgBase::WriteToFile(file, "a\r\nb\rc\nd<br />e->f");
         CCompiledMsgBase::WriteToFile(file, CString('x', 300));
         CCompiledMsgBase::WriteToFile(file, CString('y', 254));
     }
-    std::stringstream content;
-    content << std::ifstream(path.c_str()).rdbuf();
     EXPECT_EQ("[[a b c d e/f]]\n\n[[" + std::string(252, 'x') + "...]]\n\n[[" +
                   std::string(254, 'y') + "]]\n\n",
-              content.str());
-    std::remove(path.c_str());
+              ReadAll(path));
 }

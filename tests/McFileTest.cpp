@@ -2,7 +2,7 @@
 // read back end to end by MessageTableTest, on both backends.
 #include "McFile.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 using CppUtil::Tools::CMcFile;
 
@@ -50,9 +50,7 @@ TEST(McFileTest, MistakesAreReportedAtTheirLine)
         CMcFile file;
         EXPECT_FALSE(file.Parse(entry.m_szText)) << entry.m_szText;
         EXPECT_EQ(entry.m_uLine, file.GetErrorLine()) << entry.m_szText;
-        EXPECT_NE(std::string::npos, file.GetError().find(entry.m_szError))
-            << entry.m_szText << "\n"
-            << file.GetError();
+        EXPECT_THAT(file.GetError(), ::testing::HasSubstr(entry.m_szError)) << entry.m_szText;
     }
 }
 
@@ -69,7 +67,7 @@ TEST(McFileTest, WindowsLineEndsCommentsAndCustomerBit)
     ASSERT_EQ(1u, message.m_oTexts.size());
     EXPECT_EQ(";not a comment\r\n%.\r\n", message.m_oTexts[0].m_sText);
 
-    const std::string header = file.MakeHeader("Seven.mc");
-    EXPECT_NE(std::string::npos, header.find("\n // kept\n"));
-    EXPECT_NE(std::string::npos, header.find(" 2684354567L\n"));
+    EXPECT_THAT(file.MakeHeader("Seven.mc"),
+                ::testing::AllOf(::testing::HasSubstr("\n // kept\n"),
+                                 ::testing::HasSubstr(" 2684354567L\n")));
 }

@@ -7,7 +7,7 @@
 
 #include <cctype>
 #include <cstdarg>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <string>
 #include <utility>
 #include <vector>
@@ -186,28 +186,23 @@ TEST(MessageTableTest, FormatRulesOfWin32)
 TEST(MessageTableTest, SystemTextsMeanTheirOwnCodeAndUnknownCodesFail)
 {
     // The texts are the system's own, so only their form is the same everywhere.
-    const std::string missing = Load(k_dwSystem, nullptr, ERROR_MR_MID_NOT_FOUND);
-    ASSERT_GE(missing.size(), 2u);
-    EXPECT_EQ("\r\n", missing.substr(missing.size() - 2));
-    EXPECT_NE(std::string::npos, missing.find("0x%1"));
-    EXPECT_NE(std::string::npos, missing.find("%2"));
+    using ::testing::AllOf;
+    using ::testing::EndsWith;
+    using ::testing::HasSubstr;
+    EXPECT_THAT(Load(k_dwSystem, nullptr, ERROR_MR_MID_NOT_FOUND),
+                AllOf(EndsWith("\r\n"), HasSubstr("0x%1"), HasSubstr("%2")));
     const DWORD_PTR inserts[] = {reinterpret_cast<DWORD_PTR>("3039"),
                                  reinterpret_cast<DWORD_PTR>("cpputil")};
-    const std::string filled =
-        Load(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, ERROR_MR_MID_NOT_FOUND, 0, inserts);
-    EXPECT_NE(std::string::npos, filled.find("0x3039"));
-    EXPECT_NE(std::string::npos, filled.find("cpputil"));
+    EXPECT_THAT(Load(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, ERROR_MR_MID_NOT_FOUND, 0, inserts),
+                AllOf(HasSubstr("0x3039"), HasSubstr("cpputil")));
 
     LPSTR allocated = nullptr;
     const DWORD length =
         FormatMessageA(k_dwSystem | FORMAT_MESSAGE_ALLOCATE_BUFFER, nullptr, ERROR_MOD_NOT_FOUND, 0,
                        reinterpret_cast<LPSTR>(&allocated), 0, nullptr);
     ASSERT_NE(nullptr, allocated);
-    const std::string notFound(allocated, length);
+    EXPECT_THAT(std::string(allocated, length), AllOf(EndsWith("\r\n"), HasSubstr("odule")));
     EXPECT_EQ(nullptr, LocalFree(allocated));
-    ASSERT_GT(notFound.size(), 2u);
-    EXPECT_EQ("\r\n", notFound.substr(notFound.size() - 2));
-    EXPECT_NE(std::string::npos, notFound.find("odule"));
 
     // Each system words the texts its own way; the meaning is what must not change.
     const std::pair<DWORD, const char*> known[] = {
@@ -219,7 +214,7 @@ TEST(MessageTableTest, SystemTextsMeanTheirOwnCodeAndUnknownCodesFail)
         std::string text = Load(k_dwSystem, nullptr, code.first);
         for (char& ch : text)
             ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-        EXPECT_NE(std::string::npos, text.find(code.second)) << code.first << ": " << text;
+        EXPECT_THAT(text, HasSubstr(code.second)) << code.first;
     }
     for (DWORD unknown : {40000u, 15999u, 0x7FFFFFFFu})
     {
