@@ -47,25 +47,25 @@ void Store(const CString& section, const char* name, const CString& value)
         .SetValue(value);
 }
 
-// The folder of a key below HKEY_CURRENT_USER.
-std::string KeyFolder(const std::string& key, bool create = false)
+// The folder of a key.
+std::string KeyFolder(const std::string& key, bool create = false, HKEY hive = HKEY_CURRENT_USER)
 {
     std::string folder;
-    EXPECT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_CURRENT_USER),
-                                                    key, create, folder));
+    EXPECT_EQ(ERROR_SUCCESS,
+              CFileRegistry::FindKey(CFileRegistry::HiveFolder(hive), key, create, folder));
     return folder;
 }
 
-// A file of a key below HKEY_CURRENT_USER: its values, or the journal of writes not yet folded.
-std::string KeyFile(const std::string& key, const char* name = ".values.reg")
+// A file of a key: its values, or the journal of writes not yet folded.
+std::string KeyFile(const std::string& key, const char* name = ".values.reg",
+                    HKEY hive = HKEY_CURRENT_USER)
 {
-    return KeyFolder(key) + "/" + name;
+    return KeyFolder(key, false, hive) + "/" + name;
 }
 
-LONG CreateKey(CRegKey& key, const std::string& path)
+LONG CreateKey(CRegKey& key, const std::string& path, HKEY hive = HKEY_CURRENT_USER)
 {
-    return key.Create(HKEY_CURRENT_USER, path.c_str(), nullptr, 0, KEY_ALL_ACCESS, nullptr,
-                      nullptr);
+    return key.Create(hive, path.c_str(), nullptr, 0, KEY_ALL_ACCESS, nullptr, nullptr);
 }
 
 // Starts body in a child process, which exits with what it returns.
@@ -179,8 +179,7 @@ TEST(FileRegistryTest, HostileNamesStayInsideTheirHive)
     // A value name with line breaks is escaped in the key's file and read back whole.
     const char* const broken = "line\nbreak\r\"q\"";
     CRegKey key;
-    ASSERT_EQ(ERROR_SUCCESS, key.Create(HKEY_CURRENT_USER, sandbox.KeyPath("Breaks"), nullptr, 0,
-                                        KEY_ALL_ACCESS, nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(key, sandbox.KeyPath("Breaks").GetString()));
     ASSERT_EQ(ERROR_SUCCESS, key.SetStringValue(broken, "kept"));
     ASSERT_EQ(ERROR_SUCCESS, key.Flush());
     std::vector<SRegSection> sections;
@@ -624,21 +623,16 @@ TEST(FileRegistryTest, GrantedKeyTakesEveryUsersWritesAndReadersFlush)
     const CString granted = sandbox.KeyPath("Granted");
     const CString readOnly = sandbox.KeyPath("ReadOnly");
     CRegKey key;
-    ASSERT_EQ(ERROR_SUCCESS, key.Create(HKEY_LOCAL_MACHINE, granted, nullptr, 0, KEY_ALL_ACCESS,
-                                        nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(key, granted.GetString(), HKEY_LOCAL_MACHINE));
     CppUtil::Settings::CQLRegistry::GrantFullControlForEveryoneToKey(CppUtil::Text::DefaultOutput(),
                                                                      granted, false);
     ASSERT_EQ(ERROR_SUCCESS, key.SetDWORDValue("First", 1));
     ASSERT_EQ(ERROR_SUCCESS, key.SetDWORDValue("Folded", 1));
     ASSERT_EQ(ERROR_SUCCESS, key.Flush());
-    ASSERT_EQ(ERROR_SUCCESS, key.Create(HKEY_LOCAL_MACHINE, readOnly, nullptr, 0, KEY_ALL_ACCESS,
-                                        nullptr, nullptr));
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(key, readOnly.GetString(), HKEY_LOCAL_MACHINE));
     ASSERT_EQ(ERROR_SUCCESS, key.SetDWORDValue("v", 1));
     ASSERT_EQ(ERROR_SUCCESS, key.Flush());
-    std::string folder;
-    ASSERT_EQ(ERROR_SUCCESS, CFileRegistry::FindKey(CFileRegistry::HiveFolder(HKEY_LOCAL_MACHINE),
-                                                    readOnly.GetString(), false, folder));
-    const std::string valueFile = folder + "/.values.reg";
+    const std::string valueFile = KeyFile(readOnly.GetString(), ".values.reg", HKEY_LOCAL_MACHINE);
     struct stat before;
     struct stat after;
     ASSERT_EQ(0, ::stat(valueFile.c_str(), &before));

@@ -177,8 +177,8 @@ TEST_F(NtpClientTest, AppliesTheServersOffset)
         // The request: 48 bytes in client mode, nothing set but the transmit time, which is now.
         ASSERT_EQ(48, server.m_iRequestSize);
         EXPECT_EQ(0x1B, server.m_aucRequest[0]);
-        for (int i = 1; i < 40; ++i)
-            EXPECT_EQ(0, server.m_aucRequest[i]) << "byte " << i;
+        EXPECT_THAT(std::vector<int>(server.m_aucRequest + 1, server.m_aucRequest + 40),
+                    ::testing::Each(0));
         // A millisecond can be lost to the binary fraction.
         EXPECT_GE(server.m_iTransmitMs, before - 1);
         EXPECT_LE(server.m_iTransmitMs, after);
