@@ -13,7 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <string>
 #include <utility>
 
@@ -243,8 +243,7 @@ TEST_F(DateTimeTest, EmptyValuesDisplayTextAndMilliseconds)
     const CDateTime c(Fields(2019, 4, 8, 12, 34, 57, 7));
     EXPECT_TRUE(a == b && !(a != b) && a != c && !a.IsEmpty());
     // The locale's form differs between systems; the local clock digits are in every one.
-    EXPECT_NE(std::string::npos, std::string(a.ToDisplayString()).find("12:34:56"))
-        << a.ToDisplayString();
+    EXPECT_THAT(a.ToDisplayString().GetString(), ::testing::HasSubstr("12:34:56"));
     EXPECT_EQ("2019-04-08 12:34:56.007" + NowSuffix(*m_poZone), a.ToString(false).GetString());
     const std::int64_t t = FromLocal(*m_poZone, Utc(2019, 4, 8, 12, 34, 56));
     EXPECT_EQ(Digits(t) + ".007Z", a.ToString(true).GetString());
@@ -284,10 +283,9 @@ TEST_F(DateTimeTest, FactoriesStampTheCurrentMoment)
 
     CDateTime parsed;
     ASSERT_TRUE(parsed.Set(stamp, false)) << stamp;
-    EXPECT_GE(parsed.GetTime().GetTime(), before);
-    EXPECT_LE(parsed.GetTime().GetTime(), after);
-    EXPECT_GE(now.GetTime().GetTime(), before);
-    EXPECT_LE(now.GetTime().GetTime(), after);
+    const auto between = ::testing::AllOf(::testing::Ge(before), ::testing::Le(after));
+    EXPECT_THAT(parsed.GetTime().GetTime(), between);
+    EXPECT_THAT(now.GetTime().GetTime(), between);
     EXPECT_EQ(suffix, std::string(stamp.Right(6)));
     EXPECT_EQ(CDateTime(ATL::CTime(Utc(2019, 4, 8))).ToString(false),
               CDateTime::GetDateTimeStamp(ATL::CTime(Utc(2019, 4, 8))));

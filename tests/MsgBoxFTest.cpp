@@ -7,10 +7,11 @@
 #include <cpputil/Platform/Types/WinTypes.h>
 
 #include <deque>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 using namespace CppUtil::Text;
 using CppUtil::Gui::CCheckableMessageBox;
+using ::testing::ElementsAre;
 
 namespace
 {
@@ -71,8 +72,7 @@ TEST_F(MsgBoxFTest, TemporaryShowsAtEndOfStatementAndIsLoggedHtmlAsHtml)
     EXPECT_EQ(static_cast<unsigned int>(MB_OK | MB_SETFOREGROUND), m_oUser.m_oShown[0].m_uType);
     EXPECT_EQ(77u, m_oUser.m_oShown[0].m_uExtra);
     EXPECT_FALSE(m_oUser.m_oShown[0].m_bCheckBox);
-    ASSERT_EQ(1u, m_oRecorder.Lines().size());
-    EXPECT_EQ("Lot A-17 done", m_oRecorder.Lines()[0].m_sText);
+    EXPECT_THAT(m_oRecorder.Texts(), ElementsAre("Lot A-17 done"));
 
     // ShowOnShow: nothing until Show, and nothing at all without it.
     m_oOut.MsgBoxF("never", MB_OK, 0) % CMsgBoxF::ShowOnShow;
@@ -91,9 +91,9 @@ TEST_F(MsgBoxFTest, TemporaryShowsAtEndOfStatementAndIsLoggedHtmlAsHtml)
         "A-17";
     ASSERT_EQ(3u, m_oUser.m_oShown.size());
     EXPECT_EQ("Lot A-17 failed:\r\n3 < 5", m_oUser.m_oShown[2].m_sText);
-    ASSERT_EQ(2u, m_oRecorder.Lines().size());
-    EXPECT_TRUE(m_oRecorder.Lines()[1].m_bHtml);
-    EXPECT_EQ("<b>Lot A-17</b> failed:<br />3 &lt; 5", m_oRecorder.Lines()[1].m_sText);
+    ASSERT_THAT(m_oRecorder.Texts(),
+                ElementsAre("Lot A-17 done", "<b>Lot A-17</b> failed:<br />3 &lt; 5"));
+    EXPECT_TRUE(m_oRecorder.Lines().back().m_bHtml);
 }
 
 TEST_F(MsgBoxFTest, DialogsDisabledLogsPlainBoxesOnlyAndStillRemembersThem)
@@ -105,8 +105,7 @@ TEST_F(MsgBoxFTest, DialogsDisabledLogsPlainBoxesOnlyAndStillRemembersThem)
         EXPECT_EQ(0, box.Show());
     }
     // Logged instead of shown, then logged as every shown box is.
-    ASSERT_EQ(2u, m_oRecorder.Lines().size());
-    EXPECT_EQ("Nobody reads this", m_oRecorder.Lines()[0].m_sText);
+    EXPECT_THAT(m_oRecorder.Texts(), ElementsAre("Nobody reads this", ::testing::_));
     auto warn = [this](int head, int selection)
     {
         CMsgBoxF box = m_oOut.MsgBoxF("Head %d is cold.", MB_OK, 0);

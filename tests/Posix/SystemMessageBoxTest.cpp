@@ -4,9 +4,7 @@
 #include <cpputil/Platform/Kernel/MessageBox.h>
 #include <cpputil/Platform/Types/WinTypes.h>
 
-#include <gtest/gtest.h>
-
-#include <string>
+#include <gmock/gmock.h>
 
 using CppUtil::Gui::CCheckableMessageBox;
 
@@ -15,8 +13,8 @@ TEST(CheckableMessageBoxTest, WithoutPresenterTheDefaultButtonAnswers)
     CCheckableMessageBox box(true);
     ::testing::internal::CaptureStderr();
     const int answer = box.MessageBoxA("Keep it?", "Caption", MB_YESNO | MB_DEFBUTTON2, 0);
-    const std::string written = ::testing::internal::GetCapturedStderr();
+    EXPECT_THAT(::testing::internal::GetCapturedStderr(),
+                ::testing::HasSubstr("[Caption]\nKeep it?\n"));
     EXPECT_EQ(IDNO, answer);
     EXPECT_FALSE(box.IsChecked());
-    EXPECT_NE(std::string::npos, written.find("[Caption]\nKeep it?\n"));
 }
