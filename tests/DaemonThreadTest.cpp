@@ -1,4 +1,5 @@
 #include "LogRecorder.h"
+#include "Thrown.h"
 #include "UiThreadStandIn.h"
 
 #include <cpputil/CppUtil.Exception.QlException.h>
@@ -7,7 +8,7 @@
 #include <cpputil/Platform/Kernel/CEvent.h>
 #include <cpputil/Platform/Kernel/WinMessages.h>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <atomic>
 #include <chrono>
@@ -136,9 +137,9 @@ protected:
     // The one line logged since the recorder held that many.
     std::string OnlyLogLine(size_t since = 0)
     {
-        const std::vector<SLogLine> lines = m_oRecorder.Lines();
-        EXPECT_EQ(since + 1, lines.size());
-        return lines.size() > since ? lines.back().m_sText : std::string();
+        const std::vector<std::string> texts = m_oRecorder.Texts();
+        EXPECT_EQ(since + 1, texts.size());
+        return texts.size() > since ? texts.back() : std::string();
     }
 };
 
@@ -318,12 +319,7 @@ TEST_F(DaemonThreadTest, StopAbandonsABusyWorkerAndDestructionWaitsForItsCall)
     const std::string late = "The following exception was thrown on a thread its owner had given "
                              "up: Late failure.\nInternal Software Details: Thread: [Writer] "
                              "Caught: [Not Reported].";
-    EXPECT_TRUE(WaitFor(
-        [&]
-        {
-            const std::vector<SLogLine> lines = m_oRecorder.Lines();
-            return lines.size() == 1 && lines[0].m_sText == late;
-        }));
+    EXPECT_TRUE(WaitFor([&] { return m_oRecorder.Texts() == std::vector<std::string>{late}; }));
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     EXPECT_FALSE(queuedRan->load());
 }
@@ -386,10 +382,9 @@ TEST_F(DaemonThreadTest, DestroyingAWorkerWithAPendingExceptionStopsItAndLogsIt)
         ASSERT_TRUE(WaitFor([&] { return idle.load(); }));
     }
     EXPECT_FALSE(IsWindow(window));
-    const std::vector<SLogLine> lines = m_oRecorder.Lines();
-    ASSERT_EQ(2u, lines.size());
-    EXPECT_NE(std::string::npos, lines[1].m_sText.find("Disk full.")) << lines[1].m_sText;
-    EXPECT_NE(std::string::npos, lines[1].m_sText.find("[Bare]")) << lines[1].m_sText;
+    ASSERT_EQ(2u, m_oRecorder.Texts().size());
+    EXPECT_THAT(m_oRecorder.Texts()[1], ::testing::AllOf(::testing::HasSubstr("Disk full."),
+                                                         ::testing::HasSubstr("[Bare]")));
 
     // A subclass that stops in its destructor while an exception is pending still has its
     // OnThreadStop run, and throws what that hook threw; the base class then finds nothing left to
@@ -402,8 +397,8 @@ TEST_F(DaemonThreadTest, DestroyingAWorkerWithAPendingExceptionStopsItAndLogsIt)
     ASSERT_TRUE(WaitFor([&] { return m_oRecorder.Lines().size() == 3; }));
     EXPECT_THROW(delete owned, CQlException);
     EXPECT_FALSE(IsWindow(window));
-    ASSERT_EQ(4u, m_oRecorder.Lines().size());
-    EXPECT_NE(std::string::npos, m_oRecorder.Lines()[3].m_sText.find("Stop failed."));
+    ASSERT_EQ(4u, m_oRecorder.Texts().size());
+    EXPECT_THAT(m_oRecorder.Texts()[3], ::testing::HasSubstr("Stop failed."));
 }
 
 TEST_F(DaemonThreadTest, StopDropsACallThatOwnsAnotherWorkerWithoutHanging)
@@ -437,19 +432,36 @@ TEST_F(DaemonThreadTest, StopDropsACallThatOwnsAnotherWorkerWithoutHanging)
     release->SetEvent();
 }
 
-TEST_F(DaemonThreadTest, AWorkerDestroyedByItsOwnCallDoesNotWaitForItself)
+// A call holds the owner's last reference, so that the worker is destroyed on its own thread:
+// once while it runs, and once after Stop gave up on it.
+TEST_F(DaemonThreadTest, AWorkerWhoseOwnCallLetsGoOfItLastDoesNotWaitForItself)
 {
-    auto destroyed = std::make_shared<std::atomic<bool>>(false);
-    std::shared_ptr<CPatientWorker> worker = FlaggedWorker(m_oOut, destroyed);
-    // Longer than WaitFor: a destruction that waited for its own thread would not be done.
-    worker->SetShutdownTimeout(60000);
-    worker->Start();
-    auto go = std::make_shared<CEvent>(FALSE, TRUE);
-    worker->Proxy().Post([worker, go] { go->Lock(INFINITE); });
-    worker.reset();
-    go->SetEvent();
-    ExitUnless(WaitFor([&] { return destroyed->load(); }), "a worker destroyed on its own thread");
-    EXPECT_TRUE(m_oRecorder.Lines().empty());
+    for (bool givenUp : {false, true})
+    {
+        auto destroyed = std::make_shared<std::atomic<bool>>(false);
+        std::shared_ptr<CPatientWorker> worker = FlaggedWorker(m_oOut, destroyed);
+        // Unless given up, longer than WaitFor: a destruction that waited for its own thread would
+        // not be done.
+        worker->SetShutdownTimeout(givenUp ? 100 : 60000);
+        worker->Start();
+        auto busy = std::make_shared<std::atomic<bool>>(false);
+        auto go = std::make_shared<CEvent>(FALSE, TRUE);
+        worker->Proxy().Post(
+            [worker, busy, go]
+            {
+                *busy = true;
+                go->Lock(10000);
+            });
+        ASSERT_TRUE(WaitFor([&] { return busy->load(); }));
+        if (givenUp)
+            worker->Stop();
+        worker.reset();
+        go->SetEvent();
+        ExitUnless(WaitFor([&] { return destroyed->load(); }),
+                   givenUp ? "a given-up worker waiting for itself"
+                           : "a worker destroyed on its own thread");
+        EXPECT_TRUE(givenUp || m_oRecorder.Lines().empty());
+    }
 }
 
 TEST_F(DaemonThreadTest, DestructionWaitsForATimerCallOfAGivenUpWorker)
@@ -499,16 +511,8 @@ TEST_F(DaemonThreadTest, StopOnTheWorkersOwnThreadIsRefusedWithoutTouchingAnythi
     // Whether Stop, called on the worker, was refused with the expected text.
     const auto refused = [](CWorker* self)
     {
-        try
-        {
-            self->Stop();
-        }
-        catch (const CQlException& error)
-        {
-            return std::string(error.what()).find("cannot be stopped from its own thread") !=
-                   std::string::npos;
-        }
-        return false;
+        return Thrown<CQlException>([self] { self->Stop(); })
+                   .find("cannot be stopped from its own thread") != std::string::npos;
     };
     std::atomic<int> refusals(0);
     {
@@ -548,26 +552,4 @@ TEST_F(DaemonThreadTest, StopOnTheWorkersOwnThreadIsRefusedWithoutTouchingAnythi
     ExitUnless(WaitFor([&] { return destroyed->load(); }), "a worker refused to stop itself");
     EXPECT_TRUE(wasRefused->load());
     EXPECT_TRUE(m_oRecorder.Lines().empty());
-}
-
-TEST_F(DaemonThreadTest, AGivenUpWorkerWhoseCallLetsGoOfTheOwnerLastDoesNotWaitForItself)
-{
-    auto destroyed = std::make_shared<std::atomic<bool>>(false);
-    std::shared_ptr<CPatientWorker> worker = FlaggedWorker(m_oOut, destroyed);
-    worker->SetShutdownTimeout(100);
-    worker->Start();
-    auto busy = std::make_shared<std::atomic<bool>>(false);
-    auto go = std::make_shared<CEvent>(FALSE, TRUE);
-    worker->Proxy().Post(
-        [worker, busy, go]
-        {
-            *busy = true;
-            go->Lock(10000);
-        });
-    ASSERT_TRUE(WaitFor([&] { return busy->load(); }));
-    // Given up inside the call, which then holds the owner's last reference.
-    worker->Stop();
-    worker.reset();
-    go->SetEvent();
-    ExitUnless(WaitFor([&] { return destroyed->load(); }), "a given-up worker waiting for itself");
 }
