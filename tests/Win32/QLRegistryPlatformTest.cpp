@@ -46,14 +46,14 @@ void ExpectOpenToEveryoneWithSubKeys(const CString& walk)
 bool ExchangeWithEditor(const std::string& keyName, const CString&, const std::string& import,
                         std::string& exported)
 {
-    const std::string path = std::string(std::getenv("TEMP")) + "\\cpputil-editor.reg";
+    const CScratchFolder folder;
+    const std::string path = folder / "editor.reg";
     const auto regedit = [](const std::string& arguments)
     { return std::system(("regedit " + arguments + " 2>NUL").c_str()); };
     regedit("/e \"" + path + "\" \"" + keyName + "\"");
     exported = ReadAll(path);
     std::ofstream(path, std::ios::binary | std::ios::trunc) << import;
     regedit("/s \"" + path + "\"");
-    std::remove(path.c_str());
     return true;
 }
 
