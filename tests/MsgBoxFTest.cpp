@@ -1,64 +1,23 @@
 #include "LogRecorder.h"
+#include "ScriptedUser.h"
 
-#include <cpputil/CppUtil.Gui.CheckableMessageBox.h>
 #include <cpputil/CppUtil.Gui.HtmlDlg.h>
 #include <cpputil/CppUtil.Text.Output.h>
 #include <cpputil/Platform/Kernel/MessageBox.h>
 #include <cpputil/Platform/Types/WinTypes.h>
 
-#include <deque>
 #include <gmock/gmock.h>
 
 using namespace CppUtil::Text;
-using CppUtil::Gui::CCheckableMessageBox;
 using ::testing::ElementsAre;
 
 namespace
 {
 
-struct SShownBox
-{
-    std::string m_sText;
-    std::string m_sCaption;
-    unsigned int m_uType;
-    unsigned int m_uExtra;
-    bool m_bCheckBox;
-};
-
-// Stands in for the user: answers each box from a script and records what was shown.
-class CScriptedUser
-{
-public:
-    CScriptedUser()
-    {
-        CCheckableMessageBox::SetPresenter(
-            [this](const CString& text, const CString& caption, unsigned int type,
-                   unsigned int extra, bool showCheckBox, bool& checked)
-            {
-                m_oShown.push_back(
-                    {text.GetString(), caption.GetString(), type, extra, showCheckBox});
-                if (m_oAnswers.empty())
-                    return IDOK;
-                const auto answer = m_oAnswers.front();
-                m_oAnswers.pop_front();
-                checked = answer.second;
-                return answer.first;
-            });
-    }
-    ~CScriptedUser() { CCheckableMessageBox::SetPresenter(CCheckableMessageBox::TPresenter()); }
-
-    void Answer(int button, bool ticked = false) { m_oAnswers.push_back({button, ticked}); }
-
-    std::vector<SShownBox> m_oShown;
-
-private:
-    std::deque<std::pair<int, bool>> m_oAnswers;
-};
-
 class MsgBoxFTest : public ::testing::Test, protected SRecordedOutput
 {
 protected:
-    CScriptedUser m_oUser;
+    CScriptedUser m_oUser{IDOK};
 };
 
 } // namespace
@@ -66,12 +25,12 @@ protected:
 TEST_F(MsgBoxFTest, TemporaryShowsAtEndOfStatementAndIsLoggedHtmlAsHtml)
 {
     m_oOut.MsgBoxF("Lot %s done", "Quillon", MB_OK, 77) % "A-17";
-    ASSERT_EQ(1u, m_oUser.m_oShown.size());
-    EXPECT_EQ("Lot A-17 done", m_oUser.m_oShown[0].m_sText);
-    EXPECT_EQ("Quillon", m_oUser.m_oShown[0].m_sCaption);
-    EXPECT_EQ(static_cast<unsigned int>(MB_OK | MB_SETFOREGROUND), m_oUser.m_oShown[0].m_uType);
-    EXPECT_EQ(77u, m_oUser.m_oShown[0].m_uExtra);
-    EXPECT_FALSE(m_oUser.m_oShown[0].m_bCheckBox);
+    ASSERT_EQ(1u, m_oUser.Shown().size());
+    EXPECT_EQ("Lot A-17 done", m_oUser.Shown()[0].m_sText);
+    EXPECT_EQ("Quillon", m_oUser.Shown()[0].m_sCaption);
+    EXPECT_EQ(static_cast<unsigned int>(MB_OK | MB_SETFOREGROUND), m_oUser.Shown()[0].m_uType);
+    EXPECT_EQ(77u, m_oUser.Shown()[0].m_uExtra);
+    EXPECT_FALSE(m_oUser.Shown()[0].m_bCheckBox);
     EXPECT_THAT(m_oRecorder.Texts(), ElementsAre("Lot A-17 done"));
 
     // ShowOnShow: nothing until Show, and nothing at all without it.
@@ -82,15 +41,15 @@ TEST_F(MsgBoxFTest, TemporaryShowsAtEndOfStatementAndIsLoggedHtmlAsHtml)
         m_oUser.Answer(IDNO);
         EXPECT_EQ(IDNO, box.Show());
     }
-    ASSERT_EQ(2u, m_oUser.m_oShown.size());
-    EXPECT_EQ("Continue 3?", m_oUser.m_oShown[1].m_sText);
+    ASSERT_EQ(2u, m_oUser.Shown().size());
+    EXPECT_EQ("Continue 3?", m_oUser.Shown()[1].m_sText);
     EXPECT_EQ(1u, m_oRecorder.Lines().size());
 
     // An HTML box shows plain text and logs the HTML.
     m_oOut.MsgBoxF("<b>Lot %s</b> failed:<br />3 &lt; 5", MB_OK | CMsgBoxF::k_uHtmlText, 0) %
         "A-17";
-    ASSERT_EQ(3u, m_oUser.m_oShown.size());
-    EXPECT_EQ("Lot A-17 failed:\r\n3 < 5", m_oUser.m_oShown[2].m_sText);
+    ASSERT_EQ(3u, m_oUser.Shown().size());
+    EXPECT_EQ("Lot A-17 failed:\r\n3 < 5", m_oUser.Shown()[2].m_sText);
     ASSERT_THAT(m_oRecorder.Texts(),
                 ElementsAre("Lot A-17 done", "<b>Lot A-17</b> failed:<br />3 &lt; 5"));
     EXPECT_TRUE(m_oRecorder.Lines().back().m_bHtml);
@@ -118,11 +77,11 @@ TEST_F(MsgBoxFTest, DialogsDisabledLogsPlainBoxesOnlyAndStillRemembersThem)
     EXPECT_EQ(42, warn(2, 7));
     ASSERT_EQ(5u, m_oRecorder.Lines().size());
     EXPECT_EQ("Head 2 is cold.", m_oRecorder.Lines()[4].m_sText);
-    EXPECT_TRUE(m_oUser.m_oShown.empty());
+    EXPECT_TRUE(m_oUser.Shown().empty());
 
     m_oUser.Answer(IDYES);
     EXPECT_EQ(IDYES, (m_oOut.MsgBoxF("Really?", MB_YESNO, 0) % CMsgBoxF::ShowOnShow).Show());
-    EXPECT_EQ(1u, m_oUser.m_oShown.size());
+    EXPECT_EQ(1u, m_oUser.Shown().size());
 }
 
 TEST_F(MsgBoxFTest, TickedBoxIsRememberedUnlessCancelledAndSimilarBoxesAreSuppressed)
@@ -138,14 +97,14 @@ TEST_F(MsgBoxFTest, TickedBoxIsRememberedUnlessCancelledAndSimilarBoxesAreSuppre
     m_oUser.Answer(IDYES, true);
     EXPECT_EQ(IDYES, ask("A"));
     EXPECT_EQ(IDYES, ask("A"));
-    EXPECT_EQ(2u, m_oUser.m_oShown.size());
-    EXPECT_TRUE(m_oUser.m_oShown[0].m_bCheckBox);
+    EXPECT_EQ(2u, m_oUser.Shown().size());
+    EXPECT_TRUE(m_oUser.Shown()[0].m_bCheckBox);
     // Another finished text is another box; not ticked, it keeps being shown.
     m_oUser.Answer(IDNO, false);
     m_oUser.Answer(IDNO, false);
     EXPECT_EQ(IDNO, ask("B"));
     EXPECT_EQ(IDNO, ask("B"));
-    EXPECT_EQ(4u, m_oUser.m_oShown.size());
+    EXPECT_EQ(4u, m_oUser.Shown().size());
     EXPECT_TRUE(m_oOut.IsMessageRegistered("Overwrite lot A?"));
 
     // Suppressing similar boxes answers every box of the format.
@@ -158,7 +117,7 @@ TEST_F(MsgBoxFTest, TickedBoxIsRememberedUnlessCancelledAndSimilarBoxesAreSuppre
     m_oUser.Answer(IDCANCEL);
     EXPECT_EQ(IDCANCEL, warn(1));
     EXPECT_EQ(IDCANCEL, warn(2));
-    EXPECT_EQ(5u, m_oUser.m_oShown.size());
+    EXPECT_EQ(5u, m_oUser.Shown().size());
     EXPECT_EQ(IDCANCEL, m_oOut.GetValue("Nozzle %d is worn."));
 
     // The registered selection is remembered in place of the button.
