@@ -497,15 +497,6 @@ TEST_F(DaemonThreadTest, DestructionWaitsForATimerCallOfAGivenUpWorker)
     releaser.join();
 }
 
-// Stop's caller holds no reference of its own: the last one is in a call queued behind.
-class CSelfHeldWorker : public CPatientWorker
-{
-public:
-    using CPatientWorker::CPatientWorker;
-    ~CSelfHeldWorker() override { *m_poDestroyed = true; }
-    std::shared_ptr<std::atomic<bool>> m_poDestroyed = std::make_shared<std::atomic<bool>>(false);
-};
-
 TEST_F(DaemonThreadTest, StopOnTheWorkersOwnThreadIsRefusedWithoutTouchingAnything)
 {
     // Whether Stop, called on the worker, was refused with the expected text.
@@ -532,12 +523,13 @@ TEST_F(DaemonThreadTest, StopOnTheWorkersOwnThreadIsRefusedWithoutTouchingAnythi
         EXPECT_EQ(3, refusals.load());
         EXPECT_EQ(1, worker.m_iStops.load());
     }
-    // A call refused so whose owner's last reference goes with the call queued behind it: the
-    // owner is destroyed on its worker, and nothing freed is read (AddressSanitizer).
-    auto held = std::make_shared<CSelfHeldWorker>(m_oOut);
-    const std::shared_ptr<std::atomic<bool>> destroyed = held->m_poDestroyed;
+    // A call refused so whose owner's last reference goes with the call queued behind it (Stop's
+    // caller holds none of its own): the owner is destroyed on its worker, and nothing freed is
+    // read (AddressSanitizer).
+    auto destroyed = std::make_shared<std::atomic<bool>>(false);
+    std::shared_ptr<CPatientWorker> held = FlaggedWorker(m_oOut, destroyed);
     held->Start();
-    CSelfHeldWorker* const self = held.get();
+    CPatientWorker* const self = held.get();
     auto go = std::make_shared<CEvent>(FALSE, TRUE);
     auto wasRefused = std::make_shared<std::atomic<bool>>(false);
     self->Proxy().Post(

@@ -8,14 +8,12 @@
 #include <cpputil/Platform/Registry/Posix/FileRegistry.h>
 #include <cpputil/RegistryValue.h>
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
 #include <gmock/gmock.h>
-#include <iostream>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
