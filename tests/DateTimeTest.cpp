@@ -300,8 +300,7 @@ TEST_F(DateTimeTest, FactoriesStampTheCurrentMoment)
             std::atoi(blackBox.Mid(14, 2)), std::atoi(blackBox.Mid(17, 2)));
     const std::int64_t read =
         Utc(utc.wYear, utc.wMonth, utc.wDay, utc.wHour, utc.wMinute, utc.wSecond);
-    EXPECT_GE(stamped, read);
-    EXPECT_LE(stamped, after);
+    EXPECT_THAT(stamped, ::testing::AllOf(::testing::Ge(read), ::testing::Le(after)));
 }
 
 TEST_F(DateTimeTest, SetLegacyReadsFreeFormUsEnglish)
