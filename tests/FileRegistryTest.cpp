@@ -353,8 +353,7 @@ TEST(FileRegistryTest, ConcurrentWritersLoseNoValue)
     {
         const SRegValue* value = CFileRegistry::FindValue(values, "name" + std::to_string(i));
         ASSERT_NE(nullptr, value) << i;
-        EXPECT_EQ("v" + std::to_string(i) + '\0',
-                  Text(value->m_oData)); // with its terminating zero
+        EXPECT_EQ("v" + std::to_string(i) + '\0', Text(value->m_oData)); // with its zero
     }
 }
 
