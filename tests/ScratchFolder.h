@@ -39,8 +39,13 @@ public:
     CScratchFolder& operator=(const CScratchFolder&) = delete;
 
     const std::filesystem::path& Path() const { return m_oPath; }
-    // A name inside the folder, as the narrow text the library takes.
-    std::string operator/(const std::string& name) const { return (m_oPath / name).string(); }
+    // A name inside the folder, as the narrow text the library takes: joined as bytes, because a
+    // path would carry a name outside ASCII through another encoding on Windows.
+    std::string operator/(const std::string& name) const
+    {
+        return m_oPath.string() + static_cast<char>(std::filesystem::path::preferred_separator) +
+               name;
+    }
 
 private:
     const std::filesystem::path m_oPath;

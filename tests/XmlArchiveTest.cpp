@@ -192,6 +192,8 @@ TEST(XmlArchiveTest, MissingElementsValuesThatDoNotFitAndBadFiles)
     EXPECT_EQ(bad("huge", "1.00000000000000005e+300", "a number within the range of a float"),
               Failure(values, "huge", 0.0f));
     EXPECT_EQ(bad("name", k_szName, "a truth value (0 or 1)"), Failure(values, "name", false));
+    EXPECT_EQ("The settings file @, element \"station\": it holds elements, not a value.",
+              Failure(Fixture("station-v2.xml"), "station", 0));
 
     const std::string station = ReadAll(Fixture("station-v2.xml"));
     const std::string root = station.substr(0, station.find("<station"));
@@ -209,6 +211,7 @@ TEST(XmlArchiveTest, MissingElementsValuesThatDoNotFitAndBadFiles)
          "The settings file @ is not well-formed XML: unexpected end of data (line 14)."},
         {"<station><name>x</name></station>", notArchive},
         {"", notArchive},
+        {edited("serialization::archive", "serialization::other"), notArchive},
         {deep, "The settings file @ nests elements more than 100 deep."},
         // Inside objects the path says where; a value where an object belongs lacks its elements.
         {edited("<number>2</number>", "<number>2x</number>"),
@@ -227,6 +230,8 @@ TEST(XmlArchiveTest, MissingElementsValuesThatDoNotFitAndBadFiles)
         std::ofstream(file, std::ios::binary) << document.first;
         EXPECT_EQ(document.second, Failure(file, "station", SStation(2))) << document.first;
     }
-    EXPECT_EQ("Cannot open the settings file @.", Failure(folder.Path().string(), "station", 0));
-    EXPECT_EQ("Cannot open the settings file @.", Failure(folder / "missing.xml", "station", 0));
+    // The whole document is read and checked when the archive is made.
+    for (const std::string& name : {folder.Path().string(), folder / "missing.xml"})
+        EXPECT_EQ("Cannot open the settings file \"" + name + "\".",
+                  Thrown<CQlException>([&name] { CXmlIArchive archive(name.c_str()); }));
 }

@@ -17,14 +17,18 @@ void CheckPrintingThroughThePlatform(CppUtil::Gui::CHtmlReport& report, const st
                                      const std::filesystem::path& folder, const TPrint& print)
 {
     // PATH comes back as it was, however the checks end.
-    const std::string path = std::getenv("PATH");
+    const char* const set = std::getenv("PATH");
     const std::shared_ptr<void> restore(
-        nullptr, [path](void*) { ::setenv("PATH", path.c_str(), 1), ::unsetenv("LP_EXIT"); });
+        nullptr,
+        [path = std::string(set ? set : ""), wasSet = set != nullptr](void*) {
+            wasSet ? ::setenv("PATH", path.c_str(), 1) : ::unsetenv("PATH"), ::unsetenv("LP_EXIT");
+        });
     // No lp at all is a clear failure; a folder named lp earlier on PATH is no command, as for a
     // shell.
     const std::filesystem::path bin = folder / "bin", other = folder / "other";
     std::filesystem::create_directories(bin);
     std::filesystem::create_directories(other / "lp");
+    ::chmod((other / "lp").string().c_str(), 0755);
     ::setenv("PATH", (other.string() + ":" + bin.string()).c_str(), 1);
     EXPECT_EQ(print(), "Could not print the report " + saved +
                            ": no print command: \"lp\" was not found on PATH");
