@@ -2,20 +2,19 @@
 // the library lists for the same table.
 #pragma once
 
+#include "../ScratchFolder.h"
+
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <memory>
+#include <cstdlib>
 #include <string>
 
 inline void ExpectTheToolListsTheSame(const std::string& listed)
 {
-    std::unique_ptr<FILE, int (*)(FILE*)> tool(
-        ::popen(CPPUTIL_MC_TOOL " --wiki " CPPUTIL_MC_SOURCE, "r"), ::pclose);
-    ASSERT_TRUE(tool);
-    std::string printed;
-    char buffer[512];
-    for (size_t read; (read = std::fread(buffer, 1, sizeof(buffer), tool.get())) > 0;)
-        printed.append(buffer, read);
-    EXPECT_EQ(printed, listed);
+    const CScratchFolder folder;
+    const std::string printed = folder / "listing.wiki";
+    ASSERT_EQ(
+        0,
+        std::system((CPPUTIL_MC_TOOL " --wiki " CPPUTIL_MC_SOURCE " > '" + printed + "'").c_str()));
+    EXPECT_EQ(ReadAll(printed), listed);
 }
