@@ -4,9 +4,9 @@
 #include <cpputil/CppUtil.Text.OutputWndThrottler.h>
 #include <cpputil/GuiThreadCaller.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -116,19 +116,16 @@ TEST_F(OutputWndThrottlerTest, OnePeriodsTextArrivesAsOneBatchInCallOrder)
     out.AddText("last");
     EXPECT_EQ(0u, LinesWritten()) << "written before the user-interface thread's loop ran";
 
-    const std::vector<SWritten> written = PumpUntilWritten(7);
-    ASSERT_EQ(8u, written.size());
-    const std::vector<std::pair<std::string, unsigned int>> expected = {
-        {"first", 0},  {"second", 1},    {"", 0},    {withNul, 0},
-        {longLine, 1}, {"printed 3", 0}, {"last", 0}};
-    for (std::size_t i = 0; i < expected.size(); ++i)
+    std::vector<std::pair<std::string, unsigned int>> lines;
+    for (const SWritten& line : PumpUntilWritten(7))
     {
-        EXPECT_EQ(expected[i].first, written[i].m_sText) << "line " << i;
-        EXPECT_EQ(expected[i].second, written[i].m_uFlags) << "line " << i;
-    }
-    EXPECT_EQ(k_szBatchEnd, written[7].m_sText);
-    for (const SWritten& line : written)
+        lines.emplace_back(line.m_sText, line.m_uFlags);
         EXPECT_TRUE(line.m_bOnUiThread) << line.m_sText;
+    }
+    const std::vector<std::pair<std::string, unsigned int>> expected = {
+        {"first", 0},  {"second", 1},    {"", 0},     {withNul, 0},
+        {longLine, 1}, {"printed 3", 0}, {"last", 0}, {k_szBatchEnd, 0}};
+    EXPECT_EQ(expected, lines);
 }
 
 TEST_F(OutputWndThrottlerTest, TextPendingAtDestructionIsNeverWritten)
@@ -216,14 +213,11 @@ TEST_F(OutputWndThrottlerTest, WriterIsHandedAnOutputThatStillSharesTheThrottler
     for (const SWritten& line : written)
         if (line.m_sText != k_szBatchEnd)
             handed.emplace_back(line.m_sText, address(line.m_poOutput));
-    const std::vector<std::pair<std::string, std::uintptr_t>> expected = {
-        {"maker", makerAddress},
-        {"own", address(&assigned)},
-        {"maker gone", copyAddress},
-        {"copy gone", address(&assigned)}};
-    EXPECT_EQ(expected.size(), handed.size());
-    for (const auto& line : expected)
-        EXPECT_NE(handed.end(), std::find(handed.begin(), handed.end(), line)) << line.first;
+    EXPECT_THAT(handed,
+                ::testing::UnorderedElementsAre(std::make_pair("maker", makerAddress),
+                                                std::make_pair("own", address(&assigned)),
+                                                std::make_pair("maker gone", copyAddress),
+                                                std::make_pair("copy gone", address(&assigned))));
     for (const SWritten& line : written)
         EXPECT_TRUE(line.m_sText != "maker gone" || !line.m_bDialogsEnabled);
 }

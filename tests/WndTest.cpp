@@ -3,9 +3,9 @@
 #include <cpputil/CppUtil.Thread.MessageLoop.h>
 #include <cpputil/Platform/Kernel/WinMessages.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <future>
@@ -16,15 +16,10 @@
 using CppUtil::Thread::PumpMessages;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
+using ::testing::Contains;
 
 namespace
 {
-
-bool Saw(const CRecorderWnd& window, UINT message)
-{
-    return std::find(window.m_oMessages.begin(), window.m_oMessages.end(), message) !=
-           window.m_oMessages.end();
-}
 
 // What PeekMessage hands out now, without waiting and without dispatching.
 std::vector<std::pair<UINT, WPARAM>> DrainQueue()
@@ -45,7 +40,7 @@ TEST_ON_FRESH_THREAD(WndTest, WindowLivesUntilDestroyed)
     const HWND hWnd = window.GetSafeHwnd();
     ASSERT_NE(nullptr, hWnd);
     EXPECT_TRUE(IsWindow(hWnd));
-    EXPECT_TRUE(Saw(window, WM_CREATE));
+    EXPECT_THAT(window.m_oMessages, Contains(static_cast<UINT>(WM_CREATE)));
     EXPECT_EQ(hWnd, FindWindow(nullptr, name));
     EXPECT_EQ(GetCurrentThreadId(), GetWindowThreadProcessId(hWnd, nullptr));
 
@@ -53,9 +48,10 @@ TEST_ON_FRESH_THREAD(WndTest, WindowLivesUntilDestroyed)
     EXPECT_TRUE(window.PostMessage(WM_USER + 1));
     EXPECT_TRUE(window.DestroyWindow());
     EXPECT_EQ(nullptr, window.m_hWnd);
-    EXPECT_TRUE(Saw(window, WM_DESTROY));
+    EXPECT_THAT(window.m_oMessages,
+                ::testing::AllOf(Contains(static_cast<UINT>(WM_DESTROY)),
+                                 ::testing::Not(Contains(static_cast<UINT>(WM_USER + 1)))));
     EXPECT_EQ(static_cast<UINT>(WM_NCDESTROY), window.m_oMessages.back());
-    EXPECT_FALSE(Saw(window, WM_USER + 1));
     EXPECT_TRUE(DrainQueue().empty());
 
     EXPECT_FALSE(IsWindow(hWnd));
@@ -143,9 +139,8 @@ TEST_ON_FRESH_THREAD(WndTest, TimerRepeatsUntilKilledAndSameIdReplacesIt)
     CRecorderWnd window;
     EXPECT_EQ(7u, window.SetTimer(7, 20, nullptr));
     PumpMessages(500);
-    EXPECT_GE(window.m_oTimers.size(), 3u);
-    EXPECT_TRUE(std::all_of(window.m_oTimers.begin(), window.m_oTimers.end(),
-                            [](UINT_PTR id) { return id == 7; }));
+    EXPECT_THAT(window.m_oTimers,
+                ::testing::AllOf(::testing::SizeIs(::testing::Ge(3u)), ::testing::Each(7u)));
 
     // The same id restarts the timer with the new period; the old timer's tick, fallen due
     // while the thread was busy, goes with it.
@@ -176,11 +171,11 @@ TEST_ON_FRESH_THREAD(WndTest, BusyThreadGetsOneTimerMessagePerTimerAfterItsPosts
     window.PostMessage(WM_USER, 10);
     window.PostMessage(WM_USER, 11);
     const std::vector<std::pair<UINT, WPARAM>> messages = DrainQueue();
-    ASSERT_EQ(4u, messages.size());
+    using ::testing::Pair;
     const UINT user = WM_USER, timer = WM_TIMER;
-    EXPECT_EQ(std::make_pair(user, WPARAM(10)), messages[0]);
-    EXPECT_EQ(std::make_pair(user, WPARAM(11)), messages[1]);
-    EXPECT_TRUE(messages[2].first == timer && messages[3].first == timer);
+    ASSERT_THAT(messages,
+                ::testing::ElementsAre(Pair(user, 10u), Pair(user, 11u), Pair(timer, ::testing::_),
+                                       Pair(timer, ::testing::_)));
     EXPECT_EQ(3u, messages[2].second + messages[3].second);
 
     // Killing a timer takes its pending WM_TIMER with it, also one that fell due while the
