@@ -4,6 +4,7 @@
 #include <cpputil/CppUtil.Gui.Chart.Chart.h>
 #include <cpputil/CppUtil.Text.MessageManager.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -70,11 +71,10 @@ TEST_F(ChartTest, FailuresNameTheirPlaceAndAddNothing)
     ASSERT_NO_THROW(m_oChart.AddData("Note", 1, 2));
     EXPECT_TRUE(m_oChart.IsDataEmpty());
     EXPECT_FALSE(m_oChart.IsCategoriesEmpty());
-    const std::vector<SLogLine> lines = log.m_oRecorder.Lines();
-    ASSERT_EQ(1u, lines.size());
-    EXPECT_EQ("Assertion failed: spoCategory->IsFlagable() || spoCategory->IsChartable(), file "
-              "CppUtil.Gui.Chart.Chart, line 152",
-              lines[0].m_sText);
+    EXPECT_THAT(log.m_oRecorder.Texts(),
+                ::testing::ElementsAre("Assertion failed: spoCategory->IsFlagable() || "
+                                       "spoCategory->IsChartable(), file "
+                                       "CppUtil.Gui.Chart.Chart, line 152"));
 }
 
 TEST_F(ChartTest, ValuesReachTheirCategoriesAndClearRestartsTheIds)
@@ -134,12 +134,8 @@ TEST_F(ChartTest, TheSelectorDecidesWhichEventsAndMarkersShow)
 
     CEventList& list = m_oChart.GetEventList();
     CGraph& graph = m_oChart.GetGraph();
-    std::vector<std::string> choices;
-    for (const CString& choice : list.GetCategoryChoices())
-        choices.push_back(choice.Str());
-    EXPECT_EQ(
-        (std::vector<std::string>{"[All]", "[All Errors]", "[None]", "Handler", "Socket", "Power"}),
-        choices);
+    EXPECT_THAT(list.GetCategoryChoices(), ::testing::ElementsAre("[All]", "[All Errors]", "[None]",
+                                                                  "Handler", "Socket", "Power"));
     EXPECT_EQ("[All]", list.GetSelectedCategory().Str());
 
     graph.RenderSvg();

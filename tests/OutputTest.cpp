@@ -6,9 +6,12 @@
 
 #include <boost/format/group.hpp>
 #include <functional>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace CppUtil::Text;
+using ::testing::_;
+using ::testing::ElementsAre;
 
 namespace
 {
@@ -124,15 +127,12 @@ TEST_F(OutputTest, WriteFailureEscapesOnlyWhenNothingElsePropagates)
         });
     EXPECT_THROW(m_oOut.LogF("plain", CString()), std::runtime_error);
 
-    try
-    {
-        auto line = m_oOut.LogF("unwinding", CString());
-        throw std::logic_error("first");
-    }
-    catch (const std::logic_error& e)
-    {
-        EXPECT_STREQ("first", e.what());
-    }
+    EXPECT_EQ("first", Thrown<std::logic_error>(
+                           [this]
+                           {
+                               auto line = m_oOut.LogF("unwinding", CString());
+                               throw std::logic_error("first");
+                           }));
 
     // A line written from a destructor that runs during unwinding must not throw into it.
     struct SLogsOnExit
@@ -140,15 +140,12 @@ TEST_F(OutputTest, WriteFailureEscapesOnlyWhenNothingElsePropagates)
         COutput& m_oOut;
         ~SLogsOnExit() { m_oOut.LogF("leaving", CString()); }
     };
-    try
-    {
-        SLogsOnExit guard{m_oOut};
-        throw 42;
-    }
-    catch (int value)
-    {
-        EXPECT_EQ(42, value);
-    }
+    EXPECT_EQ("second", Thrown<std::logic_error>(
+                            [this]
+                            {
+                                SLogsOnExit guard{m_oOut};
+                                throw std::logic_error("second");
+                            }));
     EXPECT_EQ(3, calls);
 }
 
@@ -203,8 +200,7 @@ TEST_F(OutputTest, OutputWithoutManagerForwardsAndCopiesShareTheManager)
     // With a getter: only the active output's manager.
     orphan.SetActiveOutputGetter([this]() -> COutput& { return m_oOut; });
     orphan.LogF("to active", CString());
-    EXPECT_EQ(3u, m_oRecorder.Lines().size());
-    EXPECT_EQ("to active", m_oRecorder.Lines().back().m_sText);
+    EXPECT_THAT(m_oRecorder.Texts(), ElementsAre(_, _, "to active"));
 
     // A getter that answers with the output itself falls back to every manager.
     orphan.SetActiveOutputGetter([&orphan]() -> COutput& { return orphan; });
@@ -220,8 +216,7 @@ TEST_F(OutputTest, OutputWithoutManagerForwardsAndCopiesShareTheManager)
     copy.LogF("from copy", CString());
     original.reset();
     copy.PrintF("after", CString());
-    ASSERT_EQ(2u, recorder.Lines().size());
-    EXPECT_EQ("after", recorder.Lines()[1].m_sText);
+    EXPECT_THAT(recorder.Texts(), ElementsAre(_, "after"));
 }
 
 TEST_F(OutputTest, GetterCycleFallsBackToEveryManagerAndAssignmentLeavesTheOldManager)
@@ -233,8 +228,7 @@ TEST_F(OutputTest, GetterCycleFallsBackToEveryManagerAndAssignmentLeavesTheOldMa
     second.SetActiveOutputGetter([&first]() -> COutput& { return first; });
     first.LogF("round %d", CString()) % 1;
     second.LogF("round %d", CString()) % 2;
-    ASSERT_EQ(2u, m_oRecorder.Lines().size());
-    EXPECT_EQ("round 2", m_oRecorder.Lines()[1].m_sText);
+    EXPECT_THAT(m_oRecorder.Texts(), ElementsAre(_, "round 2"));
 
     // A manager shared with a copy prints through the output it was made for, until that output
     // is given another manager.

@@ -104,10 +104,9 @@ TEST(PerformanceTimerTest, MeasuresMicroseconds)
 
 TEST(ProfileTimerTest, AddsUpScopesByNameAndPrintsThemInOrder)
 {
-    Text::CMessageManager* manager = new Text::CMessageManager;
-    Text::COutput out(manager);
-    CLogRecorder recorder;
-    manager->SetLoggingEventHandler(recorder.Handler());
+    SRecordedOutput log;
+    Text::COutput& out = log.m_oOut;
+    CLogRecorder& recorder = log.m_oRecorder;
     CProfileTimer::ClearMap();
     CProfileTimer::DisplayResults(out);
     EXPECT_TRUE(recorder.Lines().empty());

@@ -78,15 +78,13 @@ TEST_F(VerboseLoggingTest, SwitchedAreasGateLinesAndTheLowestPrefixesThem)
     EXPECT_FALSE(CVerboseLogging::IsApsLoggingEnabled());
     m_oOut.LogF("dropped", CVerboseLogging::ApsLog);
     m_oOut.LogF("kept", 0u);
-    ASSERT_EQ(1u, m_oRecorder.Lines().size());
-    EXPECT_EQ("kept", m_oRecorder.Lines()[0].m_sText);
+    EXPECT_EQ(std::vector<std::string>{"kept"}, m_oRecorder.Texts());
 
     Switch("ApsLog", 1);
     Switch("GalilCommunication", 0x100);
     Switch("VisionUpward", 0);
     CVerboseLogging::NotifyIfEnabled();
-    ASSERT_EQ(1u, m_oBoxes.size());
-    EXPECT_EQ(Message(2), m_oBoxes[0]);
+    EXPECT_EQ(std::vector<std::string>{Message(2)}, m_oBoxes);
     EXPECT_TRUE(CVerboseLogging::IsMessageEnabled(0xFFFFFFFF, prefix));
     EXPECT_EQ(CString("GalilCommunication: "), prefix);
     EXPECT_TRUE(CVerboseLogging::IsMessageEnabled(CVerboseLogging::ApsLog | 0x10, prefix));
@@ -97,10 +95,9 @@ TEST_F(VerboseLoggingTest, SwitchedAreasGateLinesAndTheLowestPrefixesThem)
     m_oOut.HtmlLegacyLogF("<b>both</b>",
                           CVerboseLogging::ApsLog | CVerboseLogging::GalilCommunication);
     m_oOut.LogF("upward", CVerboseLogging::VisionUpward);
-    const std::vector<SLogLine> lines = m_oRecorder.Lines();
-    ASSERT_EQ(before + 2, lines.size());
-    EXPECT_EQ("ApsLog: aps 1", lines[before].m_sText);
-    EXPECT_EQ("GalilCommunication: <b>both</b>", lines[before + 1].m_sText);
+    const std::vector<std::string> texts = m_oRecorder.Texts();
+    EXPECT_EQ((std::vector<std::string>{"ApsLog: aps 1", "GalilCommunication: <b>both</b>"}),
+              std::vector<std::string>(texts.begin() + before, texts.end()));
 
     // Switched off in the registry: the gate follows on the next load, not before.
     Switch("GalilCommunication", 0);
@@ -112,8 +109,7 @@ TEST_F(VerboseLoggingTest, SwitchedAreasGateLinesAndTheLowestPrefixesThem)
     // Image capture shows the stronger notice.
     Switch("DownwardVisionImageCapture", 1);
     CVerboseLogging::NotifyIfEnabled();
-    ASSERT_EQ(2u, m_oBoxes.size());
-    EXPECT_EQ(Message(11), m_oBoxes[1]);
+    EXPECT_EQ((std::vector<std::string>{Message(2), Message(11)}), m_oBoxes);
     EXPECT_TRUE(
         CVerboseLogging::IsMessageEnabled(CVerboseLogging::DownwardVisionImageCapture, prefix));
     EXPECT_EQ(CString("DownwardVisionImageCapture: "), prefix);
